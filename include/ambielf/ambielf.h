@@ -21,48 +21,55 @@
 #endif
 
 #if defined(__cplusplus)
-#define AMBIELF_ENUM(name) enum name : uint32_t
+#define AMBIELF_U32 : uint32_t
 extern "C" {
 #else
-#define AMBIELF_ENUM(name) \
-  typedef enum name name;  \
-  enum name
+#define AMBIELF_U32
 #endif
 
 typedef struct Elf Elf;
 typedef struct Elf_Scn Elf_Scn;
 
-AMBIELF_ENUM(Elf_Cmd){
-    ELF_C_NULL = 0, ELF_C_READ = 1,   ELF_C_WRITE = 2,  ELF_C_CLR = 3,
-    ELF_C_SET = 4,  ELF_C_FDDONE = 5, ELF_C_FDREAD = 6, ELF_C_RDWR = 7,
+enum Elf_Cmd AMBIELF_U32 {
+  ELF_C_NULL = 0,
+  ELF_C_READ = 1,
+  ELF_C_WRITE = 2,
+  ELF_C_CLR = 3,
+  ELF_C_SET = 4,
+  ELF_C_FDDONE = 5,
+  ELF_C_FDREAD = 6,
+  ELF_C_RDWR = 7,
 };
+typedef enum Elf_Cmd Elf_Cmd;
 
-AMBIELF_ENUM(Elf_Kind){ELF_K_NONE = 0, ELF_K_AR = 1, ELF_K_COFF = 2, ELF_K_ELF = 3};
+enum Elf_Kind AMBIELF_U32 { ELF_K_NONE = 0, ELF_K_AR = 1, ELF_K_COFF = 2, ELF_K_ELF = 3 };
+typedef enum Elf_Kind Elf_Kind;
 
-AMBIELF_ENUM(Elf_Type){
-    ELF_T_BYTE = 0,
-    ELF_T_ADDR = 1,
-    ELF_T_DYN = 2,
-    ELF_T_EHDR = 3,
-    ELF_T_HALF = 4,
-    ELF_T_OFF = 5,
-    ELF_T_PHDR = 6,
-    ELF_T_RELA = 7,
-    ELF_T_REL = 8,
-    ELF_T_SHDR = 9,
-    ELF_T_SWORD = 10,
-    ELF_T_SYM = 11,
-    ELF_T_WORD = 12,
-    ELF_T_NOSWAP4 = 13,
-    ELF_T_WORDS6 = 14,
-    ELF_T_LNNO = 15,
-    ELF_T_SDB = 16,
-    ELF_T_RELA_LNNO_UP = 17,
-    ELF_T_RELA_LNNO_DOWN = 18,
-    ELF_T_WORDS3 = 19,
-    ELF_T_WORDS4 = 20,
-    ELF_T_NONE = 21,
+enum Elf_Type AMBIELF_U32 {
+  ELF_T_BYTE = 0,
+  ELF_T_ADDR = 1,
+  ELF_T_DYN = 2,
+  ELF_T_EHDR = 3,
+  ELF_T_HALF = 4,
+  ELF_T_OFF = 5,
+  ELF_T_PHDR = 6,
+  ELF_T_RELA = 7,
+  ELF_T_REL = 8,
+  ELF_T_SHDR = 9,
+  ELF_T_SWORD = 10,
+  ELF_T_SYM = 11,
+  ELF_T_WORD = 12,
+  ELF_T_NOSWAP4 = 13,
+  ELF_T_WORDS6 = 14,
+  ELF_T_LNNO = 15,
+  ELF_T_SDB = 16,
+  ELF_T_RELA_LNNO_UP = 17,
+  ELF_T_RELA_LNNO_DOWN = 18,
+  ELF_T_WORDS3 = 19,
+  ELF_T_WORDS4 = 20,
+  ELF_T_NONE = 21,
 };
+typedef enum Elf_Type Elf_Type;
 
 enum { ELF_F_DIRTY = 1, ELF_F_LAYOUT = 4 };
 
