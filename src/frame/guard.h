@@ -1,0 +1,22 @@
+// The one place where exceptions end: the body of every exported function that can meet one runs inside
+// guard. Containers and allocation are the only sources, so the answer is code 4 and the failure value.
+#ifndef AMBIELF_FRAME_GUARD_H
+#define AMBIELF_FRAME_GUARD_H
+
+#include "frame/error.h"
+
+namespace ambielf {
+
+template <class Result, class Body>
+Result guard(Result failure, Body body) noexcept {
+  try {
+    return body();
+  } catch (...) {
+    elf_set_error(4);
+    return failure;
+  }
+}
+
+}  // namespace ambielf
+
+#endif

@@ -1,0 +1,36 @@
+// The operating system, by effect. Nothing outside this folder includes one of its headers.
+//
+// File ids are the caller's and the platform's own (descriptors, or the ids of the C runtime). Every function
+// that fails gives -1 and leaves the reason in errno. Offsets and sizes are 64 bits wide on every host.
+#ifndef AMBIELF_PLATFORM_PLATFORM_H
+#define AMBIELF_PLATFORM_PLATFORM_H
+
+#include <cstdint>
+
+namespace ambielf::platform {
+
+// Size in bytes of the file behind `file_id`.
+int64_t file_size(int file_id);
+
+// Reads `count` bytes at the file position and moves it. Goes on after a short read or an interrupted call,
+// so that fewer bytes than `count` mean the end of the file. -1 when an error stops it, whatever was read.
+int64_t read(int file_id, void* buffer, uint64_t count);
+
+// Writes `count` bytes at the file position and moves it, going on after short writes. 0, or -1.
+int write(int file_id, const void* buffer, uint64_t count);
+
+// Moves the file position to `offset` from the start. The new position, or -1.
+int64_t seek(int file_id, uint64_t offset);
+
+// The file position, unmoved.
+int64_t tell(int file_id);
+
+// A second id for the same open file, which shares its position.
+int duplicate(int file_id);
+
+// Closes an id. 0, or -1.
+int close(int file_id);
+
+}  // namespace ambielf::platform
+
+#endif

@@ -1,0 +1,77 @@
+// The operating system: POSIX.
+#define _FILE_OFFSET_BITS 64
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <limits>
+
+#include "platform/platform.h"
+
+namespace ambielf::platform {
+namespace {
+
+static_assert(sizeof(off_t) == 8, "file offsets need 64 bits");
+
+// One call moves this much at most, well below what any system refuses.
+constexpr uint64_t largest_transfer = uint64_t{1} << 30;
+
+}  // namespace
+
+int64_t file_size(int file_id) {
+  struct stat status {};
+  return fstat(file_id, &status) == 0 ? status.st_size : -1;
+}
+
+int64_t read(int file_id, void* buffer, uint64_t count) {
+  char* const bytes = static_cast<char*>(buffer);
+  uint64_t done = 0;
+  while (done < count) {
+    const size_t piece = static_cast<size_t>(std::min(count - done, largest_transfer));
+    const ssize_t got = ::read(file_id, bytes + done, piece);
+    if (got == 0) break;
+    if (got > 0) {
+      done += static_cast<uint64_t>(got);
+    } else if (errno != EINTR) {
+      return -1;
+    }
+  }
+  return static_cast<int64_t>(done);
+}
+
+int write(int file_id, const void* buffer, uint64_t count) {
+  const char* const bytes = static_cast<const char*>(buffer);
+  uint64_t done = 0;
+  while (done < count) {
+    const size_t piece = static_cast<size_t>(std::min(count - done, largest_transfer));
+    const ssize_t put = ::write(file_id, bytes + done, piece);
+    if (put > 0) {
+      done += static_cast<uint64_t>(put);
+    } else if (put == 0) {
+      errno = EIO;  // a device that takes nothing and says nothing must not hold us for ever
+      return -1;
+    } else if (errno != EINTR) {
+      return -1;
+    }
+  }
+  return 0;
+}
+
+int64_t seek(int file_id, uint64_t offset) {
+  if (offset > static_cast<uint64_t>(std::numeric_limits<off_t>::max())) {
+    errno = EINVAL;
+    return -1;
+  }
+  return lseek(file_id, static_cast<off_t>(offset), SEEK_SET);
+}
+
+int64_t tell(int file_id) { return lseek(file_id, 0, SEEK_CUR); }
+
+int duplicate(int file_id) { return fcntl(file_id, F_DUPFD_CLOEXEC, 0); }
+
+int close(int file_id) { return ::close(file_id); }
+
+}  // namespace ambielf::platform
