@@ -1,7 +1,6 @@
 // The operating system: POSIX.
 #define _FILE_OFFSET_BITS 64
 
-#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -19,6 +18,9 @@ static_assert(sizeof(off_t) == 8, "file offsets need 64 bits");
 // One call moves this much at most, well below what any system refuses.
 constexpr uint64_t largest_transfer = uint64_t{1} << 30;
 
+// A signal storm may interrupt a transfer this often before that counts as a failure.
+constexpr int most_interruptions = 1000;
+
 }  // namespace
 
 int64_t file_size(int file_id) {
@@ -29,13 +31,14 @@ int64_t file_size(int file_id) {
 int64_t read(int file_id, void* buffer, uint64_t count) {
   char* const bytes = static_cast<char*>(buffer);
   uint64_t done = 0;
+  int interruptions = 0;
   while (done < count) {
     const size_t piece = static_cast<size_t>(std::min(count - done, largest_transfer));
     const ssize_t got = ::read(file_id, bytes + done, piece);
     if (got == 0) break;
     if (got > 0) {
       done += static_cast<uint64_t>(got);
-    } else if (errno != EINTR) {
+    } else if (errno != EINTR || ++interruptions > most_interruptions) {
       return -1;
     }
   }
@@ -45,6 +48,7 @@ int64_t read(int file_id, void* buffer, uint64_t count) {
 int write(int file_id, const void* buffer, uint64_t count) {
   const char* const bytes = static_cast<const char*>(buffer);
   uint64_t done = 0;
+  int interruptions = 0;
   while (done < count) {
     const size_t piece = static_cast<size_t>(std::min(count - done, largest_transfer));
     const ssize_t put = ::write(file_id, bytes + done, piece);
@@ -53,7 +57,7 @@ int write(int file_id, const void* buffer, uint64_t count) {
     } else if (put == 0) {
       errno = EIO;  // a device that takes nothing and says nothing must not hold us for ever
       return -1;
-    } else if (errno != EINTR) {
+    } else if (errno != EINTR || ++interruptions > most_interruptions) {
       return -1;
     }
   }
@@ -70,7 +74,7 @@ int64_t seek(int file_id, uint64_t offset) {
 
 int64_t tell(int file_id) { return lseek(file_id, 0, SEEK_CUR); }
 
-int duplicate(int file_id) { return fcntl(file_id, F_DUPFD_CLOEXEC, 0); }
+int duplicate(int file_id) { return ::dup(file_id); }
 
 int close(int file_id) { return ::close(file_id); }
 
