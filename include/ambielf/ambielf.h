@@ -2,6 +2,12 @@
 #ifndef AMBIELF_AMBIELF_H
 #define AMBIELF_AMBIELF_H
 
+/* The library's version; a change of AMBIELF_ABI means that programs have to be linked anew. */
+#define AMBIELF_VERSION_MAJOR 0
+#define AMBIELF_VERSION_MINOR 1
+#define AMBIELF_VERSION_PATCH 0
+#define AMBIELF_ABI 0
+
 #include <ambielf/elf32.h>
 #include <stddef.h>
 #include <stdint.h>

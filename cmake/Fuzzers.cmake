@@ -1,0 +1,16 @@
+# Fuzzers: each fuzz/<name>.cpp defines LLVMFuzzerTestOneInput. Any compiler builds <name>_replay, which runs it
+# over the committed seeds of fuzz/seeds/<name> as a test; clang also builds the fuzzer proper.
+file(GLOB fuzzers CONFIGURE_DEPENDS fuzz/*.cpp)
+foreach(source IN LISTS fuzzers)
+  cmake_path(GET source STEM name)
+  add_executable(${name}_replay ${source} fuzz/replay/main.cpp)
+  ambielf_own_target(${name}_replay)
+  target_link_libraries(${name}_replay PRIVATE ambielf_core)
+  add_test(NAME fuzz/${name}_replay COMMAND ${name}_replay ${PROJECT_SOURCE_DIR}/fuzz/seeds/${name})
+  if(AMBIELF_FUZZERS)
+    add_executable(${name} ${source})
+    ambielf_own_target(${name})
+    target_link_libraries(${name} PRIVATE ambielf_core)
+    target_link_options(${name} PRIVATE -fsanitize=fuzzer)
+  endif()
+endforeach()

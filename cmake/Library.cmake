@@ -1,0 +1,49 @@
+# The library: `ambielf_core` holds all of its code as objects, for white-box tests; `ambielf` is what users link.
+include(GNUInstallDirs)
+
+# Only one file knows each operating system; every other source belongs to all of them.
+file(GLOB sources CONFIGURE_DEPENDS src/*/*.cpp src/*/*.h)
+if(WIN32)
+  list(FILTER sources EXCLUDE REGEX "/src/platform/posix[^/]*$")
+else()
+  list(FILTER sources EXCLUDE REGEX "/src/platform/windows[^/]*$")
+endif()
+
+add_library(ambielf_core OBJECT ${sources})
+set_target_properties(ambielf_core PROPERTIES LINKER_LANGUAGE CXX POSITION_INDEPENDENT_CODE ON)
+ambielf_own_target(ambielf_core)
+target_compile_definitions(ambielf_core PRIVATE AMBIELF_BUILDING)
+target_include_directories(ambielf_core PUBLIC ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/src)
+# Paths in debug information and messages do not depend on where the project was unpacked.
+if(NOT MSVC)
+  target_compile_options(ambielf_core PRIVATE
+    -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=.)
+endif()
+
+add_library(ambielf $<TARGET_OBJECTS:ambielf_core>)
+add_library(ambielf::ambielf ALIAS ambielf)
+set_target_properties(ambielf PROPERTIES
+  LINKER_LANGUAGE CXX VERSION ${PROJECT_VERSION} SOVERSION ${AMBIELF_ABI})
+target_include_directories(ambielf PUBLIC
+  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+
+if(NOT BUILD_SHARED_LIBS)
+  target_compile_definitions(ambielf_core PUBLIC AMBIELF_STATIC)
+  target_compile_definitions(ambielf INTERFACE AMBIELF_STATIC)
+elseif(NOT WIN32)
+  # The linker's map comes from the one list of names. The version node carries the ABI number, so that two
+  # generations of the library in one process never answer each other's calls.
+  file(STRINGS cmake/exports.txt exports)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS cmake/exports.txt)
+  list(JOIN exports ";\n    " exported_names)
+  set(map ${PROJECT_BINARY_DIR}/ambielf.map)
+  file(CONFIGURE OUTPUT ${map} CONTENT
+    "AMBIELF_${AMBIELF_ABI} {\n  global:\n    @exported_names@;\n  local:\n    *;\n};\n" @ONLY)
+  target_link_options(ambielf PRIVATE -Wl,--version-script=${map} -Wl,-Bsymbolic-functions)
+  set_target_properties(ambielf PROPERTIES LINK_DEPENDS ${map})
+  # A sanitized library leaves its runtime's names to the program.
+  if(NOT "${CMAKE_CXX_FLAGS} ${CMAKE_SHARED_LINKER_FLAGS}" MATCHES "-fsanitize")
+    target_link_options(ambielf PRIVATE -Wl,-z,defs)
+  endif()
+endif()

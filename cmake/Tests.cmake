@@ -1,0 +1,46 @@
+# Tests: every folder below tests/ becomes one GoogleTest program, tests/<folder>/*_test.cpp, linked with all of
+# the library's code and with tests/support. ctest runs each case in a process of its own, so that none
+# sees the error code or the work version that another one left.
+find_package(GTest REQUIRED)
+include(GoogleTest)
+
+file(GLOB support CONFIGURE_DEPENDS tests/support/*.cpp tests/support/*.h)
+list(FILTER support EXCLUDE REGEX "_test\\.cpp$")
+
+file(GLOB_RECURSE test_sources CONFIGURE_DEPENDS tests/*_test.cpp)
+set(folders "")
+foreach(source IN LISTS test_sources)
+  file(RELATIVE_PATH relative ${PROJECT_SOURCE_DIR}/tests ${source})
+  if(relative MATCHES "^([^/]+)/")
+    set(folder ${CMAKE_MATCH_1})
+  else()
+    set(folder ambielf)
+  endif()
+  list(APPEND folders ${folder})
+  list(APPEND sources_of_${folder} ${source})
+endforeach()
+list(REMOVE_DUPLICATES folders)
+
+add_library(ambielf_test_support INTERFACE)
+target_link_libraries(ambielf_test_support INTERFACE ambielf_core GTest::gtest_main GTest::gmock)
+target_include_directories(ambielf_test_support INTERFACE ${PROJECT_SOURCE_DIR}/tests)
+target_compile_definitions(ambielf_test_support INTERFACE
+  AMBIELF_TEST_DATA="${PROJECT_SOURCE_DIR}/tests/data" AMBIELF_TEST_SCRATCH="${PROJECT_BINARY_DIR}/scratch"
+  AMBIELF_EXAMPLES_DIR="${PROJECT_BINARY_DIR}/examples")
+file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/scratch)
+if(support MATCHES "\\.cpp")
+  add_library(ambielf_test_support_objects OBJECT ${support})
+  ambielf_own_target(ambielf_test_support_objects)
+  target_link_libraries(ambielf_test_support_objects PUBLIC ambielf_test_support)
+endif()
+
+foreach(folder IN LISTS folders)
+  set(program ${folder}_tests)
+  add_executable(${program} ${sources_of_${folder}})
+  ambielf_own_target(${program})
+  target_link_libraries(${program} PRIVATE ambielf_test_support)
+  if(TARGET ambielf_test_support_objects)
+    target_link_libraries(${program} PRIVATE ambielf_test_support_objects)
+  endif()
+  gtest_discover_tests(${program} TEST_PREFIX ${folder}/ DISCOVERY_TIMEOUT 120 PROPERTIES TIMEOUT 300)
+endforeach()
