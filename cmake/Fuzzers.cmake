@@ -1,12 +1,14 @@
-# Fuzzers: each fuzz/<name>.cpp defines LLVMFuzzerTestOneInput. Any compiler builds <name>_replay, which runs it
-# over the committed seeds of fuzz/seeds/<name> as a test; clang also builds the fuzzer proper.
+# Fuzzers: each fuzz/<subject>.cpp defines LLVMFuzzerTestOneInput. Any compiler builds fuzz_<subject>_replay,
+# which runs it over the committed seeds of fuzz/seeds/<subject> as a test; with AMBIELF_FUZZERS clang also
+# builds the fuzzer proper, fuzz_<subject>.
 file(GLOB fuzzers CONFIGURE_DEPENDS fuzz/*.cpp)
 foreach(source IN LISTS fuzzers)
-  cmake_path(GET source STEM name)
+  cmake_path(GET source STEM subject)
+  set(name fuzz_${subject})
   add_executable(${name}_replay ${source} fuzz/replay/main.cpp)
   ambielf_own_target(${name}_replay)
   target_link_libraries(${name}_replay PRIVATE ambielf_core)
-  add_test(NAME fuzz/${name}_replay COMMAND ${name}_replay ${PROJECT_SOURCE_DIR}/fuzz/seeds/${name})
+  add_test(NAME fuzz/${subject} COMMAND ${name}_replay ${PROJECT_SOURCE_DIR}/fuzz/seeds/${subject})
   if(AMBIELF_FUZZERS)
     add_executable(${name} ${source})
     ambielf_own_target(${name})
