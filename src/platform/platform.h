@@ -5,6 +5,7 @@
 #ifndef AMBIELF_PLATFORM_PLATFORM_H
 #define AMBIELF_PLATFORM_PLATFORM_H
 
+#include <cstddef>
 #include <cstdint>
 
 namespace ambielf::platform {
@@ -28,8 +29,32 @@ int64_t tell(int file_id);
 // A second id for the same open file, which shares its position.
 int duplicate(int file_id);
 
+// Opens `path` with the platform's own flags and permissions, as they are; where the platform knows a text
+// mode, flags that choose no mode mean bytes as they are. A file id, or -1.
+int open(const char* path, int flags, int permissions);
+
 // Closes an id. 0, or -1.
 int close(int file_id);
+
+// Writes the working directory with its terminator to the `size` bytes at `buffer`. 0, or -1, which is also
+// the answer when it needs more room.
+int working_directory(char* buffer, size_t size);
+
+// A view of a whole file.
+struct MappedFile {
+  void* address = nullptr;
+  uint64_t size = 0;
+};
+
+enum class Mapping { done, not_opened, not_mapped };
+
+// Maps a whole existing file, sharing reads with others. The view may be written to and keeps what is
+// written to itself: the file never changes. It holds no file id. `file` is set only by success; a file
+// without contents, and what is no file, cannot be mapped.
+Mapping map_file(const char* path, MappedFile& file);
+
+// Ends a view that map_file made. 0, or -1.
+int unmap_file(const MappedFile& file);
 
 }  // namespace ambielf::platform
 

@@ -1,6 +1,8 @@
 // The operating system: POSIX.
 #define _FILE_OFFSET_BITS 64
 
+#include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -76,6 +78,28 @@ int64_t tell(int file_id) { return lseek(file_id, 0, SEEK_CUR); }
 
 int duplicate(int file_id) { return ::dup(file_id); }
 
+int open(const char* path, int flags, int permissions) { return ::open(path, flags, permissions); }
+
 int close(int file_id) { return ::close(file_id); }
+
+int working_directory(char* buffer, size_t size) { return getcwd(buffer, size) != nullptr ? 0 : -1; }
+
+Mapping map_file(const char* path, MappedFile& file) {
+  // Without O_NONBLOCK the name of a pipe that nobody writes to would hold the caller for ever.
+  const int file_id = ::open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+  if (file_id == -1) return Mapping::not_opened;
+  const int64_t size = file_size(file_id);
+  void* address = MAP_FAILED;
+  if (size > 0 && static_cast<uint64_t>(size) <= SIZE_MAX) {
+    address = mmap(nullptr, static_cast<size_t>(size), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_NORESERVE,
+                   file_id, 0);
+  }
+  close(file_id);
+  if (address == MAP_FAILED) return Mapping::not_mapped;
+  file = {address, static_cast<uint64_t>(size)};
+  return Mapping::done;
+}
+
+int unmap_file(const MappedFile& file) { return munmap(file.address, static_cast<size_t>(file.size)); }
 
 }  // namespace ambielf::platform

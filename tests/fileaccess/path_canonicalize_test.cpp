@@ -1,0 +1,201 @@
+#include "fileaccess/path_canonicalize.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+#include <string>
+
+#include "support/path_call.h"
+
+namespace ambielf::test {
+namespace {
+
+struct Row {
+  const char* path;
+  const char* base;
+  const char* result;
+  unsigned status = 0;
+};
+
+void expect_row(const Row& row) {
+  const CanonicalPath got = canonical_path(row.path, row.base);
+  EXPECT_EQ(got.status, row.status) << row.path << " from " << row.base;
+  EXPECT_EQ(got.text, row.result) << row.path << " from " << row.base;
+  EXPECT_EQ(slow_canonical_path(row.path, row.base, 260, false), got) << row.path << " from " << row.base;
+}
+
+TEST(PathCanonicalize, EveryFormGivesItsCanonicalPath) {
+  const char* const work = R"(C:\work)";
+  const Row rows[] = {
+      {R"(C:\dir\file.o)", work, R"(C:\dir\file.o)"},
+      {R"(C:/dir//file.o)", work, R"(C:\dir\file.o)"},
+      {R"(C:\a/b\c)", work, R"(C:\a\b\c)"},
+      {R"(c:\a\..\b)", work, R"(c:\b)"},
+      {R"(C:\a\.\b)", work, R"(C:\a\b)"},
+      {R"(C:\a\.)", work, R"(C:\a\.)"},
+      {R"(C:\a\..)", work, R"(C:)"},
+      {R"(C:\)", work, R"(C:)"},
+      {R"(C:\..\..\x)", work, R"(C:\x)"},
+      {R"(\\?\C:\a\..\b)", work, R"(\\?\C:\b)"},
+      {R"(\\?\C:\..\b)", work, R"(\\?\C:\b)"},
+      {R"(\\server\share\a\..\..\x)", work, R"(\\server\share\x)"},
+      {R"(\\server\share\..\x)", work, R"(\\server\share\x)"},
+      {R"(foo)", work, R"(C:\work\foo)"},
+      {R"(foo\)", work, R"(C:\work\foo)"},
+      {R"(a\\\b)", work, R"(C:\work\a\b)"},
+      {R"(.\foo)", work, R"(C:\work\foo)"},
+      {R"(.)", work, R"(C:\work\.)"},
+      {R"(..)", work, R"(C:)"},
+      {R"(..\foo)", work, R"(C:\foo)"},
+      {R"(..\..\foo)", work, R"(C:\foo)"},
+      {R"(a\...\b)", work, R"(C:\work\a\...\b)"},
+      {R"(\foo)", work, R"(C:\work\foo)"},
+      {R"(//server/share/x)", work, R"(C:\work\server\share\x)"},
+      {R"(\\1server\share)", work, R"(C:\work\1server\share)"},
+      {R"(C:foo)", work, R"(C:\work\C:foo)"},
+      {"", work, R"(C:\work)"},
+      // Components that only look like "." and "..", and separators at the end.
+      {R"(C:\..x\...\.y\..)", work, R"(C:\..x\...)"},
+      {R"(C:\a\./)", work, R"(C:\a)"},
+      {R"(C:\a\.././/)", work, R"(C:)"},
+      {R"(C:\.)", work, R"(C:\.)"},
+      {R"(C:\a/\/)", work, R"(C:\a)"},
+      // What is almost one of the absolute forms.
+      {R"(\\?\C:/a)", work, R"(C:\work\?\C:\a)"},
+      {R"(\\?\C:)", work, R"(C:\work\?\C:)"},
+      {R"(\\?\UNC\server\share)", work, R"(C:\work\?\UNC\server\share)"},
+      {R"(C:)", work, R"(C:\work\C:)"},
+      {R"(1:\a)", work, R"(C:\work\1:\a)"},
+      {"\xe4:\\a", work, "C:\\work\\\xe4:\\a"},
+      {R"(\/server\share)", work, R"(C:\work\server\share)"},
+      // Network roots that end early, hold a "/", or whose share begins with a backslash.
+      {R"(\\server)", work, R"(\\server)"},
+      {R"(\\server\)", work, R"(\\server)"},
+      {R"(\\server\\)", work, R"(\\server\)"},
+      {R"(\\server\\\x\..\..)", work, R"(\\server\)"},
+      {R"(\\ser/ver\sha/re\..\x)", work, R"(\\ser/ver\sha/re\x)"},
+      {R"(\\s\h/)", work, R"(\\s\h)"},
+  };
+  for (const Row& row : rows) expect_row(row);
+}
+
+TEST(PathCanonicalize, RelativePathIsTakenFromTheBaseAsTheBaseStands) {
+  const Row rows[] = {
+      {R"(..\c)", R"(D:/a/b/)", R"(D:/a\c)"},
+      {R"(x)", R"(D:\a\.\b)", R"(D:\a\.\b\x)"},
+      {R"(..\..\..\x)", R"(D:\a\b)", R"(D:\x)"},
+      {R"(x)", R"(D:\)", R"(D:\x)"},
+      {R"(..\..\x)", R"(\\srv\shr\d)", R"(\\srv\shr\x)"},
+      {R"(x)", R"(\\?\E:\q)", R"(\\?\E:\q\x)"},
+      {R"(x)", R"(rel\dir)", "", 3},
+      {R"(x)", R"(D:)", "", 3},
+      {R"(C:\y)", R"(rel\dir)", R"(C:\y)"},
+      {R"(x)", "", "", 3},
+      {R"(x)", R"(D:\a\\)", R"(D:\a\\x)"},
+      {R"(..\x)", R"(D:\a\\)", R"(D:\a\x)"},
+      {R"(..\x)", R"(D:\a\..)", R"(D:\a\x)"},
+      {R"(..)", R"(\\srv\)", R"(\\srv)"},
+      {R"(x\..\..\y)", R"(\\srv\)", R"(\\srv\y)"},
+  };
+  for (const Row& row : rows) expect_row(row);
+}
+
+TEST(PathCanonicalize, ArgumentsAreCheckedInTheirOrder) {
+  char out[260] = "";
+  EXPECT_EQ(path_canonicalize(nullptr, 260, nullptr, nullptr, 0), 2U);
+  EXPECT_EQ(path_canonicalize(nullptr, 260, R"(C:\a)", nullptr, 0), 2U);
+  EXPECT_EQ(path_canonicalize(out, 2, nullptr, nullptr, 0), 2U);
+  EXPECT_EQ(path_canonicalize(out, -1, R"(C:\a)", nullptr, 0), 2U);
+  EXPECT_EQ(path_canonicalize(out, 3, nullptr, nullptr, 0), 3U);
+  EXPECT_EQ(path_canonicalize(out, 3, "x", "rel", 0), 3U);
+  EXPECT_EQ(path_canonicalize(out, 3, R"(C:\)", nullptr, 0), 0U);
+  EXPECT_STREQ(out, "C:");
+}
+
+// A result of 259 bytes passes and one of 260 does not, 247 and 248 with the short limit.
+TEST(PathCanonicalize, LimitsHoldToTheByte) {
+  for (const size_t size : {246, 247, 248, 249, 258, 259, 260, 261, 300}) {
+    const std::string absolute = R"(C:\)" + std::string(size - 3, 'p');
+    const std::string relative(size - 8, 'p');  // behind C:\work and a separator
+    for (const int out_size : {260, 500}) {
+      EXPECT_EQ(canonical_path(absolute, nullptr, out_size).status, size <= 259 ? 0U : 1U) << size;
+      EXPECT_EQ(canonical_path(relative, R"(C:\work)", out_size).status, size <= 259 ? 0U : 1U) << size;
+      EXPECT_EQ(canonical_path(absolute, nullptr, out_size, 1).status, size <= 247 ? 0U : 1U) << size;
+      EXPECT_EQ(canonical_path(relative, R"(C:\work)", out_size, -1).status, size <= 247 ? 0U : 1U) << size;
+    }
+  }
+}
+
+TEST(PathCanonicalize, ResultMustFitTheBufferWithItsTerminator) {
+  for (const std::string path : {R"(C:\abcdefghij)", R"(C:/abcdefghij/.//)", R"(C:\a\..\abcdefghij)"}) {
+    for (int out_size = 3; out_size < 30; ++out_size) {
+      const CanonicalPath got = canonical_path(path, nullptr, out_size);
+      EXPECT_EQ(got.status, out_size >= 14 ? 0U : 2U) << path << " in " << out_size;
+      EXPECT_EQ(got.text, out_size >= 14 ? R"(C:\abcdefghij)" : "") << path << " in " << out_size;
+    }
+  }
+}
+
+TEST(PathCanonicalize, LongPathMayShrinkIntoTheBuffer) {
+  std::string path = R"(C:\)";
+  for (int i = 0; i < 100; ++i) path += R"(a\..\)";
+  path += 'x';
+  ASSERT_EQ(path.size(), 504U);
+  EXPECT_EQ(canonical_path(path, nullptr).text, R"(C:\x)");
+  EXPECT_EQ(canonical_path(path, nullptr, 5).text, R"(C:\x)");
+  EXPECT_EQ(canonical_path(path, nullptr, 4).status, 2U);
+}
+
+// The out buffer of a path that is too long stays as it was: the work is done elsewhere.
+TEST(PathCanonicalize, PathThatDoesNotFitLeavesTheBufferAlone) {
+  std::string out(260, '#');
+  const std::string path = R"(C:\)" + std::string(297, 'p');
+  EXPECT_EQ(path_canonicalize(out.data(), 260, path.c_str(), nullptr, 0), 1U);
+  EXPECT_EQ(out, std::string(260, '#'));
+}
+
+// Paths put together from the pieces that matter, then damaged byte by byte.
+class RandomPaths {
+ public:
+  std::string next() {
+    static const std::string pieces[] = {"C:",      "z:",
+                                         R"(\\?\)", R"(\\srv\shr)",
+                                         R"(\\)",   "\\",
+                                         "/",       "\\",
+                                         "/",       "..",
+                                         ".",       "...",
+                                         "a",       "..x",
+                                         ".y",      ":",
+                                         "?",       "\xff",
+                                         "\n",      "1",
+                                         "abc",     std::string(40, 'n')};
+    std::string text;
+    for (size_t count = below(16); count != 0; --count) text += pieces[below(std::size(pieces))];
+    if (!text.empty() && below(4) == 0) text[below(text.size())] = R"(\/.:?C)"[below(6)];
+    return text;
+  }
+
+  size_t below(size_t limit) { return random_() % limit; }
+
+ private:
+  std::mt19937 random_{20};
+};
+
+TEST(PathCanonicalize, AgreesWithTheSlowStatementOnRandomTexts) {
+  RandomPaths random;
+  size_t seen[4] = {};
+  for (int i = 0; i < 200000; ++i) {
+    const std::string path = random.next();
+    const std::string base = random.below(3) == 0 ? random.next() : R"(C:\work\)" + random.next();
+    const int out_size = static_cast<int>(random.below(2) == 0 ? 260 : 3 + random.below(400));
+    const bool short_limit = random.below(4) == 0;
+    const CanonicalPath got = canonical_path(path, base.c_str(), out_size, short_limit);
+    ASSERT_EQ(got, slow_canonical_path(path, base, static_cast<size_t>(out_size), short_limit))
+        << '[' << path << "] from [" << base << "] in " << out_size;
+    ++seen[got.status];
+  }
+  for (const size_t count : seen) EXPECT_GT(count, 500U);  // the texts reach every status
+}
+
+}  // namespace
+}  // namespace ambielf::test
