@@ -168,7 +168,7 @@ class RandomPaths {
                                          ".y",      ":",
                                          "?",       "\xff",
                                          "\n",      "1",
-                                         "abc",     std::string(40, 'n')};
+                                         "abc",     std::string(120, 'n')};
     std::string text;
     for (size_t count = below(16); count != 0; --count) text += pieces[below(std::size(pieces))];
     if (!text.empty() && below(4) == 0) text[below(text.size())] = R"(\/.:?C)"[below(6)];
