@@ -1,0 +1,52 @@
+// Conversion of a block on demand, whatever the swap behaviour of its section.
+#include <cstring>
+
+#include "descriptors/elf.h"
+#include "frame/error.h"
+#include "frame/guard.h"
+#include "frame/library_state.h"
+#include "frame/magic.h"
+
+using namespace ambielf;
+
+namespace {
+
+Elf_Data* fail(int code) {
+  elf_set_error(code);
+  return nullptr;
+}
+
+Elf_Data* xlate(Elf_Data* dst, const Elf_Data* src, unsigned encoding, bool to_file) {
+  if (dst == nullptr || src == nullptr) return fail(32);
+  if (!data_desc_magic.check()) return nullptr;
+  if (dst->d_size < src->d_size) return fail(41);
+  if (encoding != ELFDATA2LSB && encoding != ELFDATA2MSB) return fail(24);
+  const DataDesc* const block = DataDesc::of(src);
+  if (block->scn == nullptr) return fail(47);
+  if (block->scn->elf == nullptr) return fail(53);
+  if (block->scn->elf->ehdr == nullptr) return fail(44);
+  if (src->d_size != 0 && (src->d_buf == nullptr || dst->d_buf == nullptr)) return fail(32);
+
+  if (encoding == elf_host_encoding()) {
+    if (dst->d_buf != src->d_buf && src->d_size != 0) std::memmove(dst->d_buf, src->d_buf, src->d_size);
+  } else {
+    // Two record types are reversed at the source first, so a source is not constant for all types.
+    DataDesc* const source = const_cast<DataDesc*>(block);
+    CharDestBuffer sink(dst->d_buf);
+    unsigned char* const bytes = static_cast<unsigned char*>(src->d_buf);
+    if (source->convert(bytes, sink, src->d_type, to_file, true) <= 0) return nullptr;
+  }
+  dst->d_size = src->d_size;
+  dst->d_type = src->d_type;
+  return dst;
+}
+
+}  // namespace
+
+Elf_Data* elf32_xlatetof(Elf_Data* dst, const Elf_Data* src, unsigned encoding) {
+  return guard<Elf_Data*>(nullptr, [&] { return xlate(dst, src, encoding, true); });
+}
+
+Elf_Data* elf32_xlatetom(Elf_Data* dst, const Elf_Data* src, unsigned encoding) {
+  return guard<Elf_Data*>(nullptr, [&] { return xlate(dst, src, encoding, false); });
+}

@@ -1,0 +1,97 @@
+// The front door: a file id or a block of memory becomes a descriptor.
+#include <cerrno>
+
+#include "descriptors/elf.h"
+#include "frame/error.h"
+#include "frame/guard.h"
+#include "frame/library_state.h"
+#include "frame/magic.h"
+#include "frame/make.h"
+#include "platform/platform.h"
+
+using namespace ambielf;
+
+namespace {
+
+std::unique_ptr<Elf> make_stand_alone(std::unique_ptr<FileDesc> input, Elf_Cmd cmd) {
+  std::unique_ptr<Elf> elf = make_or_report<Elf>(48, std::move(input), cmd);
+  if (elf && !elf->initialize()) elf.reset();
+  return elf;
+}
+
+Elf* begin_for_writing(int fildes) {
+  std::unique_ptr<FileDesc> input = make_or_report<FileDesc>(55, fildes, ELF_C_WRITE);
+  if (!input || input->initialize() == ELF_K_NONE) return nullptr;
+  return make_stand_alone(std::move(input), ELF_C_WRITE).release();
+}
+
+Elf* begin_fresh(int fildes, Elf_Cmd cmd) {
+  std::unique_ptr<FileDesc> input = make_or_report<FileDesc>(55, fildes, cmd);
+  if (!input) return nullptr;
+  const Elf_Kind kind = input->initialize();
+  if (kind == ELF_K_NONE) return nullptr;
+  if (kind == ELF_K_AR) {
+    if (cmd == ELF_C_RDWR) {
+      elf_set_error(20);
+      return nullptr;
+    }
+    return begin_archive(std::move(input), cmd);
+  }
+  std::unique_ptr<Elf> elf = make_stand_alone(std::move(input), cmd);
+  if (!elf) return nullptr;
+  if (platform::seek(fildes, 0) == -1) {
+    elf_seek_error(errno);
+    return nullptr;
+  }
+  return elf.release();
+}
+
+// Another reference to a stand-alone descriptor.
+Elf* begin_again(Elf& ref, Elf_Cmd cmd) {
+  if (cmd == ELF_C_RDWR && ref.command != ELF_C_RDWR) {
+    elf_set_error(87);
+    return nullptr;
+  }
+  if (ref.ref_count == UINT16_MAX) {
+    elf_set_error(48);
+    return nullptr;
+  }
+  ++ref.ref_count;
+  return &ref;
+}
+
+}  // namespace
+
+Elf* elf_begin(int fildes, Elf_Cmd cmd, Elf* ref) {
+  return guard<Elf*>(nullptr, [&]() -> Elf* {
+    if (ref != nullptr && !elf_magic.check()) return nullptr;
+    if (work_version() == EV_NONE) {
+      elf_set_error(80);
+      return nullptr;
+    }
+    if (cmd == ELF_C_NULL) return nullptr;
+    if (fildes == -1) {
+      elf_set_error(1);
+      return nullptr;
+    }
+    if (cmd == ELF_C_WRITE) return begin_for_writing(fildes);
+    if (ref == nullptr) return begin_fresh(fildes, cmd);
+    if (ref->kind == ELF_K_ELF) return begin_again(*ref, cmd);
+    return begin_member(fildes, cmd, *ref);
+  });
+}
+
+Elf* elf_memory(char* image, size_t size) {
+  return guard<Elf*>(nullptr, [&]() -> Elf* {
+    std::unique_ptr<FileDesc> input = make_or_report<FileDesc>(55, image, size);
+    if (!input) return nullptr;
+    const Elf_Kind kind = input->initialize();
+    if (kind == ELF_K_NONE) return nullptr;
+    if (kind == ELF_K_AR) {
+      // Archives are read by file id only.
+      elf_set_error(9);
+      return nullptr;
+    }
+    return make_stand_alone(std::move(input), ELF_C_READ).release();
+  });
+}

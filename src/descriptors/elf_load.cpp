@@ -1,0 +1,135 @@
+// Loading of the file header and the two tables of headers.
+//
+// What is checked here is what memory safety needs; whether the numbers make a sensible object is the
+// caller's business. A table cut off by the end of the input loads, its missing entries being zero records.
+#include <algorithm>
+#include <cstring>
+
+#include "byteorder/data_types.h"
+#include "descriptors/elf.h"
+#include "frame/checked.h"
+#include "frame/error.h"
+#include "platform/platform.h"
+
+using namespace ambielf;
+
+namespace {
+
+// The byte order of a file. e_ident[EI_DATA] is not believed: e_version is 1 in a valid file, so its first
+// two bytes add up to 1 in a little-endian one and to 0 in the other.
+uint8_t detect_encoding(const unsigned char* header) {
+  const int sum = static_cast<signed char>(header[20]) + static_cast<signed char>(header[21]);
+  return sum == 0 ? ELFDATA2MSB : ELFDATA2LSB;
+}
+
+}  // namespace
+
+bool Elf::initialize() {
+  switch (command) {
+    case ELF_C_READ:
+      if (ar_desc) return true;
+      break;
+    case ELF_C_RDWR:
+    case ELF_C_WRITE:
+      if (kind == ELF_K_AR) {
+        elf_set_error(20);
+        return false;
+      }
+      if (command == ELF_C_WRITE) return true;
+      break;
+    default:
+      elf_set_error(39);
+      return false;
+  }
+  // The header comes first: the tables are found through it, in memory order.
+  return init_ElfHdr() && init_ScnTab() && init_PHdrTab();
+}
+
+bool Elf::init_ElfHdr() {
+  if (is_image()) {
+    unsigned char* const base = file_desc->image_base();
+    const uint64_t present = std::min<uint64_t>(file_desc->image_size, image_header_.size());
+    std::memcpy(image_header_.data(), base, static_cast<size_t>(present));
+    if (present == image_header_.size()) {
+      ehdr = base;
+    } else {
+      if (!make_header_block()) return false;
+      std::memcpy(ehdr, image_header_.data(), image_header_.size());
+    }
+  } else {
+    MemoryBlock block = zeroed_block(sizeof(Elf32_Ehdr));
+    if (!block) {
+      elf_set_error(4);
+      return false;
+    }
+    if (read_object(0, block.get(), sizeof(Elf32_Ehdr)) < 0) return false;
+    if (std::memcmp(block.get(), ELFMAG, SELFMAG) != 0) {
+      elf_set_error(6);
+      return false;
+    }
+    ehdr_block_ = std::move(block);
+    ehdr = ehdr_block_.get();
+  }
+  ehdr[EI_DATA] = detect_encoding(ehdr);
+  CharDestBuffer in_place(ehdr);
+  swap(ehdr, in_place, ELF_T_EHDR, sizeof(Elf32_Ehdr));
+  return true;
+}
+
+bool Elf::init_ScnTab() {
+  const Elf32_Ehdr h = header();
+  if (h.e_shnum != 0 && h.e_shentsize < sizeof(Elf32_Shdr)) {
+    elf_set_error(27);
+    return false;
+  }
+  return load_table(shdrs, h.e_shoff, h.e_shnum, h.e_shentsize, ELF_T_SHDR);
+}
+
+bool Elf::init_PHdrTab() {
+  const Elf32_Ehdr h = header();
+  if (h.e_phnum != 0 && h.e_phentsize < sizeof(Elf32_Phdr)) {
+    elf_set_error(100);
+    return false;
+  }
+  return load_table(phdrs, h.e_phoff, h.e_phnum, h.e_phentsize, ELF_T_PHDR);
+}
+
+// The whole of a table that lies in the input is read at once and spread out in its block where entries need
+// room between them for their records to be aligned.
+template <class Record>
+bool Elf::load_table(HeaderTable<Record>& table, uint32_t offset, uint32_t count, uint32_t entry_size,
+                     uint32_t type) {
+  const uint64_t present_size = present_bytes(offset, uint64_t{count} * entry_size, object_size());
+  if (count == 0 || present_size == 0) {
+    // Nothing of it is there, but the file position moves to where it would be.
+    unsigned char nothing = 0;
+    if (read_object(offset, &nothing, 0) < 0) return false;
+    if (count != 0 && table.reserve(count, 0, sizeof(Record)) == nullptr) {
+      elf_set_error(4);
+      return false;
+    }
+    return true;
+  }
+  const size_t present = static_cast<size_t>((present_size + entry_size - 1) / entry_size);
+  const size_t stride = (entry_size + 3) / 4 * 4;
+  unsigned char* const entries = table.reserve(count, present, stride);
+  if (entries == nullptr) {
+    elf_set_error(4);
+    return false;
+  }
+  if (read_object(offset, entries, present_size) < 0) return false;
+  if (stride != entry_size) {
+    for (size_t i = present; i-- > 1;) {
+      std::memmove(entries + i * stride, entries + i * entry_size, entry_size);
+      std::memset(entries + i * stride + entry_size, 0, stride - entry_size);
+    }
+    std::memset(entries + entry_size, 0, stride - entry_size);
+  }
+  if (!foreign()) return true;
+  if (stride == sizeof(Record)) {
+    swap_block(entries, entries, static_cast<uint32_t>(present), type);
+  } else {
+    for (size_t i = 0; i < present; ++i) swap_block(entries + i * stride, entries + i * stride, 1, type);
+  }
+  return true;
+}

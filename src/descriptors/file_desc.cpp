@@ -1,0 +1,69 @@
+#include "descriptors/file_desc.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "frame/error.h"
+#include "platform/platform.h"
+
+namespace ambielf {
+
+Elf_Kind FileDesc::initialize() {
+  if (command == ELF_C_WRITE) return kind = ELF_K_ELF;
+
+  unsigned char probe[probe_size] = {};
+  uint64_t size = 0;
+  if (!read_probe(probe, &size)) return ELF_K_NONE;
+
+  // An input below 16 bytes is not even compared with the magic of an object: it lacks e_ident.
+  if (size >= EI_NIDENT && std::memcmp(probe, ELFMAG, SELFMAG) == 0) return kind = ELF_K_ELF;
+  if (size >= 8 && std::memcmp(probe, "!<sola>\n", 8) == 0) {
+    encoding = ELFDATA2MSB;
+    return kind = ELF_K_AR;
+  }
+  if (size >= 8 && std::memcmp(probe, "!<elfa>\n", 8) == 0) {
+    encoding = ELFDATA2LSB;
+    return kind = ELF_K_AR;
+  }
+  elf_set_error(6);
+  return ELF_K_NONE;
+}
+
+// The first bytes of the input, zeros where it is shorter, and its size.
+bool FileDesc::read_probe(unsigned char* probe, uint64_t* size) {
+  if (is_image) {
+    if (image == nullptr || image_size == 0) {
+      elf_set_error(3);
+      return false;
+    }
+    if (image_size > largest_input) {
+      elf_set_error(6);
+      return false;
+    }
+    std::memcpy(probe, image, static_cast<size_t>(std::min(image_size, probe_size)));
+    *size = image_size;
+    return true;
+  }
+  const int64_t found = platform::file_size(file_id);
+  if (found < 0 || static_cast<uint64_t>(found) > largest_input) {
+    elf_set_error(5);
+    return false;
+  }
+  file_size = static_cast<uint64_t>(found);
+  if (platform::read(file_id, probe, probe_size) <= 0) {
+    elf_set_error(8);
+    return false;
+  }
+  *size = file_size;
+  return true;
+}
+
+unsigned char* FileDesc::image_base() const {
+  if (!is_image || image == nullptr) {
+    elf_set_error(7);
+    return nullptr;
+  }
+  return reinterpret_cast<unsigned char*>(image);
+}
+
+}  // namespace ambielf

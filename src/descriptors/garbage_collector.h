@@ -1,0 +1,31 @@
+// GarbageCollector: the memory blocks of one section, released together when the section dies.
+#ifndef AMBIELF_DESCRIPTORS_GARBAGE_COLLECTOR_H
+#define AMBIELF_DESCRIPTORS_GARBAGE_COLLECTOR_H
+
+#include <utility>
+#include <vector>
+
+#include "frame/error.h"
+#include "frame/memory_block.h"
+
+namespace ambielf {
+
+class GarbageCollector {
+ public:
+  // Takes the block over. False after 73 when there is none.
+  bool add(MemoryBlock block) {
+    if (!block) {
+      elf_set_error(73);
+      return false;
+    }
+    blocks_.push_back(std::move(block));
+    return true;
+  }
+
+ private:
+  std::vector<MemoryBlock> blocks_;
+};
+
+}  // namespace ambielf
+
+#endif

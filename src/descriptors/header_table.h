@@ -1,0 +1,62 @@
+// HeaderTable: the section headers or program headers of an object, as live records.
+//
+// The records that came from the file lie in one block, those added later in blocks of their own, so a
+// pointer to a record stays good for the life of the table. A file states the size of its entries: larger
+// entries keep their further bytes behind the record. Entries that the file counts but does not hold are
+// zero records in memory that stays untouched until somebody reads it.
+#ifndef AMBIELF_DESCRIPTORS_HEADER_TABLE_H
+#define AMBIELF_DESCRIPTORS_HEADER_TABLE_H
+
+#include <cstdint>
+#include <memory>
+#include <new>
+#include <vector>
+
+#include "frame/memory_block.h"
+
+namespace ambielf {
+
+template <class Record>
+class HeaderTable {
+ public:
+  size_t size() const { return loaded_ + added_.size(); }
+  bool empty() const { return size() == 0; }
+
+  // The record at `index`, which is below size().
+  Record* operator[](size_t index) const {
+    if (index >= loaded_) return added_[index - loaded_].get();
+    const size_t place =
+        index < present_ ? index * stride_ : present_ * stride_ + (index - present_) * sizeof(Record);
+    return reinterpret_cast<Record*>(block_.get() + place);
+  }
+
+  // Makes room for `count` zeroed entries, of which the first `present` take `stride` bytes each, a multiple
+  // of 4 and not below the record's size. The place of the first, or null when memory is short.
+  unsigned char* reserve(size_t count, size_t present, size_t stride) {
+    block_ = zeroed_block(uint64_t{present} * stride + uint64_t{count - present} * sizeof(Record));
+    if (!block_) return nullptr;
+    loaded_ = count;
+    present_ = present;
+    stride_ = stride;
+    return block_.get();
+  }
+
+  // Adds a zeroed record at the end, or gives null when memory is short.
+  Record* append() {
+    std::unique_ptr<Record> record(new (std::nothrow) Record());
+    if (!record) return nullptr;
+    added_.push_back(std::move(record));
+    return added_.back().get();
+  }
+
+ private:
+  MemoryBlock block_;
+  size_t loaded_ = 0;
+  size_t present_ = 0;
+  size_t stride_ = sizeof(Record);
+  std::vector<std::unique_ptr<Record>> added_;
+};
+
+}  // namespace ambielf
+
+#endif

@@ -1,0 +1,114 @@
+// The read-side operations: a short run of checks in front of a field. None reads the file but through
+// Elf::get_scn, which loads a section that was not touched yet.
+#include "descriptors/elf.h"
+#include "frame/error.h"
+#include "frame/guard.h"
+#include "frame/magic.h"
+
+using namespace ambielf;
+
+namespace {
+
+// The test for NULL (32) and the magic check that open most operations.
+bool usable(const Elf* elf) {
+  if (elf != nullptr) return elf_magic.check();
+  elf_set_error(32);
+  return false;
+}
+
+bool usable(const Elf_Scn* scn) {
+  if (scn != nullptr) return elf_scn_magic.check();
+  elf_set_error(32);
+  return false;
+}
+
+}  // namespace
+
+int64_t elf_getbase(Elf* elf) {
+  if (!usable(elf)) return -1;
+  if (elf->kind == ELF_K_ELF || (elf->kind == ELF_K_AR && elf->ar_desc)) return 0;
+  if (elf->kind == ELF_K_AR && elf->ar_member != nullptr) return static_cast<int64_t>(elf->member_offset);
+  elf_set_error(6);
+  return -1;
+}
+
+char* elf_getident(Elf* elf, size_t* size) {
+  if (elf != nullptr && !elf_magic.check()) return nullptr;
+  if (elf == nullptr || elf->ehdr == nullptr) {
+    if (size != nullptr) *size = 0;
+    elf_set_error(elf == nullptr ? 32 : 44);
+    return nullptr;
+  }
+  if (size != nullptr) *size = EI_NIDENT;
+  return reinterpret_cast<char*>(elf->ehdr);
+}
+
+Elf_Scn* elf_getscn(Elf* elf, size_t index) {
+  return guard<Elf_Scn*>(nullptr, [&] { return usable(elf) ? elf->get_scn(index) : nullptr; });
+}
+
+Elf_Scn* elf_nextscn(Elf* elf, Elf_Scn* scn) {
+  return guard<Elf_Scn*>(nullptr, [&]() -> Elf_Scn* {
+    if (!usable(elf)) return nullptr;
+    if (scn != nullptr && !elf_scn_magic.check()) return nullptr;
+    const size_t next = scn == nullptr ? 1 : size_t{scn->index} + 1;
+    Elf_Scn* const found = elf->get_scn(next);
+    if (found == nullptr) elf_set_error(21);
+    return found;
+  });
+}
+
+size_t elf_ndxscn(Elf_Scn* scn) { return usable(scn) ? scn->index : 0; }
+
+Elf32_Shdr* elf32_getshdr(Elf_Scn* scn) {
+  if (!usable(scn)) return nullptr;
+  int code = 0;
+  if (scn->shdr == nullptr) {
+    code = 27;
+  } else if (scn->elf == nullptr) {
+    code = 53;
+  } else if (scn->elf->ehdr == nullptr) {
+    code = 44;
+  }
+  if (code == 0) return scn->shdr;
+  elf_set_error(code);
+  return nullptr;
+}
+
+Elf_Data* elf_getdata(Elf_Scn* scn, Elf_Data* data) {
+  if (!usable(scn)) return nullptr;
+  if (data != nullptr && !data_desc_magic.check()) return nullptr;
+  Elf_Data* const found = scn->get_data(data);
+  if (found == nullptr) elf_set_error(37);
+  return found;
+}
+
+char* elf_strptr(Elf* elf, size_t section, size_t offset) {
+  return guard<char*>(nullptr, [&]() -> char* {
+    if (elf == nullptr) {
+      elf_set_error(32);
+      return nullptr;
+    }
+    if (section == SHN_UNDEF) {
+      elf_set_error(25);
+      return nullptr;
+    }
+    return elf_magic.check() ? elf->find_string(section, offset).text : nullptr;
+  });
+}
+
+int elf_cntl(Elf* elf, Elf_Cmd cmd) {
+  return guard(-1, [&] {
+    if (elf == nullptr) {
+      elf_set_error(32);
+      return -1;
+    }
+    if (cmd != ELF_C_FDDONE && cmd != ELF_C_FDREAD) {
+      elf_set_error(85);
+      return -1;
+    }
+    if (cmd == ELF_C_FDREAD && !elf->load_all()) return -1;
+    elf->cntl_command = cmd;
+    return 0;
+  });
+}
