@@ -8,10 +8,11 @@
 #include <cstdint>
 
 #include "byteorder/dest_buffer.h"
-#include "byteorder/dwarf_walk.h"
 #include "byteorder/raw_units.h"
 
 namespace ambielf {
+
+enum class DebugSection;
 
 // What loading did to a block, for the way back. All zero for a block that was not loaded.
 struct LoadedBlock {
