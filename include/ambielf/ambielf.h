@@ -1,17 +1,72 @@
-/* ambielf: reading, changing and writing 32-bit ELF object files of either byte order. */
+/** @file
+ * ambielf: reading, changing and writing 32-bit ELF object files of either byte order.
+ *
+ * This header is the library's whole interface. It compiles as C99 and later and as C++11 and later, alone or
+ * together with the system's <elf.h> in either order. The records of the ELF standard come from
+ * <ambielf/elf32.h>, which explains where it takes them from.
+ *
+ * Conventions that hold for every function below:
+ *
+ * 1. Data model. An Elf is a descriptor: of an object file, of an archive, or of one member of an archive. An
+ *    object has one ELF header, a table of section headers and a table of program headers, all loaded when it
+ * is opened. An Elf_Scn is one section of it, made when it is first asked for; section 0 is the null section
+ * of the standard. A section's contents are a list of blocks, each an Elf_Data. A section that comes from a
+ * file has one block, or none if its type is SHT_NULL or SHT_NOBITS; blocks are added with elf_newdata.
+ * Sizes, offsets and alignments are in bytes. Only ELFCLASS32 exists here.
+ *
+ * 2. Failures. A function that fails returns its failure value (NULL, 0 or -1, as told below) and stores one
+ *    code, which elf_errno reads and clears and elf_errmsg puts in words. A success stores nothing and clears
+ *    nothing, so a code means something only after a failure value. The end of a walk is a failure too, with
+ * a code that says so. What a failing call has done up to then stays done. "Codes" lists what a function can
+ *    report, in the order of its checks. Running out of memory gives 4 where nothing else is said. Nothing is
+ *    printed, and no exception leaves the library.
+ *
+ * 3. Ownership. Descriptors, sections, blocks and the records that are handed out belong to the library. The
+ *    caller owns the file id, a memory image, every buffer that it hangs into Elf_Data::d_buf, and the header
+ *    tables of elf32_getphdr and elf32_getshdrtab. The library never closes a file id that it was given.
+ *
+ * 4. Lifetimes. A pointer that the library hands out lives until elf_end releases its descriptor. The members
+ * of an archive and all that hangs on them end with the archive's descriptor. A memory image must outlive its
+ *    descriptor, and a buffer in d_buf the last elf_update. A handle that has ended must not be used.
+ *
+ * 5. Records are live. The header records and blocks that are handed out are the ones that the library works
+ *    with; a caller changes their fields directly and says so with the elf_flag functions.
+ *
+ * 6. Byte order. Header records in memory are in the host's byte order, whatever the file's; e_ident[EI_DATA]
+ * in the header says which order the file has. Section contents are in the order that the section's swap
+ *    behaviour says, by default the host's: symbols, relocations, dynamic entries, words and the DWARF
+ * version 2 sections .debug_info and .debug_line are converted, plain bytes never change.
+ *
+ * 7. File position. The position of a file id is part of the interface. Loading reads through it and moves
+ * it. In an archive it is the cursor that elf_begin, elf_next and elf_rand share, and elf_update writes from
+ * where it stands. Nothing else may move it during a call.
+ *
+ * 8. Threads. The error code, the work version and the fill value belong to the process, and nothing is
+ * locked: one thread at a time may be in the library, even for different descriptors.
+ *
+ * 9. Handles are trusted. A function that takes a handle refuses NULL; anything else must be a live handle of
+ *    this library. Codes 70 (Elf), 71 (Elf_Scn) and 72 (Elf_Data), bad magic number, mean that the library's
+ * own state has been overwritten. Contents of files and images are never trusted: any bytes are safe to open.
+ */
 #ifndef AMBIELF_AMBIELF_H
 #define AMBIELF_AMBIELF_H
 
-/* The library's version; a change of AMBIELF_ABI means that programs have to be linked anew. */
+/** The library's version: major, a change that breaks programs. */
 #define AMBIELF_VERSION_MAJOR 0
+/** The library's version: minor, additions. */
 #define AMBIELF_VERSION_MINOR 1
+/** The library's version: patch, corrections. */
 #define AMBIELF_VERSION_PATCH 0
+/** The number of the binary interface: programs linked with another number have to be linked anew. */
 #define AMBIELF_ABI 0
 
 #include <ambielf/elf32.h>
 #include <stddef.h>
 #include <stdint.h>
 
+/** @cond
+ * AMBIELF_API marks what the library exports. AMBIELF_STATIC is defined by programs that link the static
+ * library, AMBIELF_BUILDING by the library's own build. */
 #if defined(AMBIELF_STATIC)
 #define AMBIELF_API
 #elif defined(_WIN32)
@@ -32,149 +87,678 @@ extern "C" {
 #else
 #define AMBIELF_U32
 #endif
+/** @endcond */
 
+/** A descriptor: of an object, an archive, or a member of an archive. */
 typedef struct Elf Elf;
+
+/** A section of an object. */
 typedef struct Elf_Scn Elf_Scn;
 
+/** What a descriptor is opened for, and what a command asks. */
 enum Elf_Cmd AMBIELF_U32 {
-  ELF_C_NULL = 0,
-  ELF_C_READ = 1,
-  ELF_C_WRITE = 2,
-  ELF_C_CLR = 3,
-  ELF_C_SET = 4,
-  ELF_C_FDDONE = 5,
-  ELF_C_FDREAD = 6,
-  ELF_C_RDWR = 7,
+  ELF_C_NULL = 0,   /**< nothing; elf_update: lay the file out without writing it */
+  ELF_C_READ = 1,   /**< open for reading */
+  ELF_C_WRITE = 2,  /**< open a new file for writing; elf_update: lay out and write */
+  ELF_C_CLR = 3,    /**< the flag functions: clear */
+  ELF_C_SET = 4,    /**< the flag functions: set */
+  ELF_C_FDDONE = 5, /**< elf_cntl: the file id is not to be used any more */
+  ELF_C_FDREAD = 6, /**< elf_cntl: load everything, then as ELF_C_FDDONE */
+  ELF_C_RDWR = 7    /**< open for reading and rewriting */
 };
+/** @see enum Elf_Cmd */
 typedef enum Elf_Cmd Elf_Cmd;
 
-enum Elf_Kind AMBIELF_U32 { ELF_K_NONE = 0, ELF_K_AR = 1, ELF_K_COFF = 2, ELF_K_ELF = 3 };
+/** What a descriptor stands for. */
+enum Elf_Kind AMBIELF_U32 {
+  ELF_K_NONE = 0, /**< the failure value of elf_kind */
+  ELF_K_AR = 1,   /**< an archive, or a member of one */
+  ELF_K_COFF = 2, /**< never reported */
+  ELF_K_ELF = 3   /**< an object that stands alone: a file, an image, or a new one */
+};
+/** @see enum Elf_Kind */
 typedef enum Elf_Kind Elf_Kind;
 
+/** How the bytes of a block are divided into records: the values of Elf_Data::d_type. The size of a record is
+ * what elf32_fsize says. Blocks that were loaded show ELF_T_BYTE for ELF_T_LNNO and ELF_T_SDB, and ELF_T_RELA
+ * for the two ELF_T_RELA_LNNO types. */
 enum Elf_Type AMBIELF_U32 {
-  ELF_T_BYTE = 0,
-  ELF_T_ADDR = 1,
-  ELF_T_DYN = 2,
-  ELF_T_EHDR = 3,
-  ELF_T_HALF = 4,
-  ELF_T_OFF = 5,
-  ELF_T_PHDR = 6,
-  ELF_T_RELA = 7,
-  ELF_T_REL = 8,
-  ELF_T_SHDR = 9,
-  ELF_T_SWORD = 10,
-  ELF_T_SYM = 11,
-  ELF_T_WORD = 12,
-  ELF_T_NOSWAP4 = 13,
-  ELF_T_WORDS6 = 14,
-  ELF_T_LNNO = 15,
-  ELF_T_SDB = 16,
-  ELF_T_RELA_LNNO_UP = 17,
-  ELF_T_RELA_LNNO_DOWN = 18,
-  ELF_T_WORDS3 = 19,
-  ELF_T_WORDS4 = 20,
-  ELF_T_NONE = 21,
+  ELF_T_BYTE = 0,          /**< plain bytes, 1 byte */
+  ELF_T_ADDR = 1,          /**< Elf32_Addr, 4 bytes */
+  ELF_T_DYN = 2,           /**< Elf32_Dyn, 8 bytes */
+  ELF_T_EHDR = 3,          /**< Elf32_Ehdr, 52 bytes */
+  ELF_T_HALF = 4,          /**< Elf32_Half, 2 bytes */
+  ELF_T_OFF = 5,           /**< Elf32_Off, 4 bytes */
+  ELF_T_PHDR = 6,          /**< Elf32_Phdr, 32 bytes */
+  ELF_T_RELA = 7,          /**< Elf32_Rela, 12 bytes */
+  ELF_T_REL = 8,           /**< Elf32_Rel, 8 bytes */
+  ELF_T_SHDR = 9,          /**< Elf32_Shdr, 40 bytes */
+  ELF_T_SWORD = 10,        /**< Elf32_Sword, 4 bytes; has a size, but conversion refuses it (82) */
+  ELF_T_SYM = 11,          /**< Elf32_Sym, 16 bytes */
+  ELF_T_WORD = 12,         /**< Elf32_Word, 4 bytes */
+  ELF_T_NOSWAP4 = 13,      /**< an item of 4 bytes that conversion refuses (82) */
+  ELF_T_WORDS6 = 14,       /**< six words, 24 bytes */
+  ELF_T_LNNO = 15,         /**< a COFF line number: address or symbol (4), line (2); 6 bytes */
+  ELF_T_SDB = 16,          /**< a COFF symbol: name (8), value (4), section (2), type (2), storage class (1),
+                                auxiliary records (1); 18 bytes */
+  ELF_T_RELA_LNNO_UP = 17, /**< Elf32_Rela whose r_offset is rescaled from 6-byte to 8-byte line numbers */
+  ELF_T_RELA_LNNO_DOWN = 18, /**< Elf32_Rela whose r_offset is rescaled from 8-byte to 6-byte line numbers */
+  ELF_T_WORDS3 = 19,         /**< three words, 12 bytes */
+  ELF_T_WORDS4 = 20,         /**< four words, 16 bytes */
+  ELF_T_NONE = 21            /**< no data type; never seen in a block */
 };
+/** @see enum Elf_Type */
 typedef enum Elf_Type Elf_Type;
 
-enum { ELF_F_DIRTY = 1, ELF_F_LAYOUT = 4 };
-
-enum { ELF_SWAP_TO_HOST = 1, ELF_SWAP_TO_LSB = 2, ELF_SWAP_TO_MSB = 3, ELF_SWAP_NEVER = 4 };
-
-/* Section types of this library's own, beside the published SHT_* numbers 0 to 11. */
+/** Flags, combined by |. */
 enum {
-  SHT_WORDS6 = 13,
-  SHT_OFFTAB = 14,
-  SHT_COFFDBG = 15,
-  SHT_LNNO = 16,
-  SHT_SDB = 17,
-  SHT_RELA_LNNO_UP = 18,
-  SHT_RELA_LNNO_DOWN = 19,
-  SHT_WORDS3 = 20,
-  SHT_WORDS4 = 21
+  ELF_F_DIRTY = 1, /**< changed: elf_update writes a descriptor only if its flag is set */
+  ELF_F_LAYOUT = 4 /**< of a descriptor: offsets, sizes and alignments are the caller's, see elf_update */
 };
 
+/** Swap behaviours: the byte order in which the blocks of a section are held in memory. */
+enum {
+  ELF_SWAP_TO_HOST = 1, /**< the host's; what every section starts with */
+  ELF_SWAP_TO_LSB = 2,  /**< little-endian */
+  ELF_SWAP_TO_MSB = 3,  /**< big-endian */
+  ELF_SWAP_NEVER = 4    /**< the file's */
+};
+
+/** Section types of this library's own. The types 0 to 11 are those of the standard, 12 counts as plain
+ * bytes; a section with a type above 21 can't be loaded (28). Compilers use some of these numbers for other
+ * things, group sections (17) above all: contents whose sh_entsize is above 0 and smaller than the record are
+ * left alone. */
+enum {
+  SHT_WORDS6 = 13,       /**< records of ELF_T_WORDS6 */
+  SHT_OFFTAB = 14,       /**< records of ELF_T_OFF */
+  SHT_COFFDBG = 15,      /**< COFF debug records; .lnno.* and .coff.SDB hold ELF_T_LNNO and ELF_T_SDB, others
+                              are plain bytes. Big-endian files store these records in 8 and 20 bytes; loading
+                              narrows them to 6 and 18, and changes sh_size and sh_entsize to match. */
+  SHT_LNNO = 16,         /**< records of ELF_T_LNNO */
+  SHT_SDB = 17,          /**< records of ELF_T_SDB */
+  SHT_RELA_LNNO_UP = 18, /**< records of ELF_T_RELA_LNNO_UP */
+  SHT_RELA_LNNO_DOWN = 19, /**< records of ELF_T_RELA_LNNO_DOWN */
+  SHT_WORDS3 = 20,         /**< records of ELF_T_WORDS3 */
+  SHT_WORDS4 = 21          /**< records of ELF_T_WORDS4 */
+};
+
+/** A block of section contents. */
 typedef struct {
-  void* d_buf;
-  uint32_t d_type;
-  uint32_t d_size;
-  int32_t d_off;
-  int32_t d_align;
-  uint32_t d_version;
+  void* d_buf;        /**< the bytes; NULL in a block that elf_newdata made, until the caller sets it */
+  uint32_t d_type;    /**< an Elf_Type */
+  uint32_t d_size;    /**< bytes in the block */
+  int32_t d_off;      /**< offset in the section, bytes; set by layout unless ELF_F_LAYOUT is set */
+  int32_t d_align;    /**< alignment in the section, bytes; 0 counts as 1, any number is allowed */
+  uint32_t d_version; /**< the version of the records: EV_CURRENT */
 } Elf_Data;
 
+/** The header of an archive member. Numbers are those of the header's decimal text, mode included. */
 typedef struct {
-  char* ar_name;
-  long ar_date;
-  long ar_uid;
-  long ar_gid;
-  long ar_mode;
-  long ar_size;
-  char* ar_rawname;
+  char* ar_name;    /**< the name, without the "/" that ends it in the file */
+  long ar_date;     /**< date, as the archive's writer counted it */
+  long ar_uid;      /**< user id */
+  long ar_gid;      /**< group id */
+  long ar_mode;     /**< mode */
+  long ar_size;     /**< size of the member, bytes */
+  char* ar_rawname; /**< the name field as it stands in the file */
 } Elf_Arhdr;
 
+/** An entry of an archive's symbol table. */
 typedef struct {
-  char* as_name;
-  uint32_t as_off;
-  uint32_t as_hash;
+  char* as_name;    /**< the symbol */
+  uint32_t as_off;  /**< file offset of the header of the member that defines it, for elf_rand */
+  uint32_t as_hash; /**< has no meaning, 0 */
 } Elf_Arsym;
 
+/** Chooses the swap behaviour of a section while it is loaded.
+ *
+ * @param header  the section's header, in host order
+ * @param name    its name, ended by a zero byte
+ * @return one of the ELF_SWAP values; anything else leaves the block in file order and stores code 98
+ */
 typedef int (*Elf_ReadSwapController)(const Elf32_Shdr* header, const char* name);
 
+/** @name State and errors
+ * @{ */
+
+/** Gives the stored code and clears it.
+ *
+ * @return the code of the last failure, 0 if there was none since the last call
+ */
 AMBIELF_API int elf_errno(void);
+
+/** Puts a code in words. The stored code is neither read nor changed.
+ *
+ * @param err  a code, usually what elf_errno returned
+ * @return the text, which is static and never NULL; for a number that is no code, that of code 0
+ */
 AMBIELF_API const char* elf_errmsg(int err);
+
+/** Sets the version of ELF that the program works with. elf_begin demands it.
+ *
+ * @param ver  EV_CURRENT; EV_NONE asks without setting
+ * @return EV_CURRENT, or EV_NONE on failure
+ * @codes 54 the version is unknown
+ */
 AMBIELF_API unsigned elf_version(unsigned ver);
+
+/** Sets the byte that fills the gaps in written files. It starts as 0.
+ *
+ * @param fill  the value; its low 8 bits count
+ */
 AMBIELF_API void elf_fill(int fill);
 
+/** @}
+ * @name Opening and ending
+ * @{ */
+
+/** Opens a file, or asks an archive for a member, or counts one more user of a descriptor.
+ *
+ * Without `ref` the file is classified by its first bytes, read from where its position stands. An object
+ * gets its headers loaded, and the position goes to 0; an archive gets its list of members, and the position
+ * goes to the header of the first. With ELF_C_WRITE nothing is read, `ref` is ignored, and an empty
+ * descriptor is made.
+ *
+ * With an archive as `ref` the member whose header stands at the file position is opened, or, if it is open
+ * already, gets one more reference. With the descriptor of an object that stands alone as `ref`, that
+ * descriptor gets one more reference. Each reference is given back with elf_end.
+ *
+ * The byte order of an object is taken from e_version, not from the byte that the file has in
+ * e_ident[EI_DATA], which is set to what was found. A header that the file's end cuts short reads as zeros
+ * there, and so do table entries.
+ *
+ * @param fildes  a file id open for the purpose; it stays the caller's
+ * @param cmd     ELF_C_READ, ELF_C_WRITE or ELF_C_RDWR; with ELF_C_NULL the answer is NULL without a code,
+ * which ends the usual loop over an archive
+ * @param ref     NULL, or a descriptor on the same file
+ * @return the descriptor, or NULL
+ * @codes 70 bad magic number; 80 elf_version was not called; 1 fildes is -1; 55, 57, 48, 4 no memory for the
+ *        file's record, an archive, a descriptor, anything else.
+ *        Without `ref`: 5 the file's size can't be had or is above 4 GiB - 1; 8 nothing can be read; 6
+ * neither an object nor an archive; 20 ELF_C_RDWR on an archive; 10 a bad first header or symbol table in an
+ * archive; 11 a bad member header; 12 an archive without members; 39 cmd is none of the three. For the
+ * headers of an object: 88, 89, 17 no seek; 8 no read; 6 a member that is no object; 27, 100 an entry size of
+ * the section, program header table that is too small. With `ref`: 87 ELF_C_RDWR, but the descriptor was not
+ * opened so; 88, 89, 17 the position can't be had; 60 it is a member; 13 no member starts at the position; 20
+ * a member for writing; 39 as above.
+ */
 AMBIELF_API Elf* elf_begin(int fildes, Elf_Cmd cmd, Elf* ref);
+
+/** Opens an object that lies in memory, for reading.
+ *
+ * The image is used in place. While the descriptor lives, its header and the contents of the sections that
+ * were loaded may be in another byte order than in the file, and must not be read through the image. elf_end
+ * puts the image back as it was, but for e_ident[EI_DATA], which holds the byte order that was found, and for
+ * the changes that the caller made. What does not fit in the image reads as zeros. elf_version need not have
+ * been called.
+ *
+ * @param image  the object's first byte, writable, at any alignment; it must outlive the descriptor
+ * @param size   bytes in the image, at most 4 GiB - 1
+ * @return the descriptor, with kind ELF_K_ELF, or NULL
+ * @codes 55, 48, 4 no memory; 3 image is NULL or size 0; 6 not an object, or too large; 9 an archive; 27, 100
+ * an entry size of the section, program header table that is too small
+ */
 AMBIELF_API Elf* elf_memory(char* image, size_t size);
+
+/** Gives back one reference to a descriptor, and releases it with all that it owns when it was the last.
+ *
+ * An archive takes its members with it, whatever their references. A member without users stays with its
+ * archive and is found again by elf_begin. Nothing is written to the file, and the file id stays open.
+ *
+ * @param elf  the descriptor
+ * @return 0 when the descriptor is gone; the references that remain when it lives on; -1 on failure. A
+ * member's archive counts as one reference.
+ * @codes 32 elf is NULL; 70 bad magic number; 38 a member that has no users left
+ */
 AMBIELF_API int elf_end(Elf* elf);
+
+/** Tells what a descriptor stands for.
+ *
+ * @param elf  the descriptor
+ * @return ELF_K_ELF for an object that stands alone, ELF_K_AR for an archive and for its members; ELF_K_NONE
+ * on failure
+ * @codes 32 elf is NULL; 70 bad magic number
+ */
 AMBIELF_API Elf_Kind elf_kind(Elf* elf);
+
+/** Gives the ELF header of an object.
+ *
+ * @param elf  the descriptor
+ * @return the live header, in host order; NULL without a code if there is none (an archive, a new file), NULL
+ *         with a code on failure
+ * @codes 32 elf is NULL; 70 bad magic number
+ */
 AMBIELF_API Elf32_Ehdr* elf32_getehdr(Elf* elf);
 
+/** @}
+ * @name Reading
+ * @{ */
+
+/** Tells where an object begins in its file.
+ *
+ * @param elf  the descriptor
+ * @return offset in bytes: of a member's contents in the archive file, 0 for everything else; -1 on failure
+ * @codes 32 elf is NULL; 70 bad magic number; 6 a descriptor of no known kind
+ */
 AMBIELF_API int64_t elf_getbase(Elf* elf);
+
+/** Gives the identification bytes of an object, e_ident.
+ *
+ * @param elf   the descriptor
+ * @param size  where their number (EI_NIDENT, 16) is stored, or 0 with codes 32 and 44; may be NULL
+ * @return the live bytes, or NULL
+ * @codes 32 elf is NULL; 70 bad magic number; 44 no header
+ */
 AMBIELF_API char* elf_getident(Elf* elf, size_t* size);
+
+/** Gives a section, and loads its contents when it is first asked for.
+ *
+ * Loading moves the file position. It asks the controller of elf_setreadswapcontroller for a swap behaviour
+ * and converts the contents accordingly; contents that can't be converted do not fail the load, but stay in
+ * file order from there on, with the code stored. In a file of the other byte order the section's name has to
+ * be readable.
+ *
+ * @param elf    the descriptor of an object
+ * @param index  0 to the number of sections - 1
+ * @return the section, the same for every call with this index; or NULL
+ * @codes 32 elf is NULL; 70 bad magic number; 21 no such section; 42 not loaded before elf_cntl ended
+ * loading; 4, 74, 31 no memory for the section, its contents, its block; 88, 89, 17 no seek; 8 no read; 25,
+ * 68, 37, 26 no name to be had in a file of the other byte order: no name table, no string table or an offset
+ *        behind its end, a table without contents, anything else; 28 a type above 21
+ */
 AMBIELF_API Elf_Scn* elf_getscn(Elf* elf, size_t index);
+
+/** Walks the sections of an object. The walk starts at section 1.
+ *
+ * @param elf  the descriptor of an object
+ * @param scn  the section before, NULL for the first
+ * @return the next section, loaded as by elf_getscn; NULL at the end and on failure
+ * @codes 32 elf is NULL; 70, 71 bad magic number; 21 no further section, or it can't be loaded: the code of
+ * the load is replaced. elf_getscn with elf_ndxscn(scn) + 1 tells the two apart.
+ */
 AMBIELF_API Elf_Scn* elf_nextscn(Elf* elf, Elf_Scn* scn);
+
+/** Gives the index of a section.
+ *
+ * @param scn  the section
+ * @return its index; 0 on failure, which is also the index of the null section
+ * @codes 32 scn is NULL; 71 bad magic number
+ */
 AMBIELF_API size_t elf_ndxscn(Elf_Scn* scn);
+
+/** Gives the header of a section.
+ *
+ * @param scn  the section
+ * @return the live header, in host order; or NULL
+ * @codes 32 scn is NULL; 71 bad magic number; 27 no section header; 53 no descriptor; 44 no ELF header
+ */
 AMBIELF_API Elf32_Shdr* elf32_getshdr(Elf_Scn* scn);
+
+/** Walks the blocks of a section.
+ *
+ * @param scn   the section
+ * @param data  the block before, NULL for the first
+ * @return the next block, live; NULL at the end and on failure
+ * @codes 32 scn is NULL; 71, 72 bad magic number; 37 no further block, or data is not one of this section
+ */
 AMBIELF_API Elf_Data* elf_getdata(Elf_Scn* scn, Elf_Data* data);
+
+/** Gives a string from a string table.
+ *
+ * A table of several blocks is searched in block order: the first block that reaches as far as the offset
+ * serves it. The library does not look for the zero byte that ends the string: a table that a file ends
+ * without one ends the same way here, and a careful reader compares with d_size of the block.
+ *
+ * @param elf      the descriptor of an object
+ * @param section  index of a section of type SHT_STRTAB, above 0
+ * @param offset   bytes from the start of the section
+ * @return the string, which must not be written; or NULL
+ * @codes 32 elf is NULL; 25 section is 0; 70 bad magic number; the codes of elf_getscn; 27 no section header;
+ *        68 not a string table, or the offset lies behind its end; 37 no block holds the offset
+ */
 AMBIELF_API char* elf_strptr(Elf* elf, size_t section, size_t offset);
+
+/** Ends the library's use of the file id.
+ *
+ * Afterwards no further section is loaded (42), and elf_update can't write. New sections can be made.
+ *
+ * @param elf  the descriptor
+ * @param cmd  ELF_C_FDDONE; or ELF_C_FDREAD, which first loads every section from index 1 up, of an archive
+ * those of all members
+ * @return 0, or -1
+ * @codes 32 elf is NULL; 85 another command; with ELF_C_FDREAD: 42 loading has ended already; 83 the
+ * descriptor was opened with ELF_C_WRITE; 12 an archive without members; the codes of elf_getscn and
+ * elf_begin
+ */
 AMBIELF_API int elf_cntl(Elf* elf, Elf_Cmd cmd);
 
+/** @}
+ * @name Byte order
+ * @{ */
+
+/** Gives the size of records, the same in memory and in a file.
+ *
+ * @param type     an Elf_Type
+ * @param count    how many
+ * @param version  EV_CURRENT
+ * @return bytes, the product taken in 32 bits; 0 on failure
+ * @codes 33 another version; 67 a type above 20
+ */
 AMBIELF_API uint32_t elf32_fsize(uint32_t type, uint32_t count, uint32_t version);
+
+/** Converts a block from memory order to the byte order `encoding`.
+ *
+ * If `encoding` is the host's, the bytes are copied. Otherwise they are converted as elf_update would:
+ * records by d_type, and debug sections by the name of the section that `src` belongs to. The section's swap
+ * behaviour is not asked. `dst` may share its buffer with `src`, if both start at the same byte. Two types,
+ * ELF_T_LNNO and ELF_T_SDB, are converted in the source block itself, before they are copied.
+ *
+ * @param dst       receives bytes, d_size and d_type; its d_buf has room for its d_size. May be the caller's
+ * own.
+ * @param src       a block that this library handed out, of a section of an object
+ * @param encoding  ELFDATA2LSB or ELFDATA2MSB
+ * @return dst; or NULL, without a code if there was nothing to convert
+ * @codes 32 dst or src is NULL; 72 bad magic number; 41 dst is smaller than src; 24 another encoding; 47 src
+ * has no section; 53 no descriptor; 44 no ELF header; 67 no such type; 82 a type that can't be converted
+ */
 AMBIELF_API Elf_Data* elf32_xlatetof(Elf_Data* dst, const Elf_Data* src, unsigned encoding);
+
+/** Converts a block from the byte order `encoding` to memory order. Everything else is as for elf32_xlatetof.
+ *
+ * @param dst       receives bytes, d_size and d_type; its d_buf has room for its d_size. May be the caller's
+ * own.
+ * @param src       a block that this library handed out, of a section of an object
+ * @param encoding  ELFDATA2LSB or ELFDATA2MSB
+ * @return dst; or NULL, without a code if there was nothing to convert
+ * @codes as for elf32_xlatetof
+ */
 AMBIELF_API Elf_Data* elf32_xlatetom(Elf_Data* dst, const Elf_Data* src, unsigned encoding);
+
+/** Sets the swap behaviour of a section that has been loaded: the order in which its blocks are held when
+ * they are written, or put back into an image. Its blocks are not touched; a caller that changes the
+ * behaviour converts them.
+ *
+ * @param section   the section; it must be one, NULL is not tested for
+ * @param behavior  one of the ELF_SWAP values
+ * @return 0, or -1
+ * @codes 98 another value; the old one stays
+ */
 AMBIELF_API int elf_setswapbehavior(Elf_Scn* section, int behavior);
+
+/** Installs the function that chooses the swap behaviour of each section as it is loaded. The section-name
+ * table is loaded without asking it.
+ *
+ * @param elf         the descriptor; it must be one, NULL is not tested for
+ * @param controller  the function; NULL for the default, which answers ELF_SWAP_TO_HOST
+ * @return the function that was installed before
+ */
 AMBIELF_API Elf_ReadSwapController elf_setreadswapcontroller(Elf* elf, Elf_ReadSwapController controller);
 
+/** @}
+ * @name Creating
+ * A new file takes these calls, in this order: elf_begin with ELF_C_WRITE; elf32_newehdr, and the caller's
+ * fields in the header; elf32_newphdr for each program header; elf_newscn for each section, with the caller's
+ * fields in elf32_getshdr (sh_name above all: a section whose sh_name is 0 counts as null) and elf_newdata
+ * for each block; e_shstrndx in the header; elf_update; elf_end.
+ * @{ */
+
+/** Makes the ELF header of a new file, or gives the one that is there. A new header is all zeros but for
+ * e_ident[EI_DATA], which is the host's byte order and can be changed. It sets the descriptor's dirty flag.
+ *
+ * @param elf  a descriptor opened with ELF_C_WRITE or ELF_C_RDWR
+ * @return the live header, or NULL
+ * @codes 32 elf is NULL; 70 bad magic number; 38 an archive; 39 opened with ELF_C_READ; 4 no memory; 45 the
+ *        header that is there does not have ELFCLASS32 in e_ident[EI_CLASS] (layout sets it)
+ */
 AMBIELF_API Elf32_Ehdr* elf32_newehdr(Elf* elf);
+
+/** Adds one program header, all zeros, and counts it in e_phnum. It sets the descriptor's dirty flag.
+ *
+ * @param elf  the descriptor of an object
+ * @return the live record, or NULL
+ * @codes 32 elf is NULL; 70 bad magic number; 44 no ELF header; 4 no memory, or 65535 are there
+ */
 AMBIELF_API Elf32_Phdr* elf32_newphdr(Elf* elf);
+
+/** Adds a section at the end, with a header of zeros, and counts it in e_shnum. The first call on an object
+ * without sections makes section 0 as well. It sets the section's and the descriptor's dirty flags.
+ *
+ * @param elf  the descriptor of an object that stands alone, not on an image
+ * @return the section, or NULL
+ * @codes 32 elf is NULL; 70 bad magic number; 20 an archive, a member or an image; 44 no ELF header; 4 no
+ * memory; 34 no memory for the section, or 65535 are there
+ */
 AMBIELF_API Elf_Scn* elf_newscn(Elf* elf);
+
+/** Adds a block at the end of a section. All its fields are 0 but d_version, which is EV_CURRENT; the caller
+ * sets d_buf, d_type, d_size and d_align before the next elf_update, and d_off under ELF_F_LAYOUT. It sets
+ * the section's dirty flag, not the descriptor's.
+ *
+ * @param scn  a section of an object that stands alone, not on an image
+ * @return the live block, or NULL
+ * @codes 32 scn is NULL; 71 bad magic number; 20 of an archive, a member or an image; 31 no memory
+ */
 AMBIELF_API Elf_Data* elf_newdata(Elf_Scn* scn);
+
+/** Sets or clears flags of a descriptor. ELF_F_DIRTY of the descriptor is what makes elf_update write.
+ *
+ * @param elf    the descriptor
+ * @param cmd    ELF_C_SET or ELF_C_CLR
+ * @param flags  ELF_F_DIRTY, ELF_F_LAYOUT or both; other bits are ignored
+ * @return flags, or 0
+ * @codes 32 elf is NULL; 70 bad magic number; 66 neither flag; 84 another command
+ */
 AMBIELF_API unsigned elf_flagelf(Elf* elf, Elf_Cmd cmd, unsigned flags);
+
+/** Sets or clears the dirty flag of an ELF header, which is the descriptor's.
+ *
+ * @param elf    the descriptor
+ * @param cmd    ELF_C_SET or ELF_C_CLR
+ * @param flags  ELF_F_DIRTY
+ * @return flags, or 0
+ * @codes 32 elf is NULL; 66 neither flag; 84 another command; 90 ELF_F_LAYOUT, after ELF_F_DIRTY was obeyed
+ */
 AMBIELF_API unsigned elf_flagehdr(Elf* elf, Elf_Cmd cmd, unsigned flags);
+
+/** Sets or clears the dirty flag of a section. It does not make elf_update write.
+ *
+ * @param scn    the section
+ * @param cmd    ELF_C_SET or ELF_C_CLR
+ * @param flags  ELF_F_DIRTY
+ * @return flags, or 0
+ * @codes 32 scn is NULL; 66 neither flag; 84 another command; 91 ELF_F_LAYOUT, after ELF_F_DIRTY was obeyed
+ */
 AMBIELF_API unsigned elf_flagscn(Elf_Scn* scn, Elf_Cmd cmd, unsigned flags);
+
+/** The same as elf_flagscn: a section and its header share one flag.
+ *
+ * @param scn    the section
+ * @param cmd    ELF_C_SET or ELF_C_CLR
+ * @param flags  ELF_F_DIRTY
+ * @return flags, or 0
+ * @codes as for elf_flagscn
+ */
 AMBIELF_API unsigned elf_flagshdr(Elf_Scn* scn, Elf_Cmd cmd, unsigned flags);
+
+/** Sets or clears the dirty flag of a block, which layout passes on to its section.
+ *
+ * @param data   a block that this library handed out
+ * @param cmd    ELF_C_SET or ELF_C_CLR
+ * @param flags  ELF_F_DIRTY
+ * @return flags, or 0
+ * @codes 32 data is NULL; 66 neither flag; 84 another command; 92 ELF_F_LAYOUT, after ELF_F_DIRTY was obeyed
+ */
 AMBIELF_API unsigned elf_flagdata(Elf_Data* data, Elf_Cmd cmd, unsigned flags);
 
+/** @}
+ * @name Writing
+ * @{ */
+
+/** Lays an object out, and writes it.
+ *
+ * Layout sets the fields of the ELF header that describe the file: the magic, EI_CLASS, EI_VERSION, e_ehsize,
+ * e_shnum, e_shentsize, e_shoff and, with program headers, e_phnum, e_phentsize, e_phoff; EI_DATA and
+ * e_version where they are 0. The file then is: ELF header; section contents in index order, each at its
+ * alignment; section header table, at a multiple of 4; program header table. Layout chooses d_off, sh_offset,
+ * sh_size and sh_addralign, and SHT_NOBITS takes no file space. Under ELF_F_LAYOUT those four fields are the
+ * caller's, and sections and blocks must follow each other without overlap, in index order from byte 52.
+ *
+ * Writing sends that image to the file, from where its position stands, gaps filled with the byte of
+ * elf_fill. It happens only if the descriptor's ELF_F_DIRTY is set, and clears it. Headers and blocks leave
+ * in the byte order of e_ident[EI_DATA]; what is in memory stays as it is. Sections that were never loaded
+ * are copied from the old file. Program headers tied to a section by elf32_setphdrdata get its sh_offset as
+ * p_offset. To write over a file that was read, set its position to 0 first. The file is never truncated.
+ *
+ * @param elf  the descriptor of an object that stands alone, not on an image
+ * @param cmd  ELF_C_NULL to lay out only; ELF_C_WRITE to lay out and write; the other commands do nothing
+ * @return the size of the file in bytes; 1 with ELF_C_WRITE if the descriptor was not dirty; 0 for a command
+ * that does nothing; -1 on failure. A write that fails leaves in the file what had gone out by then.
+ * @codes 32 elf is NULL; 70 bad magic number; 65 no such command; 61 ELF_C_WRITE, but opened with ELF_C_READ.
+ *        Layout: 9 an archive, a member or an image; 22 no ELF header; 24 e_ident[EI_DATA] is above 2; 33
+ *        e_version is above 1; 25 sections out of order; 29 a block without a section header, or a file too
+ * large for 32 bits; 30 under ELF_F_LAYOUT, blocks reach past sh_size. Writing: 81 no file; 88, 89, 17, 97,
+ * 93, 94, 95, 96, 50 the file id can't be used; 42 after elf_cntl; 35 sections out of order; 43 a section or
+ * block starts behind the running position, or has no sh_name; 37 a block without d_buf; 8 an old section
+ * can't be read; 4 no memory; 82, 67, 98 a block can't be converted; 79, 86, 64 the file can't be written
+ */
 AMBIELF_API int32_t elf_update(Elf* elf, Elf_Cmd cmd);
 
+/** @}
+ * @name Header tables
+ * @{ */
+
+/** Gives a copy of the program header table, in the byte order of the file.
+ *
+ * @param elf  the descriptor of an object
+ * @return e_phnum records, the caller's to give back with elf32_freeshdrtab, also after elf_end; NULL without
+ * a code if there are none, NULL with a code on failure
+ * @codes 32 elf is NULL; 70 bad magic number; 44 no ELF header; 4 no memory
+ */
 AMBIELF_API Elf32_Phdr* elf32_getphdr(Elf* elf);
+
+/** Gives a copy of the section header table, in the byte order of the file.
+ *
+ * @param elf  the descriptor of an object
+ * @return e_shnum records, the caller's to give back with elf32_freeshdrtab, also after elf_end; NULL without
+ * a code if there are none, NULL with a code on failure
+ * @codes 32 elf is NULL; 70 bad magic number; 44 no ELF header; 4 no memory
+ */
 AMBIELF_API Elf32_Shdr* elf32_getshdrtab(Elf* elf);
+
+/** Releases a table of elf32_getphdr or elf32_getshdrtab.
+ *
+ * @param table  the table, or NULL
+ */
 AMBIELF_API void elf32_freeshdrtab(void* table);
+
+/** Gives the contents that a program header describes: the first block of the first section whose sh_addr and
+ * sh_offset are the program header's p_vaddr and p_offset.
+ *
+ * @param elf    the descriptor of an object; it must be one, or NULL
+ * @param index  of the program header, 0 to e_phnum - 1
+ * @return the live block, or NULL
+ * @codes 32 elf is NULL; 99 no such index; 100 no record; 101 no section matches, or it has no block; the
+ * codes of elf_getscn
+ */
 AMBIELF_API Elf_Data* elf32_getphdrdata(Elf* elf, unsigned index);
+
+/** Ties a program header to a section: whenever elf_update writes, p_offset becomes the section's sh_offset.
+ * A section has one such tie; a new one replaces it.
+ *
+ * @param phdr  a record, usually from elf32_newphdr; it must outlive the last elf_update
+ * @param scn   the section
+ * @return 0, or -1
+ * @codes 32 phdr or scn is NULL
+ */
 AMBIELF_API int elf32_setphdrdata(Elf32_Phdr* phdr, Elf_Scn* scn);
 
+/** @}
+ * @name Archives
+ * The usual walk: elf_begin without `ref`; then in a loop elf_begin with the archive as `ref` and the command
+ * that elf_next gave, work, elf_next on the member, elf_end on the member. Archives are read, never written.
+ * @{ */
+
+/** Gives the header of an archive member.
+ *
+ * @param elf  the descriptor of a member
+ * @return the record, which must not be written; or NULL
+ * @codes 69 elf is NULL, or no member; 70 bad magic number
+ */
 AMBIELF_API Elf_Arhdr* elf_getarhdr(Elf* elf);
+
+/** Gives the symbol table of an archive, in the order of the file.
+ *
+ * @param elf    the descriptor of an archive
+ * @param count  where the number of entries is stored, or 0 with code 60; may be NULL
+ * @return the entries, which must not be written, not NULL for an empty table; or NULL
+ * @codes 32 elf is NULL; 70 bad magic number; 60 no archive; 15 an archive without a symbol table
+ */
 AMBIELF_API Elf_Arsym* elf_getarsym(Elf* elf, size_t* count);
+
+/** Moves the file position to the header of the next member, or of the first if `elf` is the archive itself.
+ *
+ * @param elf  the descriptor of a member or of an archive
+ * @return ELF_C_READ; or ELF_C_NULL at the end and on failure, without a code if elf is NULL or stands alone
+ * @codes 70 bad magic number; 6, 60 a descriptor of no known kind; 59 no further member, and the position
+ * stays; 88, 89, 17 no seek
+ */
 AMBIELF_API Elf_Cmd elf_next(Elf* elf);
+
+/** Moves the file position of an archive, so that the next elf_begin picks the member whose header starts
+ * there.
+ *
+ * @param elf     the descriptor of an archive
+ * @param offset  bytes from the start of the archive file, as in Elf_Arsym::as_off; not checked
+ * @return offset; 0 on failure, which is told from offset 0 by the code
+ * @codes 32 elf is NULL; 70 bad magic number; 9 no archive; 81 no file; 88, 89, 17 no seek
+ */
 AMBIELF_API size_t elf_rand(Elf* elf, size_t offset);
 
+/** @}
+ * @name Files
+ * Nothing else in the library needs these. A path that can't be opened as it is written is brought into
+ * canonical form, by the rules for Windows paths on every host, and tried once more.
+ * @{ */
+
+/** Opens a file.
+ *
+ * @param path   the path
+ * @param oflag  as for the system's open; on Windows with O_BINARY
+ * @param pmode  the permissions of a new file
+ * @return a file id, the caller's to close with elf_close; or -1
+ * @codes 62 path is NULL; 102 the canonical path is too long; 103 it can't be formed; 97, 93, 94, 95, 96 the
+ *        system said ENOENT, EACCES, EEXIST, EINVAL, EMFILE; 50 anything else
+ */
 AMBIELF_API int elf_open(const char* path, int oflag, int pmode);
+
+/** Closes a file.
+ *
+ * @param fildes  the file id
+ * @return 0, or -1
+ * @codes 1 fildes is -1; 56 the system refused
+ */
 AMBIELF_API int elf_close(int fildes);
+
+/** Maps a whole file into memory, private to the process: it can be written, and so handed to elf_memory, and
+ * the file never changes.
+ *
+ * @param path  the path
+ * @param view  where the address of the first byte is stored, on success only; may be NULL
+ * @return the size of the file in bytes, the view to be given back with elf_mclose; or -1
+ * @codes 62 path is NULL; 102 the canonical path is too long; 103, 50 it can't be formed; 58 the file can't
+ * be opened under it either; 51 the file can't be mapped, an empty one for example
+ */
 AMBIELF_API int64_t elf_mopen(const char* path, void** view);
+
+/** Unmaps a file. End the descriptor on it first.
+ *
+ * @param view  an address from elf_mopen
+ * @return 0, or -1
+ * @codes 52 not a live view
+ */
 AMBIELF_API int elf_mclose(void* view);
+
+/** @} */
 
 #if defined(__cplusplus)
 }
