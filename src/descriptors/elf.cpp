@@ -146,7 +146,7 @@ TableString Elf::find_string(size_t section, uint64_t offset) {
 TableString Elf::section_name(const Elf_Scn& scn) {
   if (ehdr == nullptr || scn.shdr == nullptr) return {};
   const size_t name_table = header().e_shstrndx;
-  if (scn.index == name_table) return {};
+  if (name_table == SHN_UNDEF || scn.index == name_table) return {};
   const KeepError keep;
   const Elf_Scn* const table = get_scn(name_table);
   const DataDesc* const names = table == nullptr ? nullptr : table->first_data();
@@ -182,6 +182,20 @@ int64_t Elf::read_object(uint64_t offset, void* to, uint64_t size) {
     std::memcpy(to, image_header_.data() + offset, static_cast<size_t>(header_bytes));
   }
   return static_cast<int64_t>(present);
+}
+
+bool Elf::afford_contents() {
+  // Sections of a sound object do not share bytes, so their contents are no larger than the object.
+  constexpr uint64_t allowance = 1024 * 1024;
+  if (contents_taken_ <= 2 * object_size() + allowance) return true;
+  elf_set_error(4);
+  return false;
+}
+
+void Elf::count_contents(uint64_t size, uint64_t present) {
+  // Even a block that nothing is read into costs its first page.
+  constexpr uint64_t page = 4096;
+  contents_taken_ += std::max(present, std::min(size, page));
 }
 
 bool Elf::shares_bytes(size_t index) {

@@ -88,6 +88,12 @@ struct Elf : public ambielf::ByteSwap {
   // code of a failed seek.
   int64_t read_object(uint64_t offset, void* to, uint64_t size);
 
+  // Whether another section's contents may be loaded. A hostile header table may lay thousands of sections
+  // over the same bytes; memory is given for contents in proportion to the input, and refused with 4 beyond.
+  // The count is the same for a file and for an image, whether a section's bytes are copied or not.
+  bool afford_contents();
+  void count_contents(uint64_t size, uint64_t present);
+
   // Whether a section's bytes in an image are also those of the header or of another section.
   bool shares_bytes(size_t index);
 
@@ -127,7 +133,8 @@ struct Elf : public ambielf::ByteSwap {
   ambielf::MemoryBlock ehdr_block_;
   std::array<unsigned char, sizeof(Elf32_Ehdr)> image_header_{};  // as the image had it before loading
   std::optional<std::vector<bool>> shared_sections_;              // of an image, once asked for
-  std::vector<size_t> being_loaded_;                              // innermost last
+  uint64_t contents_taken_ = 0;
+  std::vector<size_t> being_loaded_;  // innermost last
 };
 
 #endif

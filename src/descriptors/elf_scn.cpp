@@ -51,7 +51,8 @@ bool Elf_Scn::initialize() {
 
   HeaderEdit edit(*shdr);
   Contents contents;
-  if (!locate(contents)) return false;
+  if (!elf->afford_contents() || !locate(contents)) return false;
+  elf->count_contents(shdr->sh_size, contents.present);
   if (index != elf->header().e_shstrndx && elf->foreign() && !look_at_name(contents)) return false;
   if (!make_data(contents)) return false;
   edit.keep();
