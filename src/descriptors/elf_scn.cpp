@@ -52,9 +52,11 @@ bool Elf_Scn::initialize() {
   HeaderEdit edit(*shdr);
   Contents contents;
   if (!elf->afford_contents() || !locate(contents)) return false;
-  elf->count_contents(shdr->sh_size, contents.present);
+  const uint64_t size = shdr->sh_size;
+  const uint64_t present = contents.present;
   if (index != elf->header().e_shstrndx && elf->foreign() && !look_at_name(contents)) return false;
   if (!make_data(contents)) return false;
+  elf->count_contents(size, present);
   edit.keep();
   return true;
 }
