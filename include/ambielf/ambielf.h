@@ -1,52 +1,55 @@
 /** @file
  * ambielf: reading, changing and writing 32-bit ELF object files of either byte order.
  *
- * This header is the library's whole interface. It compiles as C99 and later and as C++11 and later, alone or
- * together with the system's <elf.h> in either order. The records of the ELF standard come from
+ * This header is the library's whole interface. It compiles as C99 and later and as C++11 and later, alone
+ * or together with the system's <elf.h> in either order. The records of the ELF standard come from
  * <ambielf/elf32.h>, which explains where it takes them from.
  *
  * Conventions that hold for every function below:
  *
- * 1. Data model. An Elf is a descriptor: of an object file, of an archive, or of one member of an archive. An
- *    object has one ELF header, a table of section headers and a table of program headers, all loaded when it
- * is opened. An Elf_Scn is one section of it, made when it is first asked for; section 0 is the null section
- * of the standard. A section's contents are a list of blocks, each an Elf_Data. A section that comes from a
- * file has one block, or none if its type is SHT_NULL or SHT_NOBITS; blocks are added with elf_newdata.
- * Sizes, offsets and alignments are in bytes. Only ELFCLASS32 exists here.
+ * 1. Data model. An Elf is a descriptor: of an object file, of an archive, or of one member of an archive.
+ *    An object has one ELF header, a table of section headers and a table of program headers, all loaded
+ *    when it is opened. An Elf_Scn is one section of it, made when it is first asked for; section 0 is the
+ *    null section of the standard. A section's contents are a list of blocks, each an Elf_Data. A section
+ *    that comes from a file has one block, or none if its type is SHT_NULL or SHT_NOBITS; blocks are added
+ *    with elf_newdata. Sizes, offsets and alignments are in bytes. Only ELFCLASS32 exists here.
  *
- * 2. Failures. A function that fails returns its failure value (NULL, 0 or -1, as told below) and stores one
- *    code, which elf_errno reads and clears and elf_errmsg puts in words. A success stores nothing and clears
- *    nothing, so a code means something only after a failure value. The end of a walk is a failure too, with
- * a code that says so. What a failing call has done up to then stays done. "Codes" lists what a function can
- *    report, in the order of its checks. Running out of memory gives 4 where nothing else is said. Nothing is
- *    printed, and no exception leaves the library.
+ * 2. Failures. A function that fails returns its failure value (NULL, 0 or -1, as told below) and stores
+ *    one code, which elf_errno reads and clears and elf_errmsg puts in words. A success stores nothing and
+ *    clears nothing, so a code means something only after a failure value. The end of a walk is a failure
+ *    too, with a code that says so. What a failing call has done up to then stays done. "Codes" lists what
+ *    a function can report, in the order of its checks. Running out of memory gives 4 where nothing else is
+ *    said. Nothing is printed, and no exception leaves the library.
  *
- * 3. Ownership. Descriptors, sections, blocks and the records that are handed out belong to the library. The
- *    caller owns the file id, a memory image, every buffer that it hangs into Elf_Data::d_buf, and the header
- *    tables of elf32_getphdr and elf32_getshdrtab. The library never closes a file id that it was given.
+ * 3. Ownership. Descriptors, sections, blocks and the records that are handed out belong to the library.
+ *    The caller owns the file id, a memory image, every buffer that it hangs into Elf_Data::d_buf, and the
+ *    header tables of elf32_getphdr and elf32_getshdrtab. The library never closes a file id that it was
+ *    given.
  *
- * 4. Lifetimes. A pointer that the library hands out lives until elf_end releases its descriptor. The members
- * of an archive and all that hangs on them end with the archive's descriptor. A memory image must outlive its
- *    descriptor, and a buffer in d_buf the last elf_update. A handle that has ended must not be used.
+ * 4. Lifetimes. A pointer that the library hands out lives until elf_end releases its descriptor. The
+ *    members of an archive and all that hangs on them end with the archive's descriptor. A memory image
+ *    must outlive its descriptor, and a buffer in d_buf the last elf_update. A handle that has ended must
+ *    not be used.
  *
- * 5. Records are live. The header records and blocks that are handed out are the ones that the library works
- *    with; a caller changes their fields directly and says so with the elf_flag functions.
+ * 5. Records are live. The header records and blocks that are handed out are the ones that the library
+ *    works with; a caller changes their fields directly and says so with the elf_flag functions.
  *
- * 6. Byte order. Header records in memory are in the host's byte order, whatever the file's; e_ident[EI_DATA]
- * in the header says which order the file has. Section contents are in the order that the section's swap
- *    behaviour says, by default the host's: symbols, relocations, dynamic entries, words and the DWARF
- * version 2 sections .debug_info and .debug_line are converted, plain bytes never change.
+ * 6. Byte order. Header records in memory are in the host's byte order, whatever the file's;
+ *    e_ident[EI_DATA] in the header says which order the file has. Section contents are in the order that
+ *    the section's swap behaviour says, by default the host's: symbols, relocations, dynamic entries, words
+ *    and the DWARF version 2 sections .debug_info and .debug_line are converted, plain bytes never change.
  *
  * 7. File position. The position of a file id is part of the interface. Loading reads through it and moves
- * it. In an archive it is the cursor that elf_begin, elf_next and elf_rand share, and elf_update writes from
- * where it stands. Nothing else may move it during a call.
+ *    it. In an archive it is the cursor that elf_begin, elf_next and elf_rand share, and elf_update writes
+ *    from where it stands. Nothing else may move it during a call.
  *
  * 8. Threads. The error code, the work version and the fill value belong to the process, and nothing is
- * locked: one thread at a time may be in the library, even for different descriptors.
+ *    locked: one thread at a time may be in the library, even for different descriptors.
  *
- * 9. Handles are trusted. A function that takes a handle refuses NULL; anything else must be a live handle of
- *    this library. Codes 70 (Elf), 71 (Elf_Scn) and 72 (Elf_Data), bad magic number, mean that the library's
- * own state has been overwritten. Contents of files and images are never trusted: any bytes are safe to open.
+ * 9. Handles are trusted. A function that takes a handle refuses NULL; anything else must be a live handle
+ *    of this library. Codes 70 (Elf), 71 (Elf_Scn) and 72 (Elf_Data), bad magic number, mean that the
+ *    library's own state has been overwritten. Contents of files and images are never trusted: any bytes
+ *    are safe to open.
  */
 #ifndef AMBIELF_AMBIELF_H
 #define AMBIELF_AMBIELF_H
