@@ -1,0 +1,77 @@
+// Bytes of test inputs, put together item by item in a stated byte order.
+#ifndef AMBIELF_TESTS_SUPPORT_BYTES_H
+#define AMBIELF_TESTS_SUPPORT_BYTES_H
+
+#include <cstdint>
+#include <initializer_list>
+#include <string_view>
+#include <vector>
+
+namespace ambielf::test {
+
+using Bytes = std::vector<unsigned char>;
+
+enum class ByteOrder : uint8_t { little = 1, big = 2 };  // as e_ident[EI_DATA] has them
+
+inline constexpr ByteOrder both_orders[] = {ByteOrder::little, ByteOrder::big};
+
+// Writes an unsigned number of `width` bytes at `place`.
+inline void put_number(Bytes& bytes, size_t place, uint64_t value, size_t width, ByteOrder order) {
+  for (size_t i = 0; i < width; ++i) {
+    const size_t shift = 8 * (order == ByteOrder::little ? i : width - 1 - i);
+    bytes.at(place + i) = static_cast<unsigned char>(value >> shift);
+  }
+}
+
+// Appends numbers and strings; each call gives the emitter, so that a record is one expression.
+class Emit {
+ public:
+  explicit Emit(ByteOrder order) : order_(order) {}
+
+  Emit& u8(uint64_t value) { return number(value, 1); }
+  Emit& u16(uint64_t value) { return number(value, 2); }
+  Emit& u32(uint64_t value) { return number(value, 4); }
+  Emit& words(std::initializer_list<uint32_t> values) {
+    for (const uint32_t value : values) u32(value);
+    return *this;
+  }
+  Emit& text(std::string_view text) {
+    bytes_.insert(bytes_.end(), text.begin(), text.end());
+    return *this;
+  }
+  Emit& string(std::string_view contents) { return text(contents).u8(0); }
+  Emit& bytes(const Bytes& more) {
+    bytes_.insert(bytes_.end(), more.begin(), more.end());
+    return *this;
+  }
+  Emit& zeros(size_t count) {
+    bytes_.resize(bytes_.size() + count);
+    return *this;
+  }
+  // An Elf32_Sym.
+  Emit& symbol(uint32_t name, uint32_t value, uint32_t size, unsigned info, unsigned other,
+               unsigned section) {
+    return words({name, value, size}).u8(info).u8(other).u16(section);
+  }
+
+  size_t size() const { return bytes_.size(); }
+  ByteOrder order() const { return order_; }
+  const Bytes& done() const { return bytes_; }
+  operator Bytes() const { return bytes_; }
+
+ private:
+  Emit& number(uint64_t value, size_t width) {
+    bytes_.resize(bytes_.size() + width);
+    put_number(bytes_, bytes_.size() - width, value, width, order_);
+    return *this;
+  }
+
+  ByteOrder order_;
+  Bytes bytes_;
+};
+
+inline Bytes text_bytes(std::string_view text) { return {text.begin(), text.end()}; }
+
+}  // namespace ambielf::test
+
+#endif

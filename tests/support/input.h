@@ -1,0 +1,108 @@
+// Inputs on both roads, and the fixture that runs a test in both byte orders on both of them.
+#ifndef AMBIELF_TESTS_SUPPORT_INPUT_H
+#define AMBIELF_TESTS_SUPPORT_INPUT_H
+
+#include <ambielf/ambielf.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "support/object_builder.h"
+#include "support/temp_file.h"
+
+namespace ambielf::test {
+
+enum class Road { file, image };
+
+struct EndElf {
+  void operator()(Elf* elf) const { elf_end(elf); }
+};
+using ElfOwner = std::unique_ptr<Elf, EndElf>;
+
+// An input opened for reading: by a file id, or as an image in a block of exactly its size, so that a
+// sanitizer sees a byte read past its end. Ends the descriptor.
+class Input {
+ public:
+  Input(Road road, Bytes bytes) : original_(std::move(bytes)) {
+    elf_version(EV_CURRENT);
+    elf_errno();
+    if (road == Road::file) {
+      file_ = std::make_unique<TempFile>(original_);
+      elf_.reset(elf_begin(file_->id(), ELF_C_READ, nullptr));
+    } else {
+      image_ = std::make_unique<Bytes>(original_);
+      elf_.reset(elf_memory(reinterpret_cast<char*>(image_->data()), image_->size()));
+    }
+  }
+  Input(Road road, const Object& object) : Input(road, object.bytes) {}
+
+  Elf* elf() const { return elf_.get(); }
+  operator Elf*() const { return elf(); }
+  const TempFile& file() const { return *file_; }
+  Bytes& image() const { return *image_; }
+  const Bytes& original() const { return original_; }
+
+  // The section and its first block.
+  Elf_Scn* scn(size_t index) const { return elf_getscn(elf(), index); }
+  Elf32_Shdr* shdr(size_t index) const { return elf32_getshdr(scn(index)); }
+  Elf_Data* data(size_t index) const { return elf_getdata(scn(index), nullptr); }
+  // Contents of the first block.
+  Bytes contents(size_t index) const {
+    const Elf_Data* const block = data(index);
+    if (block == nullptr) return {};
+    const unsigned char* const bytes = static_cast<const unsigned char*>(block->d_buf);
+    return {bytes, bytes + block->d_size};
+  }
+
+  int end() { return elf_end(elf_.release()); }
+
+ private:
+  Bytes original_;
+  std::unique_ptr<TempFile> file_;
+  std::unique_ptr<Bytes> image_;
+  ElfOwner elf_;
+};
+
+struct OrderAndRoad {
+  ByteOrder order;
+  Road road;
+};
+
+class EveryOrderAndRoad : public testing::TestWithParam<OrderAndRoad> {
+ protected:
+  void SetUp() override {
+    elf_version(EV_CURRENT);
+    elf_errno();
+  }
+
+  ByteOrder order() const { return GetParam().order; }
+  Road road() const { return GetParam().road; }
+  bool foreign() const { return order() == ByteOrder::big; }
+  bool by_image() const { return road() == Road::image; }
+
+  ObjectBuilder builder() const { return ObjectBuilder(order()); }
+  Emit emit() const { return Emit(order()); }
+  // The same numbers as the host has them.
+  static Emit host() { return Emit(ByteOrder::little); }
+  Input open(const Object& object) const { return Input(road(), object); }
+  Input open(const Bytes& bytes) const { return Input(road(), bytes); }
+};
+
+inline std::string order_and_road_name(const testing::TestParamInfo<OrderAndRoad>& info) {
+  return std::string(info.param.order == ByteOrder::big ? "big" : "little") + "_" +
+         (info.param.road == Road::file ? "file" : "image");
+}
+
+inline constexpr OrderAndRoad every_order_and_road[] = {{ByteOrder::little, Road::file},
+                                                        {ByteOrder::little, Road::image},
+                                                        {ByteOrder::big, Road::file},
+                                                        {ByteOrder::big, Road::image}};
+
+#define INSTANTIATE_EVERY_ORDER_AND_ROAD(fixture) \
+  INSTANTIATE_TEST_SUITE_P(All, fixture, testing::ValuesIn(every_order_and_road), order_and_road_name)
+
+}  // namespace ambielf::test
+
+#endif
