@@ -4,6 +4,7 @@
 
 #include "byteorder/data_types.h"
 #include "byteorder/number.h"
+#include "byteorder/shuffle.h"
 #include "frame/error.h"
 
 namespace ambielf {
@@ -11,26 +12,40 @@ namespace {
 
 constexpr uint32_t largest_record = sizeof(Elf32_Ehdr);
 
-void swap_words(const unsigned char* source, unsigned char* destination, size_t count) {
-  for (size_t i = 0; i < count; ++i) store(destination + 4 * i, reversed(load<uint32_t>(source + 4 * i)));
+// How each 16 bytes of a run of numbers, or a symbol, are reordered.
+constexpr ShufflePattern words_pattern = {3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12};
+constexpr ShufflePattern halves_pattern = {1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14};
+constexpr ShufflePattern symbol_pattern = {3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 12, 13, 15, 14};
+
+// Reorders as many whole blocks of 16 bytes as the host has an instruction for, and gives the bytes done.
+size_t shuffle_blocks(const unsigned char* source, unsigned char* destination, size_t size,
+                      const ShufflePattern& pattern, Shuffle shuffle) {
+  if (shuffle == nullptr) return 0;
+  shuffle(source, destination, size / 16, pattern);
+  return size / 16 * 16;
 }
 
-void swap_halves(const unsigned char* source, unsigned char* destination, size_t count) {
-  for (size_t i = 0; i < count; ++i) store(destination + 2 * i, reversed(load<uint16_t>(source + 2 * i)));
+void swap_words(const unsigned char* source, unsigned char* destination, size_t count, Shuffle shuffle) {
+  size_t done = count < 4 ? 0 : shuffle_blocks(source, destination, 4 * count, words_pattern, shuffle);
+  for (; done < 4 * count; done += 4) store(destination + done, reversed(load<uint32_t>(source + done)));
 }
 
-void swap_symbols(const unsigned char* source, unsigned char* destination, size_t count) {
-  for (size_t i = 0; i < count; ++i, source += sizeof(Elf32_Sym), destination += sizeof(Elf32_Sym)) {
-    const uint32_t name = load<uint32_t>(source);
-    const uint32_t value = load<uint32_t>(source + 4);
-    const uint32_t size = load<uint32_t>(source + 8);
-    const uint16_t info_and_other = load<uint16_t>(source + 12);
-    const uint16_t section = load<uint16_t>(source + 14);
-    store(destination, reversed(name));
-    store(destination + 4, reversed(value));
-    store(destination + 8, reversed(size));
-    store(destination + 12, info_and_other);
-    store(destination + 14, reversed(section));
+void swap_halves(const unsigned char* source, unsigned char* destination, size_t count, Shuffle shuffle) {
+  size_t done = count < 8 ? 0 : shuffle_blocks(source, destination, 2 * count, halves_pattern, shuffle);
+  for (; done < 2 * count; done += 2) store(destination + done, reversed(load<uint16_t>(source + done)));
+}
+
+void swap_symbols(const unsigned char* source, unsigned char* destination, size_t count, Shuffle shuffle) {
+  const size_t size = count * sizeof(Elf32_Sym);
+  for (size_t done = shuffle_blocks(source, destination, size, symbol_pattern, shuffle); done < size;
+       done += 16) {
+    const uint16_t info_and_other = load<uint16_t>(source + done + 12);
+    const uint16_t section = load<uint16_t>(source + done + 14);
+    for (size_t word = 0; word < 12; word += 4) {
+      store(destination + done + word, reversed(load<uint32_t>(source + done + word)));
+    }
+    store(destination + done + 12, info_and_other);
+    store(destination + done + 14, reversed(section));
   }
 }
 
@@ -46,7 +61,7 @@ void swap_line_relocations(const unsigned char* source, unsigned char* destinati
                            uint32_t type) {
   for (size_t i = 0; i < count; ++i, source += sizeof(Elf32_Rela), destination += sizeof(Elf32_Rela)) {
     const uint32_t offset = rescaled(reversed(load<uint32_t>(source)), type);
-    swap_words(source + 4, destination + 4, 2);
+    swap_words(source + 4, destination + 4, 2, nullptr);
     store(destination, offset);
   }
 }
@@ -57,8 +72,8 @@ void swap_fields(const unsigned char* source, unsigned char* destination, size_t
   for (size_t i = 0; i < count; ++i) {
     for (const uint8_t width : layout.fields) {
       if (width == 1 && source != destination) *destination = *source;
-      if (width == 2) swap_halves(source, destination, 1);
-      if (width == 4) swap_words(source, destination, 1);
+      if (width == 2) swap_halves(source, destination, 1, nullptr);
+      if (width == 4) swap_words(source, destination, 1, nullptr);
       source += width;
       destination += width;
     }
@@ -104,16 +119,17 @@ int32_t ByteSwap::swapRecord(void* record, DestBuffer& destination, uint32_t typ
   return static_cast<int32_t>(type == ELF_T_SHDR || type == ELF_T_SYM ? size : layout.size);
 }
 
-void swap_block(unsigned char* source, unsigned char* destination, uint32_t count, uint32_t type) {
+void swap_block(unsigned char* source, unsigned char* destination, uint32_t count, uint32_t type,
+                Shuffle shuffle) {
   const RecordLayout& layout = record_layout(type);
   switch (type) {
     case ELF_T_BYTE:
       if (source != destination) std::memcpy(destination, source, count);
       return;
     case ELF_T_HALF:
-      return swap_halves(source, destination, count);
+      return swap_halves(source, destination, count, shuffle);
     case ELF_T_SYM:
-      return swap_symbols(source, destination, count);
+      return swap_symbols(source, destination, count, shuffle);
     case ELF_T_EHDR:
       return swap_fields(source, destination, count, layout);
     case ELF_T_RELA_LNNO_UP:
@@ -128,7 +144,7 @@ void swap_block(unsigned char* source, unsigned char* destination, uint32_t coun
       if (source != destination) std::memcpy(destination, source, size_t{count} * layout.size);
       return;
     default:
-      return swap_words(source, destination, size_t{count} * layout.fields.size());
+      return swap_words(source, destination, size_t{count} * layout.fields.size(), shuffle);
   }
 }
 

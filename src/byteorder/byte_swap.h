@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "byteorder/dest_buffer.h"
+#include "byteorder/shuffle.h"
 
 namespace ambielf {
 
@@ -29,7 +30,10 @@ class ByteSwap {
 // Reverses `count` records of `type` that lie back to back. Source and destination are the same or do not
 // overlap; the type is one of those that swapRecord takes. The two types that change their source are
 // reversed at the source first, as swapRecord does.
-void swap_block(unsigned char* source, unsigned char* destination, uint32_t count, uint32_t type);
+//
+// The result is the same with any `shuffle`; null reverses number by number.
+void swap_block(unsigned char* source, unsigned char* destination, uint32_t count, uint32_t type,
+                Shuffle shuffle = fastest_shuffle());
 
 }  // namespace ambielf
 
