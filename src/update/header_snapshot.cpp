@@ -1,0 +1,52 @@
+// Copies of the header tables as a file holds them: one block of whole records in the byte order of the file,
+// which the caller owns.
+#include <algorithm>
+#include <cstring>
+
+#include "descriptors/elf.h"
+#include "frame/error.h"
+#include "frame/magic.h"
+#include "frame/memory_block.h"
+
+using namespace ambielf;
+
+namespace {
+
+// The header states the count; records that it states and the table does not have are zeros.
+template <class Record>
+Record* snapshot(Elf& elf, const HeaderTable<Record>& table, size_t count, uint32_t type) {
+  if (count == 0) return nullptr;
+  MemoryBlock block = zeroed_block(uint64_t{count} * sizeof(Record));
+  if (!block) {
+    elf_set_error(4);
+    return nullptr;
+  }
+  for (size_t i = 0; i < std::min(count, table.size()); ++i) {
+    unsigned char* const entry = block.get() + i * sizeof(Record);
+    CharDestBuffer sink(entry);
+    if (elf.swap(table[i], sink, type, sizeof(Record)) == 0) std::memcpy(entry, table[i], sizeof(Record));
+  }
+  return reinterpret_cast<Record*>(block.release());
+}
+
+bool has_header(const Elf* elf) {
+  if (elf == nullptr) {
+    elf_set_error(32);
+    return false;
+  }
+  if (!elf_magic.check()) return false;
+  if (elf->ehdr == nullptr) elf_set_error(44);
+  return elf->ehdr != nullptr;
+}
+
+}  // namespace
+
+Elf32_Phdr* elf32_getphdr(Elf* elf) {
+  return has_header(elf) ? snapshot(*elf, elf->phdrs, elf->header().e_phnum, ELF_T_PHDR) : nullptr;
+}
+
+Elf32_Shdr* elf32_getshdrtab(Elf* elf) {
+  return has_header(elf) ? snapshot(*elf, elf->shdrs, elf->header().e_shnum, ELF_T_SHDR) : nullptr;
+}
+
+void elf32_freeshdrtab(void* table) { FreeBlock()(table); }
