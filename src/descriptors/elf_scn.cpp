@@ -12,6 +12,13 @@
 
 using namespace ambielf;
 
+namespace {
+
+// What the names of relocations of line numbers begin with, whatever the section's type.
+constexpr std::string_view line_relocations = ".rela.lnno.";
+
+}  // namespace
+
 // Where the bytes of the section are: in a block of `blocks`, or in the image.
 struct Elf_Scn::Contents {
   unsigned char* bytes = nullptr;
@@ -49,16 +56,45 @@ bool Elf_Scn::initialize() {
   if (elf->command == ELF_C_WRITE) return true;
   if (shdr->sh_type == SHT_NULL || shdr->sh_type == SHT_NOBITS) return true;
 
+  if (!has_known_type()) return false;
   HeaderEdit edit(*shdr);
   Contents contents;
   if (!elf->afford_contents() || !locate(contents)) return false;
   const uint64_t size = shdr->sh_size;
   const uint64_t present = contents.present;
-  if (index != elf->header().e_shstrndx && elf->foreign() && !look_at_name(contents)) return false;
+  if (name_matters() && !look_at_name(contents)) return false;
   if (!make_data(contents)) return false;
   elf->count_contents(size, present);
   edit.keep();
   return true;
+}
+
+// The load looks at a section's name in files of the foreign byte order alone.
+bool Elf_Scn::name_matters() const { return elf->foreign() && index != elf->header().e_shstrndx; }
+
+// Refuses a section whose type nobody knows (28) before its contents are read for nothing, maybe over and over.
+bool Elf_Scn::has_known_type() {
+  if (shdr->sh_type <= greatest_section_type) return true;
+  if (name_matters()) {
+    const TableString name = fetch_name();
+    if (!name) return false;
+    if (name.starts_with(line_relocations)) return true;
+  }
+  elf_set_error(28);
+  return false;
+}
+
+// The name, or null after 25, 26 or what find_string reports.
+TableString Elf_Scn::fetch_name() {
+  const size_t name_table = elf->header().e_shstrndx;
+  TableString name;
+  if (name_table == SHN_UNDEF) {
+    elf_set_error(25);
+  } else {
+    name = elf->find_string(name_table, shdr->sh_name);
+  }
+  if (!name && elf_peek_error() == 0) elf_set_error(26);
+  return name;
 }
 
 bool Elf_Scn::locate(Contents& contents) {
@@ -96,22 +132,13 @@ bool Elf_Scn::keep_block(MemoryBlock block) {
   return false;
 }
 
-// COFF debug sections and the relocations of line numbers are known by their names, in files of the foreign
-// byte order alone; there their records are wider than in memory, or count in wider records.
+// COFF debug sections and the relocations of line numbers are known by their names. In a file of the foreign
+// byte order their records are wider than in memory, or count in wider records.
 bool Elf_Scn::look_at_name(Contents& contents) {
-  const size_t name_table = elf->header().e_shstrndx;
-  TableString name;
-  if (name_table == SHN_UNDEF) {
-    elf_set_error(25);
-  } else {
-    name = elf->find_string(name_table, shdr->sh_name);
-  }
-  if (!name) {
-    if (elf_peek_error() == 0) elf_set_error(26);
-    return false;
-  }
+  const TableString name = fetch_name();
+  if (!name) return false;
   const bool lsb = elf->encoding() == ELFDATA2LSB;
-  if (name.starts_with(".rela.lnno.")) {
+  if (name.starts_with(line_relocations)) {
     shdr->sh_type = lsb ? SHT_RELA_LNNO_UP : SHT_RELA_LNNO_DOWN;
     return true;
   }

@@ -9,6 +9,7 @@
 
 #include "descriptors/data_desc.h"
 #include "descriptors/garbage_collector.h"
+#include "descriptors/table_string.h"
 
 struct Elf_Scn {
   Elf_Scn(Elf* owner, size_t section_index) : elf(owner), index(static_cast<uint16_t>(section_index)) {}
@@ -43,6 +44,9 @@ struct Elf_Scn {
   struct Contents;
   class HeaderEdit;
 
+  bool name_matters() const;
+  bool has_known_type();
+  ambielf::TableString fetch_name();
   bool locate(Contents& contents);
   bool read_into_block(Contents& contents);
   bool keep_block(ambielf::MemoryBlock block);
