@@ -18,6 +18,7 @@ constexpr uint32_t gather_limit = 256 * 1024;
 }  // namespace
 
 FileDestBuffer::~FileDestBuffer() {
+  flush();
   if (stream != -1) platform::close(stream);
 }
 

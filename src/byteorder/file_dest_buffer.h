@@ -16,7 +16,7 @@ namespace ambielf {
 class FileDestBuffer : public DestBuffer {
  public:
   FileDestBuffer() = default;
-  // Closes the duplicate. Bytes that flush has not sent are dropped.
+  // Sends what is gathered and closes the duplicate; nobody learns of a failure that shows only here.
   ~FileDestBuffer() override;
   FileDestBuffer(const FileDestBuffer&) = delete;
   FileDestBuffer& operator=(const FileDestBuffer&) = delete;

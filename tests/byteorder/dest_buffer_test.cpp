@@ -1,0 +1,158 @@
+// The output sinks: what reaches memory and file, the write position, and the latched failure of the file sink.
+#include "byteorder/dest_buffer.h"
+
+#include <ambielf/ambielf.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+
+#include "byteorder/sinks.h"
+#include "platform/platform.h"
+
+namespace ambielf::test {
+namespace {
+
+TEST(ReverseBytes, InPlaceAndCopying) {
+  const struct {
+    int32_t count;
+    Bytes expected;
+  } rows[] = {{0, {1, 2, 3, 4}}, {1, {1, 2, 3, 4}},  {2, {2, 1, 3, 4}},
+              {3, {3, 2, 1, 4}}, {-4, {1, 2, 3, 4}}, {4, {4, 3, 2, 1}}};
+  for (const auto& row : rows) {
+    Bytes in_place = {1, 2, 3, 4};
+    reverseBytes(in_place.data(), in_place.data(), row.count);
+    EXPECT_EQ(in_place, row.expected) << row.count;
+    const Bytes source = {1, 2, 3, 4};
+    Bytes copy(4, 0);
+    reverseBytes(source.data(), copy.data(), row.count);
+    Bytes expected = row.expected;
+    std::fill(expected.begin() + std::max(row.count, 0), expected.end(), 0);
+    EXPECT_EQ(copy, expected) << row.count;
+  }
+}
+
+TEST(Sinks, ReceiveTheSameBytesInOrder) {
+  const Bytes source = {1, 2, 3, 4, 5};
+  const TempFile input(text_bytes("abcdef"));
+  const auto results = received_by_each_sink(64, [&](DestBuffer& sink) {
+    sink.copy(source.data(), 2);
+    sink.move(source.data() + 2, 1);
+    sink.fill(0x1F7, 3);  // the low byte counts
+    sink.fill(1, 0);
+    sink.copySwapped(source.data(), 5);
+    sink.copySwapped(source.data(), 0);
+    input.seek(4);
+    EXPECT_EQ(sink.copyFromFile(input.id(), 4), 2);  // zeros where the file had none
+    EXPECT_EQ(sink.copyFromFile(-1, 2), -1);         // the position moves all the same
+    EXPECT_EQ(sink.bytesWritten(), 17u);
+  });
+  const Bytes expected = {1, 2, 3, 0xF7, 0xF7, 0xF7, 5, 4, 3, 2, 1, 'e', 'f', 0, 0, 0, 0};
+  for (const Bytes& result : results) EXPECT_EQ(result, expected);
+}
+
+TEST(Sinks, SwappedValueIsTheHostNumberOfTheToldSide) {
+  const struct {
+    uint16_t width;
+    bool before;
+    uint32_t value;
+  } rows[] = {{4, true, 0x0483020F}, {4, false, 0x0F028304}, {2, true, 0x020F},
+              {2, false, 0x0F02},    {1, true, 0x0F},        {1, false, 0x0F}};
+  for (const auto& row : rows) {
+    const Bytes source = {0x0F, 0x02, 0x83, 0x04};
+    const auto results = received_by_each_sink(4, [&](DestBuffer& sink) {
+      const unsigned char* cursor = source.data();
+      EXPECT_EQ(sink.copySwappedValue(&cursor, row.width, row.before), row.value) << row.width << row.before;
+      EXPECT_EQ(cursor, source.data() + row.width);
+    });
+    for (const Bytes& result : results) {
+      EXPECT_EQ(result, Bytes(source.rend() - row.width, source.rend())) << row.width;
+    }
+  }
+}
+
+TEST(CharDestBuffer, WorksInPlace) {
+  Bytes bytes = {1, 2, 3, 4, 5, 6, 7, 8};
+  CharDestBuffer sink(bytes.data());
+  EXPECT_FALSE(sink.differsFrom(bytes.data()));
+  sink.copySwapped(bytes.data(), 4);
+  EXPECT_TRUE(sink.differsFrom(bytes.data()));
+  EXPECT_FALSE(sink.differsFrom(bytes.data() + 4));
+  const unsigned char* cursor = bytes.data() + 4;
+  EXPECT_EQ(sink.copySwappedValue(&cursor, 4, true), 0x08070605u);
+  EXPECT_EQ(bytes, (Bytes{4, 3, 2, 1, 8, 7, 6, 5}));
+}
+
+TEST(FileDestBuffer, StartsAtTheIdsPositionAndLeavesTheIdOpen) {
+  const TempFile file(text_bytes("0123456789"));
+  file.seek(3);
+  Bytes large(600'000);  // larger than what is gathered
+  for (size_t i = 0; i < large.size(); ++i) large[i] = static_cast<unsigned char>(i % 251);
+  {
+    FileDestBuffer sink;
+    ASSERT_TRUE(sink.attach(file.id()));
+    EXPECT_TRUE(sink.differsFrom(nullptr));
+    sink.copy("ab", 2);
+    sink.copy(large.data(), static_cast<uint32_t>(large.size()));
+    sink.fill('z', 300'000);
+    sink.copySwapped(large.data(), 200);
+    EXPECT_EQ(sink.bytesWritten(), 900'202u);
+    sink.flush();
+    EXPECT_TRUE(sink.check());
+  }
+  EXPECT_TRUE(is_open(file.id()));
+  EXPECT_EQ(file.position(), 900'205);
+  Bytes expected = text_bytes("012ab");
+  expected.insert(expected.end(), large.begin(), large.end());
+  expected.insert(expected.end(), 300'000, 'z');
+  expected.insert(expected.end(), large.rend() - 200, large.rend());
+  EXPECT_EQ(file.contents(), expected);
+}
+
+TEST(FileDestBuffer, ThatEndsSendsWhatItGathered) {
+  const TempFile file;
+  {
+    FileDestBuffer sink;
+    ASSERT_TRUE(sink.attach(file.id()));
+    sink.copy("last words", 10);
+  }
+  EXPECT_EQ(file.contents(), text_bytes("last words"));
+}
+
+TEST(FileDestBuffer, LatchesItsFirstFailure) {
+  const struct {
+    const char* path;
+    int flags, code;
+  } rows[] = {{"/dev/full", O_WRONLY, 79}, {"/dev/null", O_RDONLY, 86}};
+  for (const auto& row : rows) {
+    const int id = platform::open(row.path, row.flags, 0);
+    FileDestBuffer sink;
+    ASSERT_TRUE(sink.attach(id)) << row.path;
+    EXPECT_TRUE(sink.check());
+    sink.copy("abc", 3);
+    sink.flush();
+    sink.fill(0, 10);
+    sink.copySwapped("abcd", 4);
+    EXPECT_EQ(sink.bytesWritten(), 17u);
+    EXPECT_EQ(elf_errno(), 0);  // nothing is reported until somebody asks
+    EXPECT_FALSE(sink.check());
+    EXPECT_EQ(elf_errno(), row.code) << row.path;
+    platform::close(id);
+  }
+}
+
+TEST(FileDestBuffer, ThatIsNotAttachedCountsAndWritesNothing) {
+  FileDestBuffer sink;
+  sink.copy("abc", 3);
+  sink.fill(1, 4);
+  EXPECT_EQ(sink.bytesWritten(), 7u);
+  EXPECT_FALSE(sink.check());
+  EXPECT_EQ(elf_errno(), 64);
+
+  TempFile closed;
+  const int id = closed.id();
+  closed.close_id();
+  EXPECT_FALSE(sink.attach(id));
+  EXPECT_EQ(elf_errno(), 88);
+}
+
+}  // namespace
+}  // namespace ambielf::test
