@@ -74,7 +74,7 @@ int32_t DataDesc::convert(unsigned char* bytes, DestBuffer& destination, uint32_
   }
   Elf& elf = *scn->elf;
   const bool on_load = !to_file && !force;
-  const TableString name = elf.section_name(*scn);
+  const TableString name = elf.section_name(scn->index);
   if (on_load && name) {
     const DataDesc& names = *elf.loaded_scn(elf.header().e_shstrndx)->first_data();
     if (!ask_controller(*scn, names, name)) return -1;
@@ -100,20 +100,19 @@ int32_t DataDesc::convert(unsigned char* bytes, DestBuffer& destination, uint32_
 
 int32_t DataDesc::convert_debug(DebugSection section, unsigned char* bytes, DestBuffer& destination,
                                 bool to_file, bool force, bool value_before_swap) {
-  DebugWalk walk;
-  walk.section = section;
-  walk.elf = scn->elf;
-  walk.value_before_swap = value_before_swap;
-  uint32_t size = d_size;
-  if (!to_file && !force) {
-    loaded.raw_units.clear();
-    walk.found_raw = &loaded.raw_units;
-    size = std::min(size, loaded.present);
-  } else if (to_file && as_loaded()) {
-    walk.known_raw = &loaded.raw_units;
+  const bool on_load = !to_file && !force;
+  const uint32_t size = on_load ? std::min(d_size, loaded.present) : d_size;
+  const DebugWalk walk = {
+      section, scn->elf, !to_file || force, value_before_swap, {&translated_units, &loaded.raw_units}};
+  RawUnits passed;
+  const bool complete = walkDebugSection(walk, bytes, size, destination, passed);
+  if (force) translated_units = std::move(passed);
+  if (on_load) loaded.raw_units = std::move(passed);
+  if (!complete) {
+    elf_set_error(4);
+    // What a load has converted until then must find its way back.
+    if (!on_load) return -1;
   }
-  walkDebugSection(walk, bytes, size, destination);
-  if (walk.found_raw != nullptr && size < d_size) walk.found_raw->push_back({size, d_size - size});
   const uint32_t entry = std::max<uint32_t>(scn->shdr->sh_entsize, 1);
   return static_cast<int32_t>(std::clamp<uint32_t>(d_size / entry, 1, INT32_MAX));
 }

@@ -1,11 +1,30 @@
 #include "byteorder/dwarf_walk.h"
 
+#include <exception>
+
+#include "byteorder/dwarf_abbrev_section.h"
+#include "byteorder/dwarf_units.h"
+
 namespace ambielf {
 
-// Debug sections pass as they are for the time being.
-void walkDebugSection(const DebugWalk& walk, unsigned char* data, uint32_t size, DestBuffer& destination) {
-  if (destination.differsFrom(data)) destination.copy(data, size);
-  if (walk.found_raw != nullptr && size != 0) walk.found_raw->push_back({0, size});
+bool walkDebugSection(const DebugWalk& walk, const unsigned char* data, uint32_t size,
+                      DestBuffer& destination, RawUnits& passed) {
+  const UnitBlock block = {data, size, walk.value_before_swap};
+  if (walk.section == DebugSection::line) {
+    LineUnitWalker walker;
+    return walkUnits(block, walker, walk.before, passed, destination);
+  }
+  const AbbrevStore* store = nullptr;
+  try {
+    store = &loadAbbrevStore(*walk.elf, walk.may_load);
+  } catch (const std::exception&) {
+    passed = RawUnits(walk.value_before_swap);
+    passed.stop(0);
+    destination.move(data, size);
+    return false;
+  }
+  InfoUnitWalker walker(*store);
+  return walkUnits(block, walker, walk.before, passed, destination);
 }
 
 }  // namespace ambielf

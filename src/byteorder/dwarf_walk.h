@@ -4,6 +4,8 @@
 
 #include <ambielf/ambielf.h>
 
+#include <array>
+
 #include "byteorder/dest_buffer.h"
 #include "byteorder/raw_units.h"
 
@@ -13,20 +15,22 @@ enum class DebugSection { none, info, line };
 
 // One walk over a debug section.
 struct DebugWalk {
-  DebugSection section = DebugSection::none;
-  Elf* elf = nullptr;
-  bool may_load = true;  // whether .debug_abbrev may be loaded for the walk
+  DebugSection section;
+  Elf* elf;
+  bool may_load;  // whether .debug_abbrev may be loaded for the walk
   // True when the bytes are in host order and the sink receives the other, false the other way round.
-  bool value_before_swap = false;
-  // Units that an earlier walk in the other direction passed as they were, to be passed again; or null.
-  const RawUnits* known_raw = nullptr;
-  // Receives the units that this walk passes as they are; or null.
-  RawUnits* found_raw = nullptr;
+  bool value_before_swap;
+  // What earlier walks passed as it was; those in the other direction are of use.
+  std::array<const RawUnits*, 2> before;
 };
 
-// Sends the `size` bytes at `data` to the sink, converted unit by unit; a unit that cannot be walked inside
-// its bounds goes through as it is. Exactly `size` bytes reach the sink.
-void walkDebugSection(const DebugWalk& walk, unsigned char* data, uint32_t size, DestBuffer& destination);
+// Sends the `size` bytes at `data` to the sink, converted unit by unit; a unit that cannot be walked inside its bounds
+// goes through as it is and is noted in `passed`, a new list. Exactly `size` bytes reach the sink.
+//
+// Reports nothing, but for the code of a .debug_abbrev that cannot be loaded, which stays stored; the walk goes
+// on as if there were none. False if memory ran out: from some unit on, all is passed, and noted, as it is.
+bool walkDebugSection(const DebugWalk& walk, const unsigned char* data, uint32_t size,
+                      DestBuffer& destination, RawUnits& passed);
 
 }  // namespace ambielf
 

@@ -56,6 +56,7 @@ struct DataDesc : Elf_Data {
   Elf_Scn* scn;
   bool changed = false;
   LoadedBlock loaded;
+  RawUnits translated_units;  // of a debug section, at its last conversion on demand
 
  private:
   int32_t convert_debug(DebugSection section, unsigned char* bytes, DestBuffer& destination, bool to_file,

@@ -143,15 +143,16 @@ TableString Elf::find_string(size_t section, uint64_t offset) {
   return {};
 }
 
-TableString Elf::section_name(const Elf_Scn& scn) {
-  if (ehdr == nullptr || scn.shdr == nullptr) return {};
+TableString Elf::section_name(size_t index) {
+  if (ehdr == nullptr || index >= shdrs.size()) return {};
   const size_t name_table = header().e_shstrndx;
-  if (name_table == SHN_UNDEF || scn.index == name_table) return {};
+  if (name_table == SHN_UNDEF || index == name_table) return {};
   const KeepError keep;
   const Elf_Scn* const table = get_scn(name_table);
   const DataDesc* const names = table == nullptr ? nullptr : table->first_data();
-  if (names == nullptr || names->d_buf == nullptr || scn.shdr->sh_name >= names->d_size) return {};
-  return {static_cast<char*>(names->d_buf) + scn.shdr->sh_name, names->d_size - scn.shdr->sh_name};
+  const uint32_t offset = shdrs[index]->sh_name;
+  if (names == nullptr || names->d_buf == nullptr || offset >= names->d_size) return {};
+  return {static_cast<char*>(names->d_buf) + offset, names->d_size - offset};
 }
 
 uint64_t Elf::object_size() const {

@@ -29,6 +29,8 @@ namespace ambielf {
 // The controller of a descriptor that got none: every section is converted to host order.
 int default_read_swap_controller(const Elf32_Shdr* header, const char* name);
 
+class AbbrevSection;
+
 }  // namespace ambielf
 
 struct Elf : public ambielf::ByteSwap {
@@ -68,9 +70,9 @@ struct Elf : public ambielf::ByteSwap {
   // loading.
   ambielf::TableString find_string(size_t section, uint64_t offset);
 
-  // The name of a section for those who do without: null, and no report, for the name table itself and
-  // where the table or the name is not there. Loads the name table if need be.
-  ambielf::TableString section_name(const Elf_Scn& scn);
+  // The name of the section at `index` for those who do without: null, and no report, for the name table
+  // itself and where the table or the name is not there. Loads the name table if need be.
+  ambielf::TableString section_name(size_t index);
 
   // The ELF header, in memory order, as a copy: in an image it may lie at any address. `ehdr` is not null.
   Elf32_Ehdr header() const { return ambielf::load<Elf32_Ehdr>(ehdr); }
@@ -115,6 +117,10 @@ struct Elf : public ambielf::ByteSwap {
   // Loaded or created sections, at their index; null where a section is not loaded. May be shorter than
   // shdrs.
   std::vector<std::unique_ptr<Elf_Scn>> scns;
+
+  // What the walks of .debug_info know of .debug_abbrev; null before the first. Nobody shares it: this kind of
+  // pointer does without the class, which is none of this folder.
+  std::shared_ptr<ambielf::AbbrevSection> abbreviations;
 
   // Makes the `ehdr` block of 52 zero bytes. False when memory is short.
   bool make_header_block();

@@ -1,0 +1,59 @@
+// AbbrevStore: what .debug_abbrev says of the entries of .debug_info.
+//
+// The section is a sequence of sets, each a run of abbreviations that ends with a code 0. Sets do not
+// overlap, so the section is parsed once, whatever the number of units that use it: a unit names its set by
+// the offset of the run's first byte and nothing else, and an entry names its abbreviation by a code.
+// All numbers are LEB128, so the section reads the same in either byte order.
+#ifndef AMBIELF_BYTEORDER_DWARF_ABBREV_H
+#define AMBIELF_BYTEORDER_DWARF_ABBREV_H
+
+#include <cstdint>
+#include <vector>
+
+#include "byteorder/dwarf_attributes.h"
+
+namespace ambielf {
+
+struct AbbrevEntry {
+  uint32_t code;
+  bool has_children;
+  AttrPlan attributes;
+};
+
+// A run of abbreviations: `count` entries of the store from `first` on, in ascending order of their codes.
+struct AbbrevSet {
+  uint32_t offset;       // of the run, in .debug_abbrev
+  uint32_t last_offset;  // above `offset` for several empty sets, each a single zero byte
+  uint32_t first;
+  uint32_t count;
+  bool dense;  // the codes are 1, 2, 3 and so on
+};
+
+class AbbrevStore {
+ public:
+  // An empty store, whose units have no set.
+  AbbrevStore() = default;
+
+  // Parses the `size` bytes of the section. An entry that the section's end cuts, or with a LEB128 item of more than 16
+  // bytes, ends the parse; a unit that uses it cannot be walked. Throws std::bad_alloc.
+  AbbrevStore(const unsigned char* section, uint32_t size);
+
+  // The set whose run starts at `offset`, or null.
+  const AbbrevSet* find_set(uint32_t offset) const;
+
+  // The first entry of the set with that code, or null.
+  const AbbrevEntry* find(const AbbrevSet& set, uint64_t code) const;
+
+  const AttrPlans& plans() const { return plans_; }
+
+ private:
+  void close_set();
+
+  std::vector<AbbrevSet> sets_;  // in ascending order of their offsets
+  std::vector<AbbrevEntry> entries_;
+  AttrPlans plans_;
+};
+
+}  // namespace ambielf
+
+#endif

@@ -1,0 +1,49 @@
+#include "byteorder/dwarf_abbrev_section.h"
+
+#include <algorithm>
+#include <memory>
+#include <utility>
+
+#include "descriptors/elf.h"
+
+namespace ambielf {
+
+std::optional<size_t> AbbrevSection::find(Elf& elf) {
+  constexpr const char* name = ".debug_abbrev";
+  if (index_ && elf.section_name(*index_).is(name)) return index_;
+  // A search without result stands while no section is added.
+  if (!index_ && headers_searched_ == elf.shdrs.size()) return std::nullopt;
+  index_.reset();
+  headers_searched_ = elf.shdrs.size();
+  for (size_t index = 0; index < elf.shdrs.size() && !index_; ++index) {
+    if (elf.section_name(index).is(name)) index_ = index;
+  }
+  return index_;
+}
+
+const AbbrevStore& AbbrevSection::parse(const DataDesc& block) {
+  const unsigned char* const bytes = static_cast<const unsigned char*>(block.d_buf);
+  // Bytes that the input did not have are zeros in memory that nothing touches, and say nothing.
+  const uint32_t size =
+      bytes == nullptr ? 0 : std::min(block.d_size, block.as_loaded() ? block.loaded.present : UINT32_MAX);
+  if (size != parsed_.size() || !std::equal(parsed_.begin(), parsed_.end(), bytes)) {
+    parsed_.clear();
+    std::vector<unsigned char> copy(bytes, bytes + size);
+    store_ = AbbrevStore(copy.data(), size);
+    parsed_ = std::move(copy);
+  }
+  return store_;
+}
+
+const AbbrevStore& loadAbbrevStore(Elf& elf, bool may_load) {
+  static const AbbrevStore none;
+  if (!elf.abbreviations) elf.abbreviations = std::make_shared<AbbrevSection>();
+  AbbrevSection& section = *elf.abbreviations;
+  const std::optional<size_t> index = section.find(elf);
+  if (!index) return none;
+  const Elf_Scn* const scn = may_load ? elf.get_scn(*index) : elf.loaded_scn(*index);
+  const DataDesc* const block = scn == nullptr ? nullptr : scn->first_data();
+  return block == nullptr ? none : section.parse(*block);
+}
+
+}  // namespace ambielf

@@ -1,0 +1,135 @@
+// Units of .debug_line: a header with the tables of directories and files, and the line program.
+//
+// Versions 4 and 5 are walked as published (chapter 6.2 of DWARF 5). All other version numbers have the
+// header of version 2, and in their programs only the operations of DWARF 2 that take LEB128 numbers, an
+// address or a file have operands.
+#include "byteorder/dwarf_constants.h"
+#include "byteorder/dwarf_units.h"
+
+namespace ambielf {
+
+// What the header says of the operations.
+struct LineUnitWalker::Program {
+  uint32_t version = 0;
+  uint32_t opcode_base = 0;
+  std::array<uint8_t, 256> leb128_operands{};  // how many each operation has
+
+  bool published() const { return version == 4 || version == 5; }
+};
+
+namespace {
+
+// File names, in a table or in DW_LNE_define_file.
+void walkFileName(DwarfStream& stream) {
+  stream.copyString();
+  stream.copyLeb128();  // directory index
+  stream.copyLeb128();  // time
+  stream.copyLeb128();  // length
+}
+
+void walkNameTables(DwarfStream& stream) {
+  while (!stream.zero_ahead()) stream.copyString();
+  stream.copyBytes(1);
+  while (!stream.zero_ahead()) walkFileName(stream);
+  stream.copyBytes(1);
+}
+
+// The length counts the sub-opcode and its operands, and is a single byte.
+void walkExtended(DwarfStream& stream) {
+  const uint32_t length = stream.copySwappedValue(1);
+  switch (stream.copySwappedValue(1)) {
+    case DW_LNE_end_sequence:
+      return;
+    case DW_LNE_set_address:
+      return stream.swapItem(4);
+    case DW_LNE_define_file:
+      return walkFileName(stream);
+    default:
+      return stream.copyBytes(length > 1 ? length - 1 : 0);
+  }
+}
+
+void walkPublishedExtended(DwarfStream& stream) {
+  const uint64_t length = stream.copyUleb128Value();
+  if (length == 0 || length > stream.remaining()) return stream.fail();
+  const uint64_t end = stream.offset() + length;
+  switch (stream.copySwappedValue(1)) {
+    case DW_LNE_set_address:
+      if (length != 1 + 4) return stream.fail();
+      stream.swapItem(4);
+      break;
+    case DW_LNE_define_file:
+      walkFileName(stream);
+      break;
+    default:
+      break;
+  }
+  if (!stream.ok() || stream.offset() > end) return stream.fail();
+  stream.copyBytes(end - stream.offset());
+}
+
+}  // namespace
+
+// An entry format, the number of entries, and the entries. Where the format has no bytes, so have they all.
+void LineUnitWalker::walkEntryTable(DwarfStream& stream) {
+  plans_.clear();
+  plans_.begin();
+  for (uint32_t pairs = stream.copySwappedValue(1); pairs != 0 && stream.ok(); --pairs) {
+    stream.copyLeb128();  // content type
+    plans_.add({no_attribute, static_cast<uint32_t>(stream.copyUleb128Value())});
+  }
+  const AttrPlan entry = plans_.end();
+  const uint64_t count = stream.copyUleb128Value();
+  if (entry.steps == 0) return;
+  for (uint64_t i = 0; i < count && stream.ok(); ++i) plans_.walkAttributes(stream, entry, expressions_);
+}
+
+void LineUnitWalker::walkProgramHeader(DwarfStream& stream, Program& program) {
+  stream.swapItem(4);  // unit_length
+  program.version = stream.copySwappedValue(2);
+  if (program.version == 5) stream.copyBytes(2);  // address_size, segment_selector_size
+  stream.swapItem(4);                             // header_length: the program is found by walking the tables
+  stream.copyBytes(1);                            // minimum_instruction_length
+  if (program.published()) stream.copyBytes(1);   // maximum_operations_per_instruction
+  stream.copyBytes(3);                            // default_is_stmt, line_base, line_range
+
+  std::array<uint8_t, 256>& operands = program.leb128_operands;
+  if (!program.published()) {
+    // opcode_base counts itself with the lengths behind it; a 0 is taken for the end of the directories.
+    if (!stream.zero_ahead()) stream.copyBytes(stream.copySwappedValue(1) - 1);
+    for (unsigned op = DW_LNS_advance_pc; op <= DW_LNS_set_column; ++op) operands[op] = 1;
+    return;
+  }
+  program.opcode_base = stream.copySwappedValue(1);
+  if (program.opcode_base == 0) return stream.fail();
+  for (uint32_t op = 1; op < program.opcode_base; ++op) {
+    const uint8_t length = static_cast<uint8_t>(stream.copySwappedValue(1));
+    const bool takes_one = (op >= DW_LNS_advance_pc && op <= DW_LNS_set_column) || op == DW_LNS_set_isa;
+    operands[op] = op > DW_LNS_set_isa ? length : takes_one;
+  }
+}
+
+uint32_t LineUnitWalker::walk(DwarfStream& stream, bool /*header_only*/) {
+  Program program;
+  walkProgramHeader(stream, program);
+  if (program.version == 5) {
+    walkEntryTable(stream);  // directories
+    walkEntryTable(stream);  // files
+  } else {
+    walkNameTables(stream);
+  }
+  const bool published = program.published();
+  const bool has_fixed_advance = published && program.opcode_base > DW_LNS_fixed_advance_pc;
+  while (!stream.at_end()) {
+    const uint32_t op = stream.copySwappedValue(1);
+    for (unsigned left = program.leb128_operands[op]; left != 0; --left) stream.copyLeb128();
+    if (op == DW_LNS_extended) {
+      published ? walkPublishedExtended(stream) : walkExtended(stream);
+    } else if (op == DW_LNS_fixed_advance_pc && has_fixed_advance) {
+      stream.swapItem(2);
+    }
+  }
+  return 0;
+}
+
+}  // namespace ambielf

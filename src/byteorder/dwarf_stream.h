@@ -1,0 +1,134 @@
+// DwarfStream: the bytes of one unit as a walker meets them, item by item.
+//
+// An item is passed as it is, or noted in a SwapList as a number to be reversed; nothing is changed. The
+// first item that does not end inside the unit makes ok() false for good and puts the stream at its end, so
+// that a walker's loops end and it asks once, when it is through. All access of the walkers to a unit's bytes
+// is here.
+#ifndef AMBIELF_BYTEORDER_DWARF_STREAM_H
+#define AMBIELF_BYTEORDER_DWARF_STREAM_H
+
+#include <cstdint>
+#include <cstring>
+
+#include "byteorder/dwarf_swap_list.h"
+#include "byteorder/number.h"
+
+namespace ambielf {
+
+// The value of a number of 1, 2 or 4 bytes, which are in host order or in the other.
+inline uint32_t ordered_number(const unsigned char* bytes, unsigned width, bool host_order) {
+  if (width == 1) return *bytes;
+  if (width == 2) {
+    const uint16_t half = load<uint16_t>(bytes);
+    return host_order ? half : reversed(half);
+  }
+  const uint32_t word = load<uint32_t>(bytes);
+  return host_order ? word : reversed(word);
+}
+
+class DwarfStream {
+ public:
+  // A longer LEB128 item is none.
+  static constexpr size_t longest_leb128 = 16;
+
+  // Borrows the unit and the list, which is empty. `value_before_swap` says that the bytes are in host order.
+  DwarfStream(const unsigned char* unit, uint32_t size, bool value_before_swap, SwapList& swaps)
+      : start_(unit),
+        cursor_(unit),
+        end_(unit + size),
+        value_before_swap_(value_before_swap),
+        swaps_(swaps) {}
+
+  bool ok() const { return ok_; }
+  bool at_end() const { return cursor_ == end_; }
+  // Bytes passed, and bytes to come.
+  uint64_t offset() const { return static_cast<uint64_t>(cursor_ - start_); }
+  uint64_t remaining() const { return static_cast<uint64_t>(end_ - cursor_); }
+
+  // The unit cannot be walked.
+  void fail() {
+    ok_ = false;
+    cursor_ = end_;
+  }
+
+  // Whether the byte at the cursor is zero, which stays to be passed. At the end the stream fails and gives true.
+  bool zero_ahead() {
+    if (at_end()) fail();
+    return at_end() || *cursor_ == 0;
+  }
+
+  void copyBytes(uint64_t count) {
+    if (count > remaining()) return fail();
+    cursor_ += count;
+  }
+
+  // A number of 2, 3, 4 or 8 bytes.
+  void swapItem(unsigned width) {
+    if (width > remaining()) return fail();
+    swaps_.add(offset(), width);
+    cursor_ += width;
+  }
+
+  // Several items whose sizes are known: `size` bytes with a number at each of the `count` places.
+  struct Number {
+    uint16_t offset;
+    uint8_t width;
+  };
+  void swapItems(uint32_t size, const Number* numbers, uint32_t count) {
+    if (size > remaining()) return fail();
+    const size_t here = offset();
+    for (uint32_t i = 0; i < count; ++i) swaps_.add(here + numbers[i].offset, numbers[i].width);
+    cursor_ += size;
+  }
+
+  // A number of 1, 2 or 4 bytes and its value; 0 on failure.
+  uint32_t copySwappedValue(unsigned width) {
+    if (width > remaining()) {
+      fail();
+      return 0;
+    }
+    const uint32_t number = ordered_number(cursor_, width, value_before_swap_);
+    if (width > 1) swaps_.add(offset(), width);
+    cursor_ += width;
+    return number;
+  }
+
+  void copyString() {
+    const void* const terminator = std::memchr(cursor_, 0, end_ - cursor_);
+    if (terminator == nullptr) return fail();
+    cursor_ = static_cast<const unsigned char*>(terminator) + 1;
+  }
+
+  void copyLeb128() {
+    if (!at_end() && *cursor_ < 0x80) {
+      ++cursor_;
+    } else {
+      copy_long_leb128();
+    }
+  }
+
+  // An unsigned LEB128 item and its value, UINT64_MAX where that is larger; 0 on failure.
+  uint64_t copyUleb128Value() {
+    if (!at_end() && *cursor_ < 0x80) return *cursor_++;
+    return long_uleb128();
+  }
+
+ private:
+  void copy_long_leb128();
+  uint64_t long_uleb128();
+
+  const unsigned char* const start_;
+  const unsigned char* cursor_;
+  const unsigned char* const end_;
+  const bool value_before_swap_;
+  bool ok_ = true;
+  SwapList& swaps_;
+};
+
+// Decodes the unsigned LEB128 item at *cursor, which lies below `end`, and moves the cursor past it. False for one
+// of more than 16 bytes or without an end. A value of more than 64 bits comes as UINT64_MAX.
+bool readUleb128(const unsigned char** cursor, const unsigned char* end, uint64_t& value);
+
+}  // namespace ambielf
+
+#endif

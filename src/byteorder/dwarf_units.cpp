@@ -1,0 +1,99 @@
+#include "byteorder/dwarf_units.h"
+
+#include <exception>
+
+#include "byteorder/dwarf_constants.h"
+#include "byteorder/dwarf_swap_list.h"
+
+namespace ambielf {
+namespace {
+
+constexpr uint32_t length_field = 4;
+
+class BlockWalk {
+ public:
+  BlockWalk(const UnitBlock& block, UnitWalker& walker, std::span<const RawUnits* const> before)
+      : block_(block), walker_(walker), before_(before) {}
+
+  // The unit at `offset`, or what stands there instead. `converts` says that it could be walked; its numbers are
+  // in swaps() then.
+  struct Place {
+    uint32_t length;
+    uint32_t header;  // of the part that was walked; 0 for all of it
+    bool converts;
+  };
+  Place measure(uint32_t offset);
+
+  const SwapList& swaps() const { return swaps_; }
+
+ private:
+  std::optional<RawUnit> known_raw(uint32_t offset) const;
+  std::optional<uint32_t> unit_size(uint32_t offset) const;
+
+  const UnitBlock& block_;
+  UnitWalker& walker_;
+  std::span<const RawUnits* const> before_;
+  SwapList swaps_;
+};
+
+std::optional<RawUnit> BlockWalk::known_raw(uint32_t offset) const {
+  for (const RawUnits* const list : before_) {
+    if (!list->lead_back(block_.value_before_swap)) continue;
+    const std::optional<RawUnit> known = list->find(offset, block_.bytes, block_.size);
+    if (known) return known;
+  }
+  return std::nullopt;
+}
+
+// The bytes of the unit with its length field; none where the block ends before the unit does.
+std::optional<uint32_t> BlockWalk::unit_size(uint32_t offset) const {
+  const uint32_t rest = block_.size - offset;
+  if (rest < length_field) return std::nullopt;
+  const uint32_t length = ordered_number(block_.bytes + offset, length_field, block_.value_before_swap);
+  if (length >= DW_LENGTH_lo_reserved || length > rest - length_field) return std::nullopt;
+  return length_field + length;
+}
+
+BlockWalk::Place BlockWalk::measure(uint32_t offset) {
+  swaps_.clear();
+  const std::optional<RawUnit> known = known_raw(offset);
+  if (known && known->header == 0) return {known->length, 0, false};
+  const std::optional<uint32_t> size = unit_size(offset);
+  if (!size) return {block_.size - offset, 0, false};
+  DwarfStream stream(block_.bytes + offset, *size, block_.value_before_swap, swaps_);
+  const uint32_t header = walker_.walk(stream, known.has_value());
+  return {*size, header, stream.ok()};
+}
+
+}  // namespace
+
+bool walkUnits(const UnitBlock& block, UnitWalker& walker, std::span<const RawUnits* const> before,
+               RawUnits& passed, DestBuffer& destination) {
+  passed = RawUnits(block.value_before_swap);
+  BlockWalk walk(block, walker, before);
+  bool complete = true;
+  uint32_t sent = 0;  // raw bytes wait until a unit follows that is none
+  uint32_t offset = 0;
+  while (offset < block.size && complete) {
+    BlockWalk::Place place = {block.size - offset, 0, false};
+    try {
+      place = walk.measure(offset);
+      if (!place.converts || place.header != 0) passed.add(offset, place.length, place.header);
+    } catch (const std::exception&) {  // out of memory, or at a container's limit
+      place = {block.size - offset, 0, false};
+      passed.stop(offset);
+      complete = false;
+    }
+    if (place.converts) {
+      destination.move(block.bytes + sent, offset - sent);
+      walk.swaps().convert(block.bytes + offset, place.length, destination);
+      sent = offset + place.length;
+    }
+    offset += place.length;
+  }
+  destination.move(block.bytes + sent, block.size - sent);
+  passed.seal(block.bytes);
+  return complete;
+}
+
+}  // namespace ambielf
