@@ -1,4 +1,7 @@
 // Opening: what an input is taken for, which byte order it has, and what elf_begin answers by command and ref.
+#include <cstring>
+
+#include "platform/platform.h"
 #include "support/input.h"
 
 namespace ambielf::test {
@@ -8,7 +11,7 @@ class Opening : public EveryOrderAndRoad {};
 INSTANTIATE_EVERY_ORDER_AND_ROAD(Opening);
 
 TEST_P(Opening, HeaderAndTablesAreInMemoryOrder) {
-  Elf32_Phdr load{PT_LOAD, 0x34, 0x10000, 0x20000, 4, 8, PF_R | PF_X, 0x1000};
+  const Elf32_Phdr load{PT_LOAD, 0x34, 0x10000, 0x20000, 4, 8, PF_R | PF_X, 0x1000};
   const Object object = builder()
                             .header([](Elf32_Ehdr& h) { h.e_entry = 0x01020304; })
                             .segment(load)
@@ -17,6 +20,7 @@ TEST_P(Opening, HeaderAndTablesAreInMemoryOrder) {
   const Input in = open(object);
   ASSERT_TRUE(in.elf()) << elf_errmsg(elf_errno());
   EXPECT_EQ(elf_kind(in), ELF_K_ELF);
+  EXPECT_EQ(elf_getbase(in), 0);
   const Elf32_Ehdr* const header = elf32_getehdr(in);
   EXPECT_EQ(header->e_entry, 0x01020304u);
   EXPECT_EQ(header->e_shnum, 3);
@@ -26,6 +30,183 @@ TEST_P(Opening, HeaderAndTablesAreInMemoryOrder) {
   EXPECT_STREQ(elf_strptr(in, 2, in.shdr(1)->sh_name), ".text");
   EXPECT_EQ(in.contents(1), text_bytes("abcd"));
   EXPECT_EQ(elf_errno(), 0);
+}
+
+TEST_P(Opening, ByteOrderComesFromTheVersionAlone) {
+  const struct {
+    unsigned char first, second;
+    ByteOrder order;
+  } rows[] = {{1, 0, ByteOrder::little},    {0, 0, ByteOrder::big},
+              {0, 1, ByteOrder::little},    {0x80, 0x80, ByteOrder::little},  // two times -128 is not 0
+              {0xFF, 0x01, ByteOrder::big},                                   // -1 and 1 are
+              {0x7F, 0x81, ByteOrder::big}, {0x80, 0x7F, ByteOrder::little}};
+  for (const auto& row : rows) {
+    for (const unsigned char stated : Bytes{0, 1, 2, 3, 255}) {
+      Bytes bytes = builder().header([](Elf32_Ehdr& h) { h = {}; }).build().first(sizeof(Elf32_Ehdr));
+      std::memcpy(bytes.data(), ELFMAG, SELFMAG);
+      bytes[EI_DATA] = stated;
+      bytes[20] = row.first;
+      bytes[21] = row.second;
+      const Input in = open(bytes);
+      ASSERT_TRUE(in.elf());
+      EXPECT_EQ(elf_getident(in, nullptr)[EI_DATA], static_cast<char>(row.order))
+          << +row.first << ' ' << +row.second;
+    }
+  }
+}
+
+// Missing bytes of the header read as zeros; an image that lacks some is never changed.
+TEST_P(Opening, HeaderCutShort) {
+  const Object object = builder()
+                            .header([](Elf32_Ehdr& h) {
+                              h.e_entry = 0x01020304;
+                              h.e_shnum = h.e_phnum = 0;
+                              h.e_shstrndx = 0x0506;
+                            })
+                            .build();
+  for (size_t cut = 16; cut <= sizeof(Elf32_Ehdr); ++cut) {
+    Bytes padded = object.first(cut);
+    padded.resize(sizeof(Elf32_Ehdr));
+    const bool reads_as_big = cut <= 20 || foreign();
+    const auto at = [&](size_t place, size_t width) {
+      uint32_t value = 0;
+      for (size_t i = 0; i < width; ++i) {
+        value |= uint32_t{padded[place + i]} << 8 * (reads_as_big ? width - 1 - i : i);
+      }
+      return value;
+    };
+    Input in = open(object.first(cut));
+    ASSERT_TRUE(in.elf()) << cut << ' ' << elf_errno();
+    EXPECT_EQ(elf32_getehdr(in)->e_version, at(20, 4)) << cut;
+    EXPECT_EQ(elf32_getehdr(in)->e_entry, at(24, 4)) << cut;
+    EXPECT_EQ(elf32_getehdr(in)->e_shstrndx, at(50, 2)) << cut;
+    EXPECT_TRUE(in.ends_restored()) << cut;
+  }
+}
+
+TEST_P(Opening, LeadingBytesDecide) {
+  const Bytes magic = text_bytes(ELFMAG);
+  const Bytes foreign_archive = text_bytes("!<sola>\n");
+  const Bytes host_archive = text_bytes("!<elfa>\n");
+  const auto padded = [](Bytes bytes, size_t size) {
+    bytes.resize(size);
+    return bytes;
+  };
+  const int archive = by_image() ? 9 : 12;  // images of archives have no meaning; these have no member
+  const struct {
+    Bytes bytes;
+    int code;
+  } rows[] = {{{}, by_image() ? 3 : 8},
+              {padded(magic, 1), 6},
+              {padded(magic, 4), 6},
+              {padded(magic, 15), 6},
+              {padded(magic, 16), 0},
+              {padded({}, 7), 6},
+              {padded({}, 8), 6},
+              {text_bytes("!<arch>\n"), 6},
+              {padded(foreign_archive, 7), 6},
+              {text_bytes("!<sola>\r"), 6},
+              {foreign_archive, archive},
+              {host_archive, archive},
+              {padded(host_archive, 60), archive}};
+  for (const auto& row : rows) {
+    const Input in = open(row.bytes);
+    if (row.code == 12) continue;  // tests/archive tells
+    EXPECT_EQ(in.elf() != nullptr, row.code == 0) << row.bytes.size();
+    EXPECT_EQ(elf_errno(), row.code) << row.bytes.size();
+  }
+}
+
+TEST(Begin, AnswersByCommandAndRef) {
+  elf_version(EV_CURRENT);
+  const Object object = ObjectBuilder(ByteOrder::big).build();
+  const Elf_Cmd unknown = static_cast<Elf_Cmd>(99);
+  constexpr int fresh = -1;  // a new descriptor
+  constexpr int same = -2;   // ref, its count raised
+  const struct {
+    Elf_Cmd cmd;
+    int alone, with_reader, with_updater, with_writer;
+  } rows[] = {{ELF_C_NULL, 0, 0, 0, 0},          {ELF_C_READ, fresh, same, same, same},
+              {ELF_C_RDWR, fresh, 87, same, 87}, {ELF_C_WRITE, fresh, fresh, fresh, fresh},
+              {ELF_C_CLR, 39, same, same, same}, {ELF_C_FDREAD, 39, same, same, same},
+              {unknown, 39, same, same, same}};
+  for (const auto& row : rows) {
+    const TempFile file(object.bytes);
+    const ElfOwner reader(elf_begin(file.id(), ELF_C_READ, nullptr));
+    const ElfOwner updater(elf_begin(file.id(), ELF_C_RDWR, nullptr));
+    const ElfOwner writer(elf_begin(file.id(), ELF_C_WRITE, nullptr));
+    const std::pair<Elf*, int> cells[] = {{nullptr, row.alone},
+                                          {reader.get(), row.with_reader},
+                                          {updater.get(), row.with_updater},
+                                          {writer.get(), row.with_writer}};
+    for (const auto& [ref, expected] : cells) {
+      file.seek(0);
+      Elf* const got = elf_begin(file.id(), row.cmd, ref);
+      EXPECT_EQ(elf_errno(), expected < 0 ? 0 : expected) << row.cmd;
+      EXPECT_EQ(got == nullptr, expected >= 0) << row.cmd;
+      if (got == nullptr) continue;
+      EXPECT_EQ(got == ref, expected == same) << row.cmd;
+      EXPECT_EQ(elf_end(got), expected == same ? 1 : 0) << row.cmd;
+    }
+  }
+}
+
+TEST(Begin, ChecksInTheirOrder) {
+  elf_version(EV_CURRENT);
+  TempFile file(text_bytes("whatever"));
+  EXPECT_TRUE(failed(elf_begin(-1, ELF_C_NULL, nullptr), nullptr, 0));
+  EXPECT_TRUE(failed(elf_begin(-1, ELF_C_READ, nullptr), nullptr, 1));
+  EXPECT_TRUE(failed(elf_begin(-1, ELF_C_WRITE, nullptr), nullptr, 1));
+  EXPECT_TRUE(failed(elf_memory(nullptr, 0), nullptr, 3));
+  EXPECT_TRUE(failed(elf_memory(nullptr, 100), nullptr, 3));
+  char image[16] = {};
+  EXPECT_TRUE(failed(elf_memory(image, 0), nullptr, 3));
+  EXPECT_TRUE(failed(elf_memory(image, size_t{1} << 32), nullptr, 6));  // never read past the probe
+  const int closed = file.id();
+  file.close_id();
+  EXPECT_TRUE(failed(elf_begin(closed, ELF_C_READ, nullptr), nullptr, 5));
+#ifndef _WIN32
+  for (const char* const path : {"/dev/null", "."}) {  // nothing to read, and what cannot be read
+    const int id = platform::open(path, 0, 0);
+    EXPECT_TRUE(failed(elf_begin(id, ELF_C_READ, nullptr), nullptr, 8)) << path;
+    platform::close(id);
+  }
+#endif
+}
+
+TEST(Begin, LeavesThePositionWhereTheNextCallNeedsIt) {
+  elf_version(EV_CURRENT);
+  const Object object = ObjectBuilder(ByteOrder::big).build();
+  const TempFile file(object.bytes);
+  const ElfOwner first(elf_begin(file.id(), ELF_C_READ, nullptr));
+  EXPECT_EQ(file.position(), 0);
+  const ElfOwner second(elf_begin(file.id(), ELF_C_READ, nullptr));
+  EXPECT_NE(first.get(), second.get());
+  EXPECT_TRUE(second);
+  elf_getscn(second.get(), 1);
+  EXPECT_EQ(file.position(), object.offsets[1] + elf32_getshdr(elf_getscn(second.get(), 1))->sh_size);
+  // The probe is read from where the position stands, the object from the start of the file.
+  file.seek(4);
+  EXPECT_TRUE(failed(elf_begin(file.id(), ELF_C_READ, nullptr), nullptr, 6));
+  file.seek(5);
+  const ElfOwner writer(elf_begin(file.id(), ELF_C_WRITE, nullptr));
+  EXPECT_EQ(file.position(), 5);
+  EXPECT_EQ(file.contents(), object.bytes);
+}
+
+TEST(Begin, TakesFilesBelowFourGigabytes) {
+  elf_version(EV_CURRENT);
+  const Object object = ObjectBuilder(ByteOrder::big).section("a", SHT_PROGBITS, "data").build();
+  const TempFile file(object.bytes);
+  file.resize((int64_t{1} << 32) - 1);
+  EXPECT_TRUE(ElfOwner(elf_begin(file.id(), ELF_C_READ, nullptr))) << elf_errno();
+  file.resize(int64_t{1} << 32);
+  file.seek(0);
+  EXPECT_TRUE(failed(elf_begin(file.id(), ELF_C_READ, nullptr), nullptr, 5));
+  // The low half of this size would do.
+  file.resize((int64_t{1} << 32) + static_cast<int64_t>(object.size()));
+  file.seek(0);
+  EXPECT_TRUE(failed(elf_begin(file.id(), ELF_C_READ, nullptr), nullptr, 5));
 }
 
 }  // namespace

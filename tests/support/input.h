@@ -5,6 +5,7 @@
 #include <ambielf/ambielf.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <utility>
@@ -15,6 +16,15 @@
 namespace ambielf::test {
 
 enum class Road { file, image };
+
+// Whether a call gave its failure value and left this code, which is read.
+template <class Result, class Failure>
+testing::AssertionResult failed(const Result& result, const Failure& failure, int code) {
+  const int got = elf_errno();
+  if (result == failure && got == code) return testing::AssertionSuccess();
+  return testing::AssertionFailure() << (result == failure ? "failed with " : "gave something, with code ")
+                                     << got << ", not " << code;
+}
 
 struct EndElf {
   void operator()(Elf* elf) const { elf_end(elf); }
@@ -57,6 +67,19 @@ class Input {
   }
 
   int end() { return elf_end(elf_.release()); }
+
+  // Ends the descriptor: the image is then as it was, or as `expected`; a file never changes and stays open.
+  testing::AssertionResult ends_restored() { return ends_restored(original_); }
+  testing::AssertionResult ends_restored(const Bytes& expected) {
+    if (elf_ != nullptr) end();
+    if (image_ != nullptr ? *image_ == expected : file_->contents() == original_) {
+      return testing::AssertionSuccess();
+    }
+    if (image_ == nullptr) return testing::AssertionFailure() << "the file has changed";
+    const size_t place = static_cast<size_t>(
+        std::mismatch(image_->begin(), image_->end(), expected.begin()).first - image_->begin());
+    return testing::AssertionFailure() << "the image has changed, first at " << place;
+  }
 
  private:
   Bytes original_;

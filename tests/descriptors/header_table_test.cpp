@@ -1,0 +1,113 @@
+// The tables of section headers and program headers: wide, narrow, cut-off and absent entries.
+#include <cstring>
+
+#include "support/input.h"
+
+namespace ambielf::test {
+namespace {
+
+class HeaderTables : public EveryOrderAndRoad {};
+INSTANTIATE_EVERY_ORDER_AND_ROAD(HeaderTables);
+
+struct FreeTable {
+  void operator()(void* table) const { elf32_freeshdrtab(table); }
+};
+
+// Entries wider than the record, aligned and not.
+TEST_P(HeaderTables, WiderEntries) {
+  for (const uint16_t more : std::initializer_list<uint16_t>{1, 2, 3, 8, 100}) {
+    const Object object = builder()
+                              .wider_entries(more, more)
+                              .segment({PT_LOAD, 1, 2, 3, 4, 5, 6, 7})
+                              .segment({PT_NOTE, 8, 9, 10, 11, 12, 13, 14})
+                              .section("a", SHT_PROGBITS, "first", {.flags = 0x01020304})
+                              .section("b", SHT_PROGBITS, "second", {.flags = 0x05060708})
+                              .build();
+    Input in = open(object);
+    ASSERT_TRUE(in.elf()) << more;
+    EXPECT_EQ(in.shdr(1)->sh_flags, 0x01020304u) << more;
+    EXPECT_EQ(in.shdr(2)->sh_flags, 0x05060708u) << more;
+    EXPECT_EQ(in.contents(2), text_bytes("second")) << more;
+    const std::unique_ptr<Elf32_Phdr, FreeTable> phdrs(elf32_getphdr(in));
+    for (uint32_t i = 0; i < 2; ++i) {
+      const unsigned char* const entry = &object.bytes[object.phoff + i * (sizeof(Elf32_Phdr) + more)];
+      EXPECT_EQ(std::memcmp(phdrs.get() + i, entry, sizeof(Elf32_Phdr)), 0) << more;
+    }
+    const unsigned char* const behind = reinterpret_cast<unsigned char*>(in.shdr(2) + 1);
+    for (uint16_t i = 0; !by_image() && i < more; ++i) {
+      EXPECT_EQ(behind[i], 0xA5) << "entries of a file keep their further bytes";
+    }
+    EXPECT_TRUE(in.ends_restored()) << more;
+  }
+}
+
+TEST_P(HeaderTables, EntriesBelowTheRecordAreRefusedWhereThereAreSome) {
+  const struct {
+    uint16_t shentsize, shnum, phentsize, phnum;
+    int code;
+  } rows[] = {{39, 1, 32, 1, 27}, {0, 1, 32, 0, 27}, {40, 1, 31, 1, 100}, {40, 0, 0, 1, 100},
+              {39, 1, 31, 1, 27}, {0, 0, 0, 0, 0},   {39, 0, 31, 0, 0},   {40, 1, 32, 1, 0}};
+  for (const auto& row : rows) {
+    const Object object = builder()
+                              .header([&](Elf32_Ehdr& h) {
+                                h.e_shentsize = row.shentsize;
+                                h.e_shnum = row.shnum;
+                                h.e_phentsize = row.phentsize;
+                                h.e_phnum = row.phnum;
+                              })
+                              .build();
+    Input in = open(object);
+    EXPECT_EQ(in.elf() != nullptr, row.code == 0) << row.shentsize << ' ' << row.phentsize;
+    EXPECT_EQ(elf_errno(), row.code) << row.shentsize << ' ' << row.phentsize;
+    EXPECT_TRUE(in.ends_restored()) << "also where opening failed";
+  }
+}
+
+// A table that the end of the input cuts off anywhere reads as if zeros followed.
+TEST_P(HeaderTables, CutByTheEndOfTheInput) {
+  const Object object = builder()
+                            .section("a", SHT_NOBITS, "", {.flags = 0x01020304, .link = 1})
+                            .section("b", SHT_NOBITS, "", {.flags = 0x05060708, .entsize = 0x11223344})
+                            .without_name_table()
+                            .build();
+  for (size_t cut = object.shoff; cut <= object.size(); ++cut) {
+    Bytes padded = object.first(cut);
+    padded.resize(object.size());
+    Input in = open(object.first(cut));
+    const Input whole = open(padded);
+    ASSERT_TRUE(in.elf()) << cut;
+    for (size_t i = 0; i < 3; ++i) {
+      EXPECT_EQ(std::memcmp(in.shdr(i), whole.shdr(i), sizeof(Elf32_Shdr)), 0) << cut << ' ' << i;
+    }
+    EXPECT_TRUE(failed(elf_getscn(in, 3), nullptr, 21));
+    EXPECT_TRUE(in.ends_restored()) << cut;
+  }
+}
+
+TEST_P(HeaderTables, ThatTheInputDoesNotHoldAreZeroRecords) {
+  for (const uint32_t offset : {0x80000000u, 0xFFFFFFFFu, 0x1000u}) {
+    const Object object = builder()
+                              .header([&](Elf32_Ehdr& h) {
+                                h.e_shoff = h.e_phoff = offset;
+                                h.e_shnum = h.e_phnum = h.e_shentsize = h.e_phentsize = 0xFFFF;
+                              })
+                              .build();
+    const Input in = open(object);
+    ASSERT_TRUE(in.elf()) << offset;
+    EXPECT_EQ(in.shdr(0xFFFE)->sh_type, static_cast<uint32_t>(SHT_NULL));
+    EXPECT_TRUE(failed(elf_getscn(in, 0xFFFF), nullptr, 21));
+    const std::unique_ptr<Elf32_Phdr, FreeTable> phdrs(elf32_getphdr(in));
+    EXPECT_EQ(phdrs.get()[0xFFFE].p_type, static_cast<uint32_t>(PT_NULL));
+    const Input without = open(builder()
+                                   .header([&](Elf32_Ehdr& h) {
+                                     h.e_shoff = h.e_phoff = offset;
+                                     h.e_shnum = 0;
+                                   })
+                                   .build());
+    EXPECT_TRUE(without.elf()) << "an offset without entries is no failure";
+    EXPECT_TRUE(failed(elf_nextscn(without, nullptr), nullptr, 21));
+  }
+}
+
+}  // namespace
+}  // namespace ambielf::test
