@@ -28,14 +28,24 @@ target_include_directories(ambielf PUBLIC
   $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
   $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 
+# One list of names says what the shared library exports, to every kind of linker.
+file(STRINGS cmake/exports.txt exports)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS cmake/exports.txt)
+
 if(NOT BUILD_SHARED_LIBS)
   target_compile_definitions(ambielf_core PUBLIC AMBIELF_STATIC)
   target_compile_definitions(ambielf INTERFACE AMBIELF_STATIC)
-elseif(NOT WIN32)
-  # The linker's map comes from the one list of names. The version node carries the ABI number, so that two
-  # generations of the library in one process never answer each other's calls.
-  file(STRINGS cmake/exports.txt exports)
-  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS cmake/exports.txt)
+elseif(WIN32)
+  # The definition file alone exports, so that programs which take in ambielf_core, such as tests, neither import
+  # nor export the names.
+  target_compile_definitions(ambielf_core PUBLIC AMBIELF_STATIC)
+  list(JOIN exports "\n  " exported_names)
+  set(definitions ${PROJECT_BINARY_DIR}/ambielf.def)
+  file(CONFIGURE OUTPUT ${definitions} CONTENT "EXPORTS\n  @exported_names@\n" @ONLY)
+  target_sources(ambielf PRIVATE ${definitions})
+else()
+  # The version node carries the ABI number, so that two generations of the library in one process never
+  # answer each other's calls.
   list(JOIN exports ";\n    " exported_names)
   set(map ${PROJECT_BINARY_DIR}/ambielf.map)
   file(CONFIGURE OUTPUT ${map} CONTENT
