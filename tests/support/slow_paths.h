@@ -1,6 +1,5 @@
-// The rules of canonical paths stated a second time, as slowly and plainly as they can be: a regular
-// expression for each form, and a path as a list of components. What path_canonicalize gives is compared with
-// this.
+// The rules of canonical paths stated a second time, as plainly as they can be: a path is a list of
+// components, each with the separator before it. What path_canonicalize gives is compared with this.
 #ifndef AMBIELF_TESTS_SUPPORT_SLOW_PATHS_H
 #define AMBIELF_TESTS_SUPPORT_SLOW_PATHS_H
 

@@ -1,0 +1,45 @@
+// File ids for callers. What sets elf_open apart from the platform's call is the second try: a path that
+// cannot be opened as it was written is canonicalised and opened once more.
+#include <ambielf/ambielf.h>
+
+#include <cerrno>
+
+#include "fileaccess/path_canonicalize.h"
+#include "frame/error.h"
+#include "platform/platform.h"
+
+using namespace ambielf;
+
+int elf_open(const char* path, int oflag, int pmode) {
+  if (path == nullptr) {
+    elf_set_error(62);
+    return -1;
+  }
+  errno = 0;
+  int file_id = platform::open(path, oflag, pmode);
+  if (file_id != -1) return file_id;
+  int e = errno;  // saved at once: finding the working directory may change it
+
+  char canonical[260];
+  const unsigned status = path_canonicalize(canonical, sizeof canonical, path, nullptr, 0);
+  if (status == 0) {
+    errno = 0;
+    file_id = platform::open(canonical, oflag, pmode);
+    if (file_id != -1) return file_id;
+    e = errno;
+  }
+  elf_open_error(e, status);
+  return -1;
+}
+
+int elf_close(int fildes) {
+  if (fildes == -1) {
+    elf_set_error(1);
+    return -1;
+  }
+  if (platform::close(fildes) == -1) {
+    elf_set_error(56);
+    return -1;
+  }
+  return 0;
+}

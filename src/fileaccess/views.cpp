@@ -1,0 +1,70 @@
+// Views of whole files: private mappings, which a caller may hand to elf_memory and which never change the
+// file. A view belongs to its caller, who knows no more of it than its address, so the library remembers the
+// live ones: for their sizes, and to tell an address that is none of them.
+#include <ambielf/ambielf.h>
+
+#include <map>
+#include <new>
+
+#include "fileaccess/path_canonicalize.h"
+#include "frame/error.h"
+#include "platform/platform.h"
+
+using namespace ambielf;
+using platform::MappedFile;
+using platform::Mapping;
+
+namespace {
+
+std::map<void*, MappedFile> live_views;
+
+// Gives the view back when there is no memory to remember it by.
+bool remember(const MappedFile& file) {
+  try {
+    live_views.emplace(file.address, file);
+    return true;
+  } catch (const std::bad_alloc&) {
+    platform::unmap_file(file);
+    return false;
+  }
+}
+
+}  // namespace
+
+int64_t elf_mopen(const char* path, void** view) {
+  if (path == nullptr) {
+    elf_set_error(62);
+    return -1;
+  }
+  MappedFile file;
+  Mapping mapping = platform::map_file(path, file);
+  if (mapping == Mapping::not_opened) {
+    char canonical[260];
+    const unsigned status = path_canonicalize(canonical, sizeof canonical, path, nullptr, 0);
+    if (status != 0) {
+      elf_open_error(0, status);
+      return -1;
+    }
+    mapping = platform::map_file(canonical, file);
+    if (mapping == Mapping::not_opened) {
+      elf_set_error(58);
+      return -1;
+    }
+  }
+  if (mapping == Mapping::not_mapped || !remember(file)) {
+    elf_set_error(51);
+    return -1;
+  }
+  if (view != nullptr) *view = file.address;
+  return static_cast<int64_t>(file.size);
+}
+
+int elf_mclose(void* view) {
+  const auto live = live_views.find(view);
+  if (live == live_views.end() || platform::unmap_file(live->second) != 0) {
+    elf_set_error(52);
+    return -1;
+  }
+  live_views.erase(live);
+  return 0;
+}

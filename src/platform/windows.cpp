@@ -1,0 +1,151 @@
+// The operating system: Windows, through its C runtime and, for views, the system's own calls.
+#define WIN32_LEAN_AND_MEAN
+#define NOMINMAX
+
+#include <direct.h>
+#include <fcntl.h>
+#include <io.h>
+#include <sys/stat.h>
+#include <windows.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+
+#include "platform/platform.h"
+
+namespace ambielf::platform {
+namespace {
+
+// One call moves this much at most, well below what the runtime refuses.
+constexpr uint64_t largest_transfer = uint64_t{1} << 30;
+
+void ignore_invalid_parameter(const wchar_t*, const wchar_t*, const wchar_t*, unsigned, uintptr_t) {}
+
+// Newer runtimes end the process over a file id that is not open or a flag that they don't know. While one of
+// these lives they fail with errno set instead.
+class FailuresAreErrnos {
+ public:
+  FailuresAreErrnos() : callers_(_set_invalid_parameter_handler(ignore_invalid_parameter)) {}
+  ~FailuresAreErrnos() { _set_invalid_parameter_handler(callers_); }
+  FailuresAreErrnos(const FailuresAreErrnos&) = delete;
+  FailuresAreErrnos& operator=(const FailuresAreErrnos&) = delete;
+
+ private:
+  _invalid_parameter_handler callers_;
+};
+
+// Closes a handle of the system when it goes out of scope.
+class OwnedHandle {
+ public:
+  explicit OwnedHandle(HANDLE handle) : handle_(handle) {}
+  ~OwnedHandle() {
+    if (is_valid()) CloseHandle(handle_);
+  }
+  OwnedHandle(const OwnedHandle&) = delete;
+  OwnedHandle& operator=(const OwnedHandle&) = delete;
+
+  bool is_valid() const { return handle_ != nullptr && handle_ != INVALID_HANDLE_VALUE; }
+  HANDLE get() const { return handle_; }
+
+ private:
+  HANDLE handle_;
+};
+
+}  // namespace
+
+int64_t file_size(int file_id) {
+  const FailuresAreErrnos scope;
+  struct _stat64 status {};
+  return _fstat64(file_id, &status) == 0 ? status.st_size : -1;
+}
+
+int64_t read(int file_id, void* buffer, uint64_t count) {
+  const FailuresAreErrnos scope;
+  char* const bytes = static_cast<char*>(buffer);
+  uint64_t done = 0;
+  while (done < count) {
+    const unsigned piece = static_cast<unsigned>(std::min(count - done, largest_transfer));
+    const int got = _read(file_id, bytes + done, piece);
+    if (got == 0) break;
+    if (got < 0) return -1;
+    done += static_cast<uint64_t>(got);
+  }
+  return static_cast<int64_t>(done);
+}
+
+int write(int file_id, const void* buffer, uint64_t count) {
+  const FailuresAreErrnos scope;
+  const char* const bytes = static_cast<const char*>(buffer);
+  uint64_t done = 0;
+  while (done < count) {
+    const unsigned piece = static_cast<unsigned>(std::min(count - done, largest_transfer));
+    const int put = _write(file_id, bytes + done, piece);
+    if (put < 0) return -1;
+    if (put == 0) {
+      errno = ENOSPC;  // how the runtime answers when a disk takes no byte more
+      return -1;
+    }
+    done += static_cast<uint64_t>(put);
+  }
+  return 0;
+}
+
+int64_t seek(int file_id, uint64_t offset) {
+  if (offset > static_cast<uint64_t>(std::numeric_limits<int64_t>::max())) {
+    errno = EINVAL;
+    return -1;
+  }
+  const FailuresAreErrnos scope;
+  return _lseeki64(file_id, static_cast<int64_t>(offset), SEEK_SET);
+}
+
+int64_t tell(int file_id) {
+  const FailuresAreErrnos scope;
+  return _lseeki64(file_id, 0, SEEK_CUR);
+}
+
+int duplicate(int file_id) {
+  const FailuresAreErrnos scope;
+  const int copy = _dup(file_id);
+  // The mode belongs to the id, so the caller's own keeps its.
+  if (copy != -1) _setmode(copy, _O_BINARY);
+  return copy;
+}
+
+int open(const char* path, int flags, int permissions) {
+  const FailuresAreErrnos scope;
+  constexpr int modes = _O_BINARY | _O_TEXT | _O_WTEXT | _O_U16TEXT | _O_U8TEXT;
+  return _open(path, (flags & modes) == 0 ? flags | _O_BINARY : flags, permissions);
+}
+
+int close(int file_id) {
+  const FailuresAreErrnos scope;
+  return _close(file_id);
+}
+
+int working_directory(char* buffer, size_t size) {
+  const FailuresAreErrnos scope;
+  return _getcwd(buffer, static_cast<int>(size)) != nullptr ? 0 : -1;
+}
+
+Mapping map_file(const char* path, MappedFile& file) {
+  const OwnedHandle opened(CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                       FILE_ATTRIBUTE_NORMAL, nullptr));
+  if (!opened.is_valid()) return Mapping::not_opened;
+  // PAGE_WRITECOPY and FILE_MAP_COPY need no more than the right to read.
+  LARGE_INTEGER size{};
+  if (GetFileSizeEx(opened.get(), &size) == 0) return Mapping::not_mapped;
+  const OwnedHandle mapping(CreateFileMappingA(opened.get(), nullptr, PAGE_WRITECOPY, 0, 0, nullptr));
+  if (!mapping.is_valid()) return Mapping::not_mapped;
+  void* const address = MapViewOfFile(mapping.get(), FILE_MAP_COPY, 0, 0, 0);
+  if (address == nullptr) return Mapping::not_mapped;
+  file = {address, static_cast<uint64_t>(size.QuadPart)};
+  return Mapping::done;
+}
+
+int unmap_file(const MappedFile& file) { return UnmapViewOfFile(file.address) != 0 ? 0 : -1; }
+
+}  // namespace ambielf::platform

@@ -1,0 +1,113 @@
+// Where the working directory has a Windows form, every relative path gets its second try. The system itself
+// resolves ".." in most paths, so the paths here are of the kinds that it takes differently: a path from the
+// root of the drive, which is put under the working directory, and the extended form, which it takes as it is.
+#include <ambielf/ambielf.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <string>
+
+#include "frame/error.h"
+#include "platform/platform.h"
+#include "support/path_call.h"
+#include "support/scratch_directory.h"
+
+namespace ambielf::test {
+namespace {
+
+int code_of_failed_open(const std::string& path, int oflag = O_RDONLY) {
+  EXPECT_EQ(elf_open(path.c_str(), oflag, _S_IREAD | _S_IWRITE), -1) << path;
+  return elf_errno();
+}
+
+TEST(PathCanonicalizeWindows, RelativePathIsTakenFromTheWorkingDirectory) {
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::create_directory(R"(C:\work)");
+  std::filesystem::current_path(R"(C:\work)");
+  EXPECT_EQ(canonical_path("foo", nullptr).text, R"(C:\work\foo)");
+  EXPECT_EQ(canonical_path("", nullptr).text, R"(C:\work)");
+  EXPECT_EQ(canonical_path(".", nullptr).text, R"(C:\work\.)");
+  EXPECT_EQ(canonical_path("..", nullptr).text, "C:");
+  EXPECT_EQ(canonical_path(R"(..\..\foo)", nullptr).text, R"(C:\foo)");
+  EXPECT_EQ(canonical_path("//server/share/x", nullptr).text, R"(C:\work\server\share\x)");
+  EXPECT_EQ(canonical_path("C:foo", nullptr).text, R"(C:\work\C:foo)");
+  for (const size_t size : {1, 250, 251, 252, 600}) {
+    const std::string path(size, 'p');
+    EXPECT_EQ(canonical_path(path, nullptr).status, size <= 251 ? 0U : 1U) << size;
+  }
+  std::filesystem::current_path(R"(C:\)");
+  EXPECT_EQ(canonical_path("foo", nullptr).text, R"(C:\foo)");
+  std::filesystem::current_path(before);
+  std::filesystem::remove(R"(C:\work)");
+}
+
+TEST(ElfOpenWindows, SecondTryOpensTheCanonicalPath) {
+  const ScratchDirectory scratch;
+  std::filesystem::create_directory("only_here");
+  write_file("only_here/file", "second");
+  elf_set_error(14);
+  for (const std::string& path : {std::string(R"(\only_here\file)"), std::string("//only_here/file"),
+                                  R"(\\?\)" + scratch.path() + R"(\only_here\..\only_here/file)"}) {
+    const int file_id = elf_open(path.c_str(), O_RDONLY, 0);
+    ASSERT_NE(file_id, -1) << path << ' ' << elf_errno();
+    char bytes[8] = "";
+    EXPECT_EQ(platform::read(file_id, bytes, sizeof bytes), 6) << path;
+    EXPECT_STREQ(bytes, "second");
+    EXPECT_EQ(elf_close(file_id), 0);
+    void* view = nullptr;
+    EXPECT_EQ(elf_mopen(path.c_str(), &view), 6) << path;
+    EXPECT_EQ(elf_mclose(view), 0);
+  }
+  EXPECT_EQ(elf_errno(), 14);  // the first failures are forgotten
+}
+
+TEST(ElfOpenWindows, SecondFailureDecidesTheCode) {
+  const ScratchDirectory scratch;
+  std::filesystem::create_directory("only_here");
+  write_file("only_here/file", "x");
+  // The first try finds no directory, the second one a file that is there already.
+  EXPECT_EQ(code_of_failed_open(R"(\only_here\file)", O_RDWR | O_CREAT | O_EXCL), 94);
+  EXPECT_EQ(code_of_failed_open(R"(\only_here)"), 93);
+  EXPECT_EQ(code_of_failed_open("."), 93);
+  EXPECT_EQ(code_of_failed_open(""), 93);
+  EXPECT_EQ(code_of_failed_open(R"(\missing)"), 97);
+  EXPECT_EQ(code_of_failed_open("a<b>?"), 95);
+}
+
+TEST(ElfOpenWindows, LongRelativePathIs102) {
+  const ScratchDirectory scratch;
+  const size_t room = 259 - scratch.path().size() - 1;
+  EXPECT_NE(code_of_failed_open(std::string(room, 'p')), 102);
+  EXPECT_EQ(code_of_failed_open(std::string(room + 1, 'p')), 102);
+}
+
+TEST(ElfOpenWindows, ModeInTheFlagsIsKept) {
+  const ScratchDirectory scratch;
+  write_file("file", "a\r\nb");
+  char bytes[8] = "";
+  const int text = elf_open("file", O_RDONLY | _O_TEXT, 0);
+  EXPECT_EQ(platform::read(text, bytes, sizeof bytes), 3);
+  EXPECT_EQ(elf_close(text), 0);
+  // A duplicate carries bytes as they are, and leaves the mode of the caller's id alone.
+  const int written = elf_open("new", O_WRONLY | O_CREAT | _O_TEXT, _S_IREAD | _S_IWRITE);
+  const int copy = platform::duplicate(written);
+  EXPECT_EQ(platform::write(copy, "\n", 1), 0);
+  EXPECT_EQ(platform::close(copy), 0);
+  EXPECT_EQ(platform::write(written, "\n", 1), 0);
+  EXPECT_EQ(elf_close(written), 0);
+  EXPECT_EQ(file_bytes("new"), "\n\r\n");
+}
+
+// The system opens no directory as a file, so it is not the mapping that fails.
+TEST(ElfMopenWindows, MissingFileOrDirectoryIs58) {
+  const ScratchDirectory scratch;
+  for (const char* path : {"missing", ".", R"(\missing)"}) {
+    EXPECT_EQ(elf_mopen(path, nullptr), -1) << path;
+    EXPECT_EQ(elf_errno(), 58) << path;
+  }
+}
+
+}  // namespace
+}  // namespace ambielf::test

@@ -1,0 +1,102 @@
+#include "platform/platform.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <string>
+
+#include "support/scratch_directory.h"
+
+namespace ambielf::test {
+namespace {
+
+int create(const char* name) { return platform::open(name, O_RDWR | O_CREAT | O_TRUNC, 0600); }
+
+TEST(Platform, ReadStopsAtTheEndOfTheFileOnly) {
+  const ScratchDirectory scratch;
+  write_file("file", "0123456789");
+  const int file_id = platform::open("file", O_RDONLY, 0);
+  EXPECT_EQ(platform::file_size(file_id), 10);
+  char bytes[16] = "";
+  EXPECT_EQ(platform::read(file_id, bytes, 0), 0);
+  EXPECT_EQ(platform::read(file_id, bytes, 4), 4);
+  EXPECT_EQ(platform::tell(file_id), 4);
+  EXPECT_EQ(platform::read(file_id, bytes + 4, 12), 6);
+  EXPECT_STREQ(bytes, "0123456789");
+  EXPECT_EQ(platform::read(file_id, bytes, 1), 0);
+  EXPECT_EQ(platform::seek(file_id, 7), 7);
+  EXPECT_EQ(platform::read(file_id, bytes, 1), 1);
+  EXPECT_EQ(bytes[0], '7');
+  EXPECT_EQ(platform::close(file_id), 0);
+}
+
+TEST(Platform, DuplicateSharesThePositionAndOutlivesItsOriginal) {
+  const ScratchDirectory scratch;
+  const int file_id = create("file");
+  EXPECT_EQ(platform::write(file_id, "ab", 2), 0);
+  const int copy = platform::duplicate(file_id);
+  EXPECT_EQ(platform::tell(copy), 2);
+  EXPECT_EQ(platform::write(copy, "cd", 2), 0);
+  EXPECT_EQ(platform::tell(file_id), 4);
+  EXPECT_EQ(platform::close(file_id), 0);
+  EXPECT_EQ(platform::write(copy, "e", 1), 0);
+  EXPECT_EQ(platform::close(copy), 0);
+  EXPECT_EQ(file_bytes("file"), "abcde");
+}
+
+// Offsets and sizes that 32 bits cannot hold. The file is a hole but for its last byte.
+TEST(Platform, PositionsAndViewsReachBeyondFourGigabytes) {
+  const ScratchDirectory scratch;
+  constexpr uint64_t far = (uint64_t{1} << 32) + 5;
+  const int file_id = create("file");
+  ASSERT_EQ(platform::seek(file_id, far), static_cast<int64_t>(far));
+  ASSERT_EQ(platform::write(file_id, "x", 1), 0);
+  EXPECT_EQ(platform::tell(file_id), static_cast<int64_t>(far + 1));
+  EXPECT_EQ(platform::file_size(file_id), static_cast<int64_t>(far + 1));
+  EXPECT_EQ(platform::close(file_id), 0);
+
+  platform::MappedFile file;
+  ASSERT_EQ(platform::map_file("file", file), platform::Mapping::done);
+  EXPECT_EQ(file.size, far + 1);
+  EXPECT_EQ(static_cast<char*>(file.address)[far], 'x');
+  EXPECT_EQ(platform::unmap_file(file), 0);
+}
+
+TEST(Platform, FailureLeavesItsReasonInErrno) {
+  const ScratchDirectory scratch;
+  const int closed = create("file");
+  ASSERT_EQ(platform::close(closed), 0);
+  char byte = 0;
+  const auto reason = [](int64_t result) {
+    const int e = errno;
+    EXPECT_EQ(result, -1);
+    errno = 0;
+    return e;
+  };
+  EXPECT_EQ(reason(platform::read(closed, &byte, 1)), EBADF);
+  EXPECT_EQ(reason(platform::write(closed, &byte, 1)), EBADF);
+  EXPECT_EQ(reason(platform::seek(closed, 0)), EBADF);
+  EXPECT_EQ(reason(platform::tell(closed)), EBADF);
+  EXPECT_EQ(reason(platform::duplicate(closed)), EBADF);
+  EXPECT_EQ(reason(platform::close(closed)), EBADF);
+  EXPECT_EQ(reason(platform::open("missing", O_RDONLY, 0)), ENOENT);
+  EXPECT_EQ(platform::file_size(closed), -1);
+
+  const int file_id = platform::open("file", O_RDONLY, 0);
+  EXPECT_EQ(reason(platform::write(file_id, &byte, 1)), EBADF);
+  EXPECT_EQ(reason(platform::seek(file_id, uint64_t{1} << 63)), EINVAL);
+  EXPECT_EQ(platform::close(file_id), 0);
+}
+
+TEST(Platform, WorkingDirectoryMustFitWithItsTerminator) {
+  const ScratchDirectory scratch;
+  const std::string expected = scratch.path();
+  std::string buffer(expected.size() + 1, '#');
+  ASSERT_EQ(platform::working_directory(buffer.data(), buffer.size()), 0);
+  EXPECT_EQ(buffer.c_str(), expected);
+  EXPECT_EQ(platform::working_directory(buffer.data(), buffer.size() - 1), -1);
+}
+
+}  // namespace
+}  // namespace ambielf::test
