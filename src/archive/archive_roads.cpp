@@ -1,26 +1,79 @@
-// The roads of descriptors into archives. Archives are not read yet: each answers with a code.
+// The roads of descriptors into archives: opening one, asking it for the member at the file position, loading
+// all of it, and releasing it.
 #include "descriptors/archive_roads.h"
 
-#include "descriptors/file_desc.h"
+#include <cerrno>
+
+#include "archive/ar_desc.h"
+#include "descriptors/elf.h"
 #include "frame/error.h"
+#include "frame/make.h"
+#include "platform/platform.h"
 
 namespace ambielf {
+namespace {
 
-void ReleaseArchive::operator()(ArDesc*) const {}
-
-Elf* begin_archive(std::unique_ptr<FileDesc>, Elf_Cmd) {
-  elf_set_error(57);
-  return nullptr;
+// Makes and loads the descriptor of a member that has none. It stays with the member also when loading fails.
+Elf* make_member_elf(ArMember& member, Elf_Cmd cmd) {
+  member.elf = make_or_report<Elf>(48, &member, member.ar_desc->file_desc, uint64_t{member.data_offset},
+                                   member.size(), cmd);
+  return member.elf && member.elf->initialize() ? member.elf.get() : nullptr;
 }
 
-Elf* begin_member(int, Elf_Cmd, Elf&) {
-  elf_set_error(60);
-  return nullptr;
+}  // namespace
+
+// Members die here, whatever their reference counts: their callers' pointers with them.
+void ReleaseArchive::operator()(ArDesc* archive) const { delete archive; }
+
+Elf* begin_archive(std::unique_ptr<FileDesc> file_desc, Elf_Cmd cmd) {
+  ArDescOwner owner(make_or_report<ArDesc>(57, file_desc.get()).release());
+  if (!owner) return nullptr;
+  ArDesc& archive = *owner;
+  const int file_id = file_desc->file_id;
+  std::unique_ptr<Elf> elf = make_or_report<Elf>(48, std::move(file_desc), std::move(owner), cmd);
+  if (!elf || archive.initialize() < 0 || !elf->initialize()) return nullptr;
+  const ArMember* const first = archive.first_or_next_member(nullptr);
+  if (first == nullptr) return nullptr;
+  if (platform::seek(file_id, first->header_offset()) == -1) {
+    elf_seek_error(errno);
+    return nullptr;
+  }
+  return elf.release();
 }
 
-bool load_all_members(Elf&) {
-  elf_set_error(12);
-  return false;
+Elf* begin_member(int fildes, Elf_Cmd cmd, Elf& ref) {
+  const int64_t position = platform::tell(fildes);
+  if (position == -1) {
+    elf_seek_error(errno);
+    return nullptr;
+  }
+  if (!ref.ar_desc) {
+    elf_set_error(60);
+    return nullptr;
+  }
+  ArMember* const member = ref.ar_desc->member_at(static_cast<uint64_t>(position));
+  if (member == nullptr) {
+    elf_set_error(13);
+    return nullptr;
+  }
+  Elf* const elf = member->elf ? member->elf.get() : make_member_elf(*member, cmd);
+  if (elf == nullptr) return nullptr;
+  if (elf->ref_count == UINT16_MAX) {
+    elf_set_error(48);
+    return nullptr;
+  }
+  ++elf->ref_count;
+  return elf;
+}
+
+bool load_all_members(Elf& archive) {
+  if (archive.ar_desc->first_or_next_member(nullptr) == nullptr) return false;
+  for (ArMember& member : archive.ar_desc->members) {
+    Elf* const elf = member.elf ? member.elf.get() : make_member_elf(member, ELF_C_READ);
+    if (elf == nullptr || !elf->load_all()) return false;
+    elf->cntl_command = ELF_C_FDREAD;
+  }
+  return true;
 }
 
 }  // namespace ambielf

@@ -17,6 +17,9 @@ int64_t file_size(int file_id);
 // so that fewer bytes than `count` mean the end of the file. -1 when an error stops it, whatever was read.
 int64_t read(int file_id, void* buffer, uint64_t count);
 
+// Reads `count` bytes at `offset` from the start, as read does. Where the file position is afterwards is open.
+int64_t read_at(int file_id, uint64_t offset, void* buffer, uint64_t count);
+
 // Writes `count` bytes at the file position and moves it, going on after short writes. 0, or -1.
 int write(int file_id, const void* buffer, uint64_t count);
 

@@ -23,6 +23,30 @@ constexpr uint64_t largest_transfer = uint64_t{1} << 30;
 // A signal storm may interrupt a transfer this often before that counts as a failure.
 constexpr int most_interruptions = 1000;
 
+// Calls `transfer(done, piece)`, a read of the next `piece` bytes, until `count` bytes are there or the file
+// ends.
+template <class Transfer>
+int64_t read_all(uint64_t count, Transfer transfer) {
+  uint64_t done = 0;
+  int interruptions = 0;
+  while (done < count) {
+    const ssize_t got = transfer(done, static_cast<size_t>(std::min(count - done, largest_transfer)));
+    if (got == 0) break;
+    if (got > 0) {
+      done += static_cast<uint64_t>(got);
+    } else if (errno != EINTR || ++interruptions > most_interruptions) {
+      return -1;
+    }
+  }
+  return static_cast<int64_t>(done);
+}
+
+bool has_offset(uint64_t offset) {
+  if (offset <= static_cast<uint64_t>(std::numeric_limits<off_t>::max())) return true;
+  errno = EINVAL;
+  return false;
+}
+
 }  // namespace
 
 int64_t file_size(int file_id) {
@@ -32,19 +56,15 @@ int64_t file_size(int file_id) {
 
 int64_t read(int file_id, void* buffer, uint64_t count) {
   char* const bytes = static_cast<char*>(buffer);
-  uint64_t done = 0;
-  int interruptions = 0;
-  while (done < count) {
-    const size_t piece = static_cast<size_t>(std::min(count - done, largest_transfer));
-    const ssize_t got = ::read(file_id, bytes + done, piece);
-    if (got == 0) break;
-    if (got > 0) {
-      done += static_cast<uint64_t>(got);
-    } else if (errno != EINTR || ++interruptions > most_interruptions) {
-      return -1;
-    }
-  }
-  return static_cast<int64_t>(done);
+  return read_all(count, [&](uint64_t done, size_t piece) { return ::read(file_id, bytes + done, piece); });
+}
+
+int64_t read_at(int file_id, uint64_t offset, void* buffer, uint64_t count) {
+  char* const bytes = static_cast<char*>(buffer);
+  if (!has_offset(offset) || !has_offset(offset + count)) return -1;
+  return read_all(count, [&](uint64_t done, size_t piece) {
+    return ::pread(file_id, bytes + done, piece, static_cast<off_t>(offset + done));
+  });
 }
 
 int write(int file_id, const void* buffer, uint64_t count) {
@@ -67,11 +87,7 @@ int write(int file_id, const void* buffer, uint64_t count) {
 }
 
 int64_t seek(int file_id, uint64_t offset) {
-  if (offset > static_cast<uint64_t>(std::numeric_limits<off_t>::max())) {
-    errno = EINVAL;
-    return -1;
-  }
-  return lseek(file_id, static_cast<off_t>(offset), SEEK_SET);
+  return has_offset(offset) ? lseek(file_id, static_cast<off_t>(offset), SEEK_SET) : -1;
 }
 
 int64_t tell(int file_id) { return lseek(file_id, 0, SEEK_CUR); }

@@ -1,0 +1,104 @@
+#include "archive/ar_header.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <limits>
+
+#include "frame/error.h"
+#include "frame/guard.h"
+
+namespace ambielf {
+namespace {
+
+using Word = std::array<char, 4>;
+
+constexpr Word padding = {' ', ' ', ' ', ' '};
+
+bool shows_slash(const Word& word) {
+  for (const char c : word) {
+    if (c == '/') return true;
+    if (c == 0) return false;
+  }
+  return false;
+}
+
+// The size of the name field at `offset`, or -1 after 8 or 16. A word that the end of the file cuts short
+// keeps the last bytes of the word before it.
+int64_t name_field_size(HeaderWindow& window, uint64_t offset) {
+  Word word{};
+  int64_t size = 0;
+  bool named = false;
+  for (;;) {
+    const int64_t got = window.read(offset + static_cast<uint64_t>(size), word.data(), word.size());
+    if (got < 0) return -1;
+    if (got == 0) {
+      elf_set_error(16);
+      return -1;
+    }
+    if (named && word != padding) return size;
+    named = named || shows_slash(word);
+    size += static_cast<int64_t>(word.size());
+  }
+}
+
+constexpr bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+constexpr bool is_digit(char c) { return c >= '0' && c <= '9'; }
+
+using FixedPart = std::array<char, fixed_part_size>;
+
+// The decimal number at `place`: white space, a sign, digits. It may run into the fields behind its own; the
+// first other byte ends it, or the end of the fixed part. Held to 32 bits.
+int32_t number_at(const FixedPart& fixed, size_t place) {
+  while (place < fixed.size() && is_space(fixed[place])) ++place;
+  bool negative = false;
+  if (place < fixed.size() && (fixed[place] == '-' || fixed[place] == '+')) negative = fixed[place++] == '-';
+  constexpr int64_t least = std::numeric_limits<int32_t>::min();
+  constexpr int64_t greatest = std::numeric_limits<int32_t>::max();
+  int64_t value = 0;
+  for (; place < fixed.size() && is_digit(fixed[place]); ++place) {
+    value = std::min(value * 10 + (fixed[place] - '0'), -least);
+  }
+  return static_cast<int32_t>(negative ? -value : std::min(value, greatest));
+}
+
+}  // namespace
+
+int64_t readArHdr(HeaderWindow& window, TextArena& texts, uint64_t offset, Elf_Arhdr& header) {
+  return guard<int64_t>(-1, [&]() -> int64_t {
+    const int64_t field_size = name_field_size(window, offset);
+    if (field_size < 0) return -1;
+    const size_t size = static_cast<size_t>(field_size);
+
+    char* const raw_name = texts.take(uint64_t{size} + 1);
+    if (raw_name == nullptr) {
+      elf_set_error(4);
+      return -1;
+    }
+    FixedPart fixed{};
+    if (window.read(offset, raw_name, size) < 0) return -1;
+    const int64_t fixed_present = window.read(offset + size, fixed.data(), fixed.size());
+    if (fixed_present < 0) return -1;
+
+    const void* const slash = std::memchr(raw_name, '/', size);
+    const size_t length =
+        slash == nullptr ? size : static_cast<size_t>(static_cast<const char*>(slash) - raw_name);
+    char* const name = texts.take(uint64_t{length} + 1);
+    if (name == nullptr) {
+      elf_set_error(4);
+      return -1;
+    }
+    std::memcpy(name, raw_name, length);
+
+    header.ar_name = name;
+    header.ar_date = number_at(fixed, 0);
+    header.ar_uid = number_at(fixed, 12);
+    header.ar_gid = number_at(fixed, 18);
+    header.ar_mode = number_at(fixed, 24);
+    header.ar_size = number_at(fixed, 32);
+    header.ar_rawname = raw_name;
+    return static_cast<int64_t>(offset) + field_size + fixed_present;
+  });
+}
+
+}  // namespace ambielf

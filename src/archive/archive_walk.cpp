@@ -1,0 +1,85 @@
+// What callers ask of an archive and its members, and the walk through it. The position of the file id is the
+// only cursor: elf_next and elf_rand move it, and elf_begin reads it.
+#include <cerrno>
+
+#include "archive/ar_desc.h"
+#include "descriptors/elf.h"
+#include "frame/error.h"
+#include "frame/magic.h"
+#include "platform/platform.h"
+
+using namespace ambielf;
+
+Elf_Arhdr* elf_getarhdr(Elf* elf) {
+  if (elf != nullptr && !elf_magic.check()) return nullptr;
+  if (elf == nullptr || elf->ar_member == nullptr) {
+    elf_set_error(69);
+    return nullptr;
+  }
+  return &elf->ar_member->header;
+}
+
+Elf_Arsym* elf_getarsym(Elf* elf, size_t* count) {
+  if (elf == nullptr) {
+    elf_set_error(32);
+    return nullptr;
+  }
+  if (!elf_magic.check()) return nullptr;
+  if (!elf->ar_desc) {
+    if (count != nullptr) *count = 0;
+    elf_set_error(60);
+    return nullptr;
+  }
+  const ArSymTab* const symtab = elf->ar_desc->symtab.get();
+  if (symtab == nullptr) {
+    elf_set_error(15);
+    return nullptr;
+  }
+  if (count != nullptr) *count = symtab->count;
+  return symtab->entries.get();
+}
+
+Elf_Cmd elf_next(Elf* elf) {
+  if (elf == nullptr || !elf_magic.check() || elf->kind != ELF_K_AR) return ELF_C_NULL;
+  ArDesc* archive = elf->ar_desc.get();
+  if (archive == nullptr) {
+    if (elf->ar_member == nullptr || elf->ar_member->ar_desc == nullptr) {
+      elf_set_error(elf->ar_member == nullptr ? 6 : 60);
+      return ELF_C_NULL;
+    }
+    archive = elf->ar_member->ar_desc;
+  }
+  // The archive has no member of its own, so that it goes back to the first.
+  const ArMember* const member = archive->first_or_next_member(elf->ar_member);
+  if (member == nullptr) {
+    elf_set_error(59);
+    return ELF_C_NULL;
+  }
+  if (platform::seek(archive->file_desc->file_id, member->header_offset()) == -1) {
+    elf_seek_error(errno);
+    return ELF_C_NULL;
+  }
+  return ELF_C_READ;
+}
+
+size_t elf_rand(Elf* elf, size_t offset) {
+  if (elf == nullptr) {
+    elf_set_error(32);
+    return 0;
+  }
+  if (!elf_magic.check()) return 0;
+  if (elf->kind != ELF_K_AR || !elf->ar_desc) {
+    elf_set_error(9);
+    return 0;
+  }
+  if (elf->file_desc == nullptr) {
+    elf_set_error(81);
+    return 0;
+  }
+  const int64_t position = platform::seek(elf->file_desc->file_id, offset);
+  if (position == -1 || static_cast<uint64_t>(position) != offset) {
+    elf_seek_error(errno);
+    return 0;
+  }
+  return offset;
+}
