@@ -1,0 +1,107 @@
+// Opens an archive, walks it in every way that the interface knows, and holds what it shows against the slow reader.
+#ifndef AMBIELF_TESTS_SUPPORT_ARCHIVE_CHECK_H
+#define AMBIELF_TESTS_SUPPORT_ARCHIVE_CHECK_H
+
+#include <ambielf/ambielf.h>
+
+#include <string>
+
+#include "support/slow_archive.h"
+#include "support/temp_file.h"
+
+namespace ambielf::test {
+
+class ArchiveCheck {
+ public:
+  // Checks the archive in `bytes`, which are also what `file` holds, its position being 0.
+  ArchiveCheck(const Bytes& bytes, const TempFile& file) : file_(file), expected_(slow_archive(bytes)) {}
+
+  // The first difference, or "" when there is none.
+  std::string difference() {
+    elf_version(EV_CURRENT);
+    elf_errno();
+    Elf* const archive = elf_begin(file_.id(), ELF_C_READ, nullptr);
+    if (archive == nullptr) {
+      const int code = elf_errno();
+      return code == expected_.code ? "" : "code " + std::to_string(code);
+    }
+    std::string found = expected_.code != 0 ? "it opens" : symbols(archive);
+    if (found.empty()) found = walk(archive);
+    elf_cntl(archive, ELF_C_FDREAD);
+    elf_end(archive);
+    return found;
+  }
+
+ private:
+  std::string symbols(Elf* archive) const {
+    size_t count = 0;
+    const Elf_Arsym* const entries = elf_getarsym(archive, &count);
+    if ((entries != nullptr) != expected_.symbols.has_value()) return "presence of the symbol table";
+    if (entries == nullptr) return elf_errno() == 15 ? "" : "code for no symbol table";
+    if (count != expected_.symbols->size()) return "number of symbols";
+    for (size_t i = 0; i < count; ++i) {
+      const SlowSymbol& symbol = (*expected_.symbols)[i];
+      if (symbol.name != entries[i].as_name || symbol.offset != entries[i].as_off ||
+          entries[i].as_hash != 0) {
+        return "symbol " + std::to_string(i);
+      }
+    }
+    return "";
+  }
+
+  // Both ways to each member: by elf_next from the one before it, and by elf_rand.
+  std::string walk(Elf* archive) const {
+    for (size_t i = 0; i < expected_.members.size(); ++i) {
+      const SlowHeader& member = expected_.members[i];
+      const std::string place = " at member " + std::to_string(i);
+      if (file_.position() != static_cast<int64_t>(member.start)) return "position" + place;
+      // A member that is no object fails the first time, and is there the second time all the same.
+      Elf* elf = elf_begin(file_.id(), ELF_C_READ, archive);
+      elf_errno();
+      if (elf_rand(archive, member.start) != member.start) return "elf_rand" + place;
+      Elf* const again = elf_begin(file_.id(), ELF_C_READ, archive);
+      if (again == nullptr || (elf != nullptr && elf != again)) return "descriptor" + place;
+      if (elf_kind(again) != ELF_K_AR || elf_getbase(again) != static_cast<int64_t>(member.contents)) {
+        return "contents" + place;
+      }
+      if (!same_header(*elf_getarhdr(again), member)) return "header" + place;
+      touch_sections(again);
+      elf_end(again);
+      if (elf != nullptr) elf_end(elf);
+
+      elf_rand(archive, 1);
+      const bool last = i + 1 == expected_.members.size();
+      if (elf_next(again) != (last ? ELF_C_NULL : ELF_C_READ)) return "elf_next" + place;
+      if (last && (elf_errno() != 59 || file_.position() != 1)) return "end of the walk";
+    }
+    return "";
+  }
+
+  static bool same_header(const Elf_Arhdr& header, const SlowHeader& expected) {
+    return std::strcmp(header.ar_name, expected.name.c_str()) == 0 &&
+           std::strcmp(header.ar_rawname, expected.raw_name.c_str()) == 0 &&
+           header.ar_date == expected.date && header.ar_uid == expected.uid &&
+           header.ar_gid == expected.gid && header.ar_mode == expected.mode &&
+           header.ar_size == expected.size;
+  }
+
+  // Reads every byte that a member hands out.
+  static void touch_sections(Elf* elf) {
+    for (Elf_Scn* scn = elf_nextscn(elf, nullptr); scn != nullptr; scn = elf_nextscn(elf, scn)) {
+      const Elf_Data* const data = elf_getdata(scn, nullptr);
+      // A header may claim far more than there is; what is not there is zeros that nothing has touched.
+      if (data == nullptr || data->d_size > 65536) continue;
+      volatile unsigned char sum = 0;
+      for (uint32_t i = 0; i < data->d_size; ++i) {
+        sum = static_cast<unsigned char>(sum + static_cast<const unsigned char*>(data->d_buf)[i]);
+      }
+    }
+  }
+
+  const TempFile& file_;
+  SlowArchive expected_;
+};
+
+}  // namespace ambielf::test
+
+#endif
