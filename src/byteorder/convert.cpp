@@ -154,10 +154,13 @@ int32_t DataDesc::convert_records(unsigned char* bytes, DestBuffer& destination,
   return handled;
 }
 
-void DataDesc::restore(uint32_t type) {
+void DataDesc::restore() {
   if (!loaded.in_image || loaded.buf == nullptr) return;
-  // Rescaled offsets have no way back, the byte order has.
-  if (loaded.type == ELF_T_RELA_LNNO_UP || loaded.type == ELF_T_RELA_LNNO_DOWN) type = ELF_T_RELA;
+  // Relocations of line numbers go by their name, whatever the section's type. Rescaled offsets have no way
+  // back, the byte order has.
+  const bool line_relocations = loaded.type == ELF_T_RELA_LNNO_UP || loaded.type == ELF_T_RELA_LNNO_DOWN;
+  const uint32_t type = line_relocations ? ELF_T_RELA : data_type_of_section(scn->shdr->sh_type);
+  if (type == ELF_T_NONE) return;
   d_buf = loaded.buf;
   d_size = loaded.size;
   CharDestBuffer in_place(loaded.buf);

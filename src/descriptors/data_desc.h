@@ -47,8 +47,8 @@ struct DataDesc : Elf_Data {
   // the bytes there copies them; else a positive count, and exactly d_size bytes have reached the sink.
   int32_t convert(unsigned char* bytes, DestBuffer& destination, uint32_t type, bool to_file, bool force);
 
-  // Undoes at teardown what loading did to the caller's image, in a section of data type `type`.
-  void restore(uint32_t type);
+  // Undoes at teardown what loading did to the caller's image. Nothing is done after 28.
+  void restore();
 
   // Whether the block still stands in the memory that loading gave it.
   bool as_loaded() const { return loaded.buf != nullptr && d_buf == loaded.buf; }

@@ -216,7 +216,5 @@ DataDesc* Elf_Scn::get_data(const Elf_Data* prev) {
 }
 
 void Elf_Scn::restoreToFileOrder() {
-  const uint32_t type = data_type_of_section(shdr->sh_type);
-  if (type == ELF_T_NONE) return;
-  for (const std::unique_ptr<DataDesc>& block : data) block->restore(type);
+  for (const std::unique_ptr<DataDesc>& block : data) block->restore();
 }

@@ -57,7 +57,10 @@ class Input {
   // The section and its first block.
   Elf_Scn* scn(size_t index) const { return elf_getscn(elf(), index); }
   Elf32_Shdr* shdr(size_t index) const { return elf32_getshdr(scn(index)); }
-  Elf_Data* data(size_t index) const { return elf_getdata(scn(index), nullptr); }
+  Elf_Data* data(size_t index) const {
+    Elf_Scn* const section = scn(index);
+    return section != nullptr ? elf_getdata(section, nullptr) : nullptr;
+  }
   // Contents of the first block.
   Bytes contents(size_t index) const {
     const Elf_Data* const block = data(index);
