@@ -32,9 +32,15 @@ target_include_directories(ambielf PUBLIC
 file(STRINGS cmake/exports.txt exports)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS cmake/exports.txt)
 
+# Programs in C that link the static library need the C++ library beside it.
+set(cxx_runtime ${CMAKE_CXX_IMPLICIT_LINK_LIBRARIES})
+list(FILTER cxx_runtime INCLUDE REGEX "^(stdc\\+\\+|c\\+\\+|m)$")
+list(REMOVE_DUPLICATES cxx_runtime)
+
 if(NOT BUILD_SHARED_LIBS)
   target_compile_definitions(ambielf_core PUBLIC AMBIELF_STATIC)
   target_compile_definitions(ambielf INTERFACE AMBIELF_STATIC)
+  target_link_libraries(ambielf INTERFACE "$<$<LINK_LANGUAGE:C>:${cxx_runtime}>")
 elseif(WIN32)
   # The definition file alone exports, so that programs which take in ambielf_core, such as tests, neither import
   # nor export the names.
