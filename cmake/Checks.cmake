@@ -1,5 +1,17 @@
-# Checks on what the library hands to its users, run by ctest beside the tests of the code.
-if(NOT WIN32)
-  add_test(NAME check/headers COMMAND ${PROJECT_SOURCE_DIR}/scripts/check-headers)
-  add_test(NAME check/includes COMMAND ${PROJECT_SOURCE_DIR}/scripts/check-includes)
+# Checks on what the project hands to its users, run by ctest beside the tests of the code. A tree that repeats the
+# tests with other compilers or options leaves them out.
+option(AMBIELF_CHECKS "Check headers, exports, documents and the installed library, too" ON)
+if(NOT AMBIELF_CHECKS OR WIN32)
+  return()
+endif()
+
+set(scripts ${PROJECT_SOURCE_DIR}/scripts)
+add_test(NAME check/headers COMMAND ${scripts}/check-headers)
+add_test(NAME check/includes COMMAND ${scripts}/check-includes)
+add_test(NAME check/documents COMMAND ${scripts}/check-documents)
+if(BUILD_SHARED_LIBS)
+  add_test(NAME check/install COMMAND ${scripts}/test-install ${PROJECT_BINARY_DIR})
+endif()
+if(DOXYGEN)
+  add_test(NAME check/manual COMMAND ${CMAKE_COMMAND} --build ${PROJECT_BINARY_DIR} --target docs)
 endif()
