@@ -106,9 +106,10 @@ bool Elf_Scn::locate(Contents& contents) {
     return read_into_block(contents);
   }
   contents = {base + shdr->sh_offset, size, true};
-  // Names are handed out as terminated strings, and a block has a terminator behind it.
-  const bool last_name_open = size != 0 && contents.bytes[size - 1] != 0;
-  return index == elf->header().e_shstrndx && last_name_open ? read_into_block(contents) : true;
+  // Strings are handed out terminated, and a block has a terminator behind it.
+  const bool last_open = size != 0 && contents.bytes[size - 1] != 0;
+  const bool holds_strings = shdr->sh_type == SHT_STRTAB || index == elf->header().e_shstrndx;
+  return holds_strings && last_open ? read_into_block(contents) : true;
 }
 
 // Reads the contents into a block, with a zero byte behind it. What the input does not have stays zero, in
