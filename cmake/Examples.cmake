@@ -1,9 +1,16 @@
-# Each example is one file and uses the library as any other program would.
-file(GLOB examples CONFIGURE_DEPENDS examples/*.c examples/*.cpp)
+# Each example is one file and uses the library as any other program would. Those in guide/ are what
+# docs/guide.md quotes.
+file(GLOB examples CONFIGURE_DEPENDS
+  RELATIVE ${PROJECT_SOURCE_DIR}/examples
+  examples/*.c examples/*.cpp examples/guide/*.c examples/guide/*.cpp)
 foreach(source IN LISTS examples)
-  cmake_path(GET source STEM name)
-  add_executable(${name} ${source})
-  ambielf_own_target(${name})
-  target_link_libraries(${name} PRIVATE ambielf::ambielf)
-  set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/examples)
+  cmake_path(REMOVE_EXTENSION source LAST_ONLY OUTPUT_VARIABLE path)
+  cmake_path(GET path FILENAME name)
+  cmake_path(GET path PARENT_PATH folder)
+  string(REPLACE "/" "_" target ${path})
+  add_executable(${target} examples/${source})
+  ambielf_own_target(${target})
+  target_link_libraries(${target} PRIVATE ambielf::ambielf)
+  set_target_properties(${target} PROPERTIES
+    OUTPUT_NAME ${name} RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/examples/${folder})
 endforeach()

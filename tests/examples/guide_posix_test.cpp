@@ -1,0 +1,30 @@
+// The programs of docs/guide.md beside LLVM's tools, which need a shell.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "examples/run_example.h"
+#include "support/twins.h"
+
+namespace ambielf::test {
+namespace {
+
+struct GuidePosix : testing::Test {
+  ScratchDirectory scratch;
+};
+
+TEST_F(GuidePosix, DebugInfoFindsTheUnitsThatAnotherReaderFinds) {
+  for (const char* triple : {"powerpc-linux-gnu", "powerpcle-linux-gnu"}) {
+    const Bytes object = compile_twin(triple, Language::c, "-gdwarf-4", "int twice(int x) { return 2 * x; }");
+    write_file("object.o", {object.begin(), object.end()});
+    const std::string dump = output_of("llvm-dwarfdump --debug-info object.o");
+    const size_t length_at = dump.find("length = 0x");
+    ASSERT_NE(length_at, std::string::npos);
+    const unsigned long length = std::stoul(dump.substr(length_at + 11), nullptr, 16);
+    const Ending run = run_example("guide/debug_info", "object.o");
+    EXPECT_EQ(run.output, "unit at 0: DWARF 4, " + std::to_string(length) + " bytes\n") << triple;
+  }
+}
+
+}  // namespace
+}  // namespace ambielf::test

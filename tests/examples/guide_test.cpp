@@ -1,0 +1,111 @@
+// The programs that docs/guide.md quotes do what it says. Expected numbers are those that readelf gives for the
+// objects of tests/data, and worked out on paper for the files that the programs make.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "examples/run_example.h"
+#include "support/archive_builder.h"
+
+namespace ambielf::test {
+namespace {
+
+const char* const orders[] = {"big", "little"};
+
+std::string greeting(const std::string& order) { return "greeting." + order + ".o"; }
+
+class Guide : public testing::Test {
+ protected:
+  // Runs a program that has to end well, and gives its output without carriage returns.
+  std::string output_of_program(const std::string& name, const std::string& arguments) {
+    const Ending run = run_example("guide/" + name, arguments);
+    EXPECT_EQ(run.status, 0) << name << ' ' << arguments << '\n' << run.errors;
+    EXPECT_EQ(run.errors, "");
+    std::string output = run.output;
+    std::erase(output, '\r');
+    return output;
+  }
+
+  ScratchDirectory scratch_;
+};
+
+const char* const greeting_listing =
+    " 1 .strtab              type  3,  197 bytes\n"
+    " 2 .text                type  1,  276 bytes\n"
+    " 3 .rela.text           type  4,   36 bytes\n"
+    " 4 .got2                type  1,   12 bytes\n"
+    " 5 .rela.got2           type  4,   36 bytes\n"
+    " 6 .bss                 type  8,    4 bytes\n"
+    " 7 .data.rel.ro         type  1,    8 bytes\n"
+    " 8 .rela.data.rel.ro    type  4,   24 bytes\n"
+    " 9 .rodata.cst16        type  1,   16 bytes\n"
+    "10 .rodata.str1.1       type  1,   26 bytes\n"
+    "11 .comment             type  1,   29 bytes\n"
+    "12 .note.GNU-stack      type  1,    0 bytes\n"
+    "13 .eh_frame            type  1,   80 bytes\n"
+    "14 .rela.eh_frame       type  4,   24 bytes\n"
+    "15 .symtab              type  2,  208 bytes\n"
+    "    00000000    0 \n"
+    "    00000000    0 greeting.c\n"
+    "    00000000    0 \n"
+    "    00000000    0 \n"
+    "    00000000    8 greetings\n"
+    "    00000000    0 \n"
+    "    00000000   16 limits\n"
+    "    00000000    0 \n"
+    "    00000000    0 \n"
+    "    00000004  104 greeting\n"
+    "    00000070  164 greeting_fits\n"
+    "    00000000    0 count_of\n"
+    "    00000000    4 calls\n";
+
+TEST_F(Guide, ReadListsObjectsOfBothOrdersAlike) {
+  for (const char* order : orders) {
+    EXPECT_EQ(output_of_program("read", data_file(greeting(order))), greeting_listing) << order;
+  }
+}
+
+TEST_F(Guide, ReadTellsWhyAFileCannotBeRead) {
+  write_file("text", "This is no object.");
+  const Ending run = run_example("guide/read", "text");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.output, "");
+  EXPECT_NE(run.errors.find("text: Don't recognize the file type - not Elf object or archive."),
+            std::string::npos);
+}
+
+TEST_F(Guide, ByteOrderShowsTheSymbolAsTheFileAndAsTheHostHaveIt) {
+  EXPECT_EQ(output_of_program("byte_order", data_file(greeting("big"))),
+            "as in the file: st_size 0x08000000\nas the host has it: st_size 0x00000008\n");
+  EXPECT_EQ(output_of_program("byte_order", data_file(greeting("little"))),
+            "as in the file: st_size 0x00000008\nas the host has it: st_size 0x00000008\n");
+}
+
+TEST_F(Guide, ImageLoadsEverySection) {
+  for (const char* order : orders) {
+    EXPECT_EQ(output_of_program("image", data_file(greeting(order))),
+              "machine 20, 15 of 15 sections loaded\n");
+  }
+}
+
+TEST_F(Guide, ArchiveListsMembersAndFindsTheDefinerOfASymbol) {
+  for (const ByteOrder order : both_orders) {
+    ArchiveBuilder builder(order);
+    for (const char* member : orders) {
+      builder.member(greeting(member), text_bytes(file_bytes(AMBIELF_TEST_DATA "/" + greeting(member))));
+    }
+    const Archive archive = builder.symbols({{"nothing", 0}, {"greeting", 1}}).build();
+    write_file("both.a", {archive.bytes.begin(), archive.bytes.end()});
+    EXPECT_EQ(output_of_program("archive", "both.a greeting"), "greeting.big.o, 1668 bytes at " +
+                                                                   std::to_string(archive.contents[0]) +
+                                                                   "\n"
+                                                                   "greeting.little.o, 1668 bytes at " +
+                                                                   std::to_string(archive.contents[1]) +
+                                                                   "\n"
+                                                                   "greeting is in greeting.little.o\n");
+    EXPECT_EQ(run_example("guide/archive", "both.a unknown").status, 1);
+  }
+}
+
+}  // namespace
+}  // namespace ambielf::test
