@@ -17,7 +17,7 @@ int64_t file_size(int file_id);
 // so that fewer bytes than `count` mean the end of the file. -1 when an error stops it, whatever was read.
 int64_t read(int file_id, void* buffer, uint64_t count);
 
-// Reads `count` bytes at `offset` from the start, as read does. Where the file position is afterwards is open.
+// Reads `count` bytes at `offset` from the start, as read does, and leaves the file position where it is.
 int64_t read_at(int file_id, uint64_t offset, void* buffer, uint64_t count);
 
 // Writes `count` bytes at the file position and moves it, going on after short writes. 0, or -1.
@@ -35,6 +35,9 @@ int duplicate(int file_id);
 // Opens `path` with the platform's own flags and permissions, as they are; where the platform knows a text
 // mode, flags that choose no mode mean bytes as they are. A file id, or -1.
 int open(const char* path, int flags, int permissions);
+
+// A new empty file for reading and writing, which is gone once its id is closed. The id, or -1.
+int temporary_file();
 
 // Closes an id. 0, or -1.
 int close(int file_id);

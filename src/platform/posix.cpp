@@ -8,6 +8,8 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdio>
+#include <cstdlib>
 #include <limits>
 
 #include "platform/platform.h"
@@ -95,6 +97,13 @@ int64_t tell(int file_id) { return lseek(file_id, 0, SEEK_CUR); }
 int duplicate(int file_id) { return ::dup(file_id); }
 
 int open(const char* path, int flags, int permissions) { return ::open(path, flags, permissions); }
+
+int temporary_file() {
+  char path[] = P_tmpdir "/ambielf.XXXXXX";
+  const int file_id = mkostemp(path, O_CLOEXEC);
+  if (file_id != -1) unlink(path);
+  return file_id;
+}
 
 int close(int file_id) { return ::close(file_id); }
 
