@@ -1,0 +1,142 @@
+// Building an object in memory: the operations that add a header, a section or a block.
+//
+// Records come zeroed but for what only the library knows; their fields are the caller's to fill in, and layout
+// supplies the rest. Nothing is ever removed.
+#include "descriptors/elf.h"
+#include "frame/error.h"
+#include "frame/guard.h"
+#include "frame/magic.h"
+#include "frame/make.h"
+
+using namespace ambielf;
+
+namespace {
+
+// The header counts sections and program headers in 16 bits.
+constexpr size_t most_headers = UINT16_MAX;
+
+// The test for NULL (32) and the magic check.
+bool usable(const Elf* elf) {
+  if (elf != nullptr) return elf_magic.check();
+  elf_set_error(32);
+  return false;
+}
+
+bool has_header(const Elf& elf) {
+  if (elf.ehdr == nullptr) elf_set_error(44);
+  return elf.ehdr != nullptr;
+}
+
+// Archives, their members and memory images take no new sections and blocks.
+bool takes_contents(const Elf& elf) {
+  const bool takes = elf.kind != ELF_K_AR && !elf.is_image();
+  if (!takes) elf_set_error(20);
+  return takes;
+}
+
+template <class Record>
+Record* append_or_report(HeaderTable<Record>& table) {
+  Record* const record = table.append();
+  if (record == nullptr) elf_set_error(4);
+  return record;
+}
+
+// Makes the section of the header that was appended last. Null after 34 or 4; the header stays then.
+Elf_Scn* add_section(Elf& elf) {
+  const size_t index = elf.shdrs.size() - 1;
+  elf.scns.resize(elf.shdrs.size());
+  std::unique_ptr<Elf_Scn> scn = make_or_report<Elf_Scn>(34, &elf, index);
+  if (!scn || !scn->initialize()) return nullptr;
+  elf.scns[index] = std::move(scn);
+  return elf.scns[index].get();
+}
+
+void count_sections(Elf& elf, size_t count) {
+  Elf32_Ehdr header = elf.header();
+  header.e_shnum = static_cast<uint16_t>(count);
+  elf.set_header(header);
+}
+
+bool add_null_section(Elf& elf) {
+  if (append_or_report(elf.shdrs) == nullptr) return false;
+  count_sections(elf, elf.header().e_shnum + 1);
+  if (add_section(elf) == nullptr) return false;
+  count_sections(elf, 1);
+  return true;
+}
+
+}  // namespace
+
+Elf32_Ehdr* elf32_newehdr(Elf* elf) {
+  return guard<Elf32_Ehdr*>(nullptr, [&]() -> Elf32_Ehdr* {
+    if (!usable(elf)) return nullptr;
+    if (elf->ar_desc) {
+      elf_set_error(38);
+      return nullptr;
+    }
+    if (elf->command == ELF_C_READ) {
+      elf_set_error(39);
+      return nullptr;
+    }
+    if (elf->ehdr == nullptr) {
+      if (!elf->make_header_block()) return nullptr;
+      elf->ehdr[EI_DATA] = elf_host_encoding();
+      elf->dirty = true;
+    } else if (elf->ehdr[EI_CLASS] != ELFCLASS32) {
+      elf_set_error(45);
+      return nullptr;
+    }
+    return reinterpret_cast<Elf32_Ehdr*>(elf->ehdr);
+  });
+}
+
+Elf32_Phdr* elf32_newphdr(Elf* elf) {
+  return guard<Elf32_Phdr*>(nullptr, [&]() -> Elf32_Phdr* {
+    if (!usable(elf) || !has_header(*elf)) return nullptr;
+    if (elf->phdrs.size() >= most_headers) {
+      elf_set_error(4);
+      return nullptr;
+    }
+    Elf32_Phdr* const phdr = append_or_report(elf->phdrs);
+    if (phdr == nullptr) return nullptr;
+    Elf32_Ehdr header = elf->header();
+    ++header.e_phnum;
+    elf->set_header(header);
+    elf->dirty = true;
+    return phdr;
+  });
+}
+
+Elf_Scn* elf_newscn(Elf* elf) {
+  return guard<Elf_Scn*>(nullptr, [&]() -> Elf_Scn* {
+    if (!usable(elf) || !takes_contents(*elf) || !has_header(*elf)) return nullptr;
+    if (elf->shdrs.size() >= most_headers) {
+      elf_set_error(34);
+      return nullptr;
+    }
+    if (elf->shdrs.empty() && !add_null_section(*elf)) return nullptr;
+    if (append_or_report(elf->shdrs) == nullptr) return nullptr;
+    Elf_Scn* const scn = add_section(*elf);
+    if (scn == nullptr) return nullptr;
+    count_sections(*elf, elf->header().e_shnum + 1);
+    scn->dirty = true;
+    elf->dirty = true;
+    return scn;
+  });
+}
+
+Elf_Data* elf_newdata(Elf_Scn* scn) {
+  return guard<Elf_Data*>(nullptr, [&]() -> Elf_Data* {
+    if (scn == nullptr) {
+      elf_set_error(32);
+      return nullptr;
+    }
+    if (!elf_scn_magic.check() || !takes_contents(*scn->elf)) return nullptr;
+    std::unique_ptr<DataDesc> block = make_or_report<DataDesc>(31, scn);
+    if (!block || !block->initialize()) return nullptr;
+    block->d_version = EV_CURRENT;
+    scn->data.push_back(std::move(block));
+    scn->dirty = true;
+    return scn->data.back().get();
+  });
+}

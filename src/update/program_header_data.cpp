@@ -1,0 +1,43 @@
+// The ties between program headers and sections: which section a program header describes, and which program
+// header a write keeps on its section's place.
+#include "descriptors/elf.h"
+#include "frame/error.h"
+#include "frame/guard.h"
+
+using namespace ambielf;
+
+Elf_Data* elf32_getphdrdata(Elf* elf, unsigned index) {
+  return guard<Elf_Data*>(nullptr, [&]() -> Elf_Data* {
+    if (elf == nullptr) {
+      elf_set_error(32);
+      return nullptr;
+    }
+    if (index >= elf->phdrs.size()) {
+      elf_set_error(99);
+      return nullptr;
+    }
+    const Elf32_Phdr& phdr = *elf->phdrs[index];
+    size_t section = 0;
+    for (; section < elf->shdrs.size(); ++section) {
+      const Elf32_Shdr& shdr = *elf->shdrs[section];
+      if (shdr.sh_addr == phdr.p_vaddr && shdr.sh_offset == phdr.p_offset) break;
+    }
+    if (section == elf->shdrs.size()) {
+      elf_set_error(101);
+      return nullptr;
+    }
+    Elf_Scn* const scn = elf->get_scn(section);
+    if (scn == nullptr) return nullptr;
+    if (scn->first_data() == nullptr) elf_set_error(101);
+    return scn->first_data();
+  });
+}
+
+int elf32_setphdrdata(Elf32_Phdr* phdr, Elf_Scn* scn) {
+  if (phdr == nullptr || scn == nullptr) {
+    elf_set_error(32);
+    return -1;
+  }
+  scn->phdr_link = phdr;
+  return 0;
+}

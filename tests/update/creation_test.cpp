@@ -1,0 +1,150 @@
+// Records and flags: what comes back, what is counted, and every refusal in its order.
+#include "update/new_object.h"
+
+namespace ambielf::test {
+namespace {
+
+// The failure value and the code of one call.
+#define EXPECT_REFUSED(call, code)         \
+  do {                                     \
+    elf_errno();                           \
+    EXPECT_FALSE(call) << #call;           \
+    EXPECT_EQ(elf_errno(), code) << #call; \
+  } while (false)
+
+class Creation : public testing::Test {
+ protected:
+  void SetUp() override {
+    elf_version(EV_CURRENT);
+    elf_errno();
+  }
+};
+
+TEST_F(Creation, TheHeaderComesZeroedButForTheByteOrderAndOnlyOnceItsClassIsKnown) {
+  TempFile file;
+  const ElfOwner elf(elf_begin(file.id(), ELF_C_WRITE, nullptr));
+  EXPECT_REFUSED(elf_newscn(elf.get()), 44);
+  EXPECT_REFUSED(elf32_newphdr(elf.get()), 44);
+  Elf32_Ehdr* const header = elf32_newehdr(elf.get());
+  Bytes expected(sizeof *header);
+  expected[EI_DATA] = ELFDATA2LSB;
+  const unsigned char* const bytes = reinterpret_cast<const unsigned char*>(header);
+  EXPECT_EQ(Bytes(bytes, bytes + sizeof *header), expected);
+  EXPECT_REFUSED(elf32_newehdr(elf.get()), 45);
+  EXPECT_EQ(elf_update(elf.get(), ELF_C_NULL), 52);
+  EXPECT_EQ(elf32_newehdr(elf.get()), header);
+}
+
+TEST_F(Creation, HeadersOfFilesAreHandedOutForChangeOnly) {
+  const Object object = ObjectBuilder(ByteOrder::big).section(".text", SHT_PROGBITS, "abcd").build();
+  const TempFile file(object.bytes);
+  const ElfOwner changed(elf_begin(file.id(), ELF_C_RDWR, nullptr));
+  EXPECT_EQ(elf32_newehdr(changed.get()), elf32_getehdr(changed.get()));
+  EXPECT_EQ(elf_update(changed.get(), ELF_C_WRITE), 1) << "handing out the header made the descriptor dirty";
+  const Input read(Road::file, object);
+  EXPECT_REFUSED(elf32_newehdr(read), 39);
+  const Input image(Road::image, object);
+  EXPECT_REFUSED(elf32_newehdr(image), 39);
+  EXPECT_REFUSED(elf_newscn(image), 20);
+  EXPECT_REFUSED(elf_newdata(image.scn(1)), 20);
+  EXPECT_REFUSED(elf32_newehdr(nullptr), 32);
+  EXPECT_REFUSED(elf32_newphdr(nullptr), 32);
+  EXPECT_REFUSED(elf_newscn(nullptr), 32);
+  EXPECT_REFUSED(elf_newdata(nullptr), 32);
+}
+
+TEST_F(Creation, TheFirstSectionBringsTheNullSection) {
+  const NewObject object;
+  Elf_Scn* const first = elf_newscn(object);
+  EXPECT_EQ(elf_ndxscn(first), 1u);
+  EXPECT_EQ(object.header().e_shnum, 2);
+  Elf_Scn* const second = elf_newscn(object);
+  EXPECT_EQ(elf_ndxscn(second), 2u);
+  EXPECT_EQ(object.header().e_shnum, 3);
+  const Elf32_Shdr* const null_section = elf32_getshdr(elf_getscn(object, 0));
+  EXPECT_EQ(null_section->sh_type | null_section->sh_name | null_section->sh_size, 0u);
+  EXPECT_EQ(elf_getscn(object, 2), second);
+}
+
+TEST_F(Creation, ASectionIsAddedBehindThoseOfTheFileLoadedOrNot) {
+  const TempFile file(ObjectBuilder(ByteOrder::big)
+                          .section(".a", SHT_PROGBITS, "a")
+                          .section(".b", SHT_PROGBITS, "b")
+                          .build()
+                          .bytes);
+  const ElfOwner elf(elf_begin(file.id(), ELF_C_RDWR, nullptr));
+  Elf_Scn* const added = elf_newscn(elf.get());
+  EXPECT_EQ(elf_ndxscn(added), 4u);
+  EXPECT_EQ(elf32_getehdr(elf.get())->e_shnum, 5);
+  EXPECT_EQ(elf_getscn(elf.get(), 4), added);
+  EXPECT_STREQ(elf_strptr(elf.get(), 3, elf32_getshdr(elf_getscn(elf.get(), 2))->sh_name), ".b");
+}
+
+TEST_F(Creation, HeadersStopAtWhatSixteenBitsCount) {
+  const NewObject object;
+  size_t sections = 1;
+  while (sections < 65535 && elf_newscn(object) != nullptr) ++sections;
+  EXPECT_EQ(sections, 65535u);
+  EXPECT_REFUSED(elf_newscn(object), 34);
+  size_t segments = 0;
+  while (segments < 65535 && elf32_newphdr(object) != nullptr) ++segments;
+  EXPECT_EQ(segments, 65535u);
+  EXPECT_REFUSED(elf32_newphdr(object), 4);
+  EXPECT_EQ(object.layout(), 52 + 65535 * 40 + 65535 * 32);
+  EXPECT_EQ(object.header().e_shnum, 65535);
+  EXPECT_EQ(object.header().e_phnum, 65535);
+}
+
+TEST_F(Creation, ProgramHeadersStayWhereTheyAreAsMoreAreAdded) {
+  const NewObject object;
+  Elf32_Phdr* const first = elf32_newphdr(object);
+  first->p_vaddr = 0x1234;
+  for (int i = 0; i < 100; ++i) ASSERT_TRUE(elf32_newphdr(object));
+  EXPECT_EQ(first->p_vaddr, 0x1234u);
+  EXPECT_EQ(object.header().e_phnum, 101);
+}
+
+TEST_F(Creation, ABlockComesEmptyAndLeavesTheDescriptorClean) {
+  NewObject object;
+  object.names();
+  ASSERT_GT(object.write(), 1);
+  const Elf_Data* const data = elf_newdata(elf_getscn(object, 1));
+  EXPECT_EQ(data->d_buf, nullptr);
+  EXPECT_EQ(data->d_size | data->d_type, 0u);
+  EXPECT_EQ(data->d_version, 1u);
+  EXPECT_EQ(object.write(), 1);
+}
+
+TEST_F(Creation, FlagsAreCheckedInOrderAndComeBackAsTheyWere) {
+  NewObject object;
+  Elf_Scn* const scn = object.section(1, SHT_PROGBITS);
+  Elf_Data* const data = object.block(scn, "x");
+  object.names();
+  EXPECT_EQ(elf_flagelf(object, ELF_C_SET, 5), 5u);
+  EXPECT_EQ(elf_flagelf(object, ELF_C_CLR, 4), 4u);
+  EXPECT_EQ(elf_flagelf(object, ELF_C_SET, 0x81), 0x81u);
+  EXPECT_EQ(elf_flagehdr(object, ELF_C_CLR, 1), 1u);
+  EXPECT_EQ(elf_flagscn(scn, ELF_C_CLR, 1), 1u);
+  EXPECT_EQ(elf_flagshdr(scn, ELF_C_SET, 0x101), 0x101u);
+  EXPECT_EQ(elf_flagdata(data, ELF_C_SET, 1), 1u);
+  EXPECT_EQ(object.write(), 1) << "a section's or block's flag opened the gate";
+
+  EXPECT_REFUSED(elf_flagelf(nullptr, ELF_C_SET, 1), 32);
+  EXPECT_REFUSED(elf_flagehdr(nullptr, ELF_C_SET, 1), 32);
+  EXPECT_REFUSED(elf_flagscn(nullptr, ELF_C_SET, 1), 32);
+  EXPECT_REFUSED(elf_flagshdr(nullptr, ELF_C_SET, 1), 32);
+  EXPECT_REFUSED(elf_flagdata(nullptr, ELF_C_SET, 1), 32);
+  EXPECT_REFUSED(elf_flagelf(object, ELF_C_READ, 0), 66);
+  EXPECT_REFUSED(elf_flagscn(scn, ELF_C_SET, 2), 66);
+  EXPECT_REFUSED(elf_flagelf(object, ELF_C_READ, 1), 84);
+  EXPECT_REFUSED(elf_flagdata(data, ELF_C_NULL, 1), 84);
+  EXPECT_REFUSED(elf_flagscn(scn, ELF_C_SET, 5), 91);
+  EXPECT_REFUSED(elf_flagshdr(scn, ELF_C_SET, 4), 91);
+  EXPECT_REFUSED(elf_flagdata(data, ELF_C_SET, 5), 92);
+  EXPECT_EQ(object.write(), 1);
+  EXPECT_REFUSED(elf_flagehdr(object, ELF_C_SET, 5), 90);
+  EXPECT_GT(object.write(), 1) << "the dirty flag was set before the layout flag was refused";
+}
+
+}  // namespace
+}  // namespace ambielf::test
