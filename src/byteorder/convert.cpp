@@ -117,16 +117,34 @@ int32_t DataDesc::convert_debug(DebugSection section, unsigned char* bytes, Dest
   return static_cast<int32_t>(std::clamp<uint32_t>(d_size / entry, 1, INT32_MAX));
 }
 
+uint32_t DataDesc::entry_size(uint32_t type) const {
+  return scn->shdr->sh_entsize != 0 ? scn->shdr->sh_entsize : record_layout(type).size;
+}
+
+bool DataDesc::has_rule(uint32_t type) const {
+  if (record_layout(type).convertible || d_size < entry_size(type)) return true;
+  elf_set_error(82);
+  return false;
+}
+
+bool DataDesc::can_write() const {
+  if (d_type > greatest_data_type) {
+    elf_set_error(67);
+    return false;
+  }
+  const SwapDecision decision = decide_swap(scn->swap_behavior, scn->elf->encoding());
+  if (decision != SwapDecision::due) return decision == SwapDecision::none;
+  if (loaded.left_raw && as_loaded()) return true;
+  return debug_section(scn->elf->section_name(*scn)) != DebugSection::none || has_rule(d_type);
+}
+
 int32_t DataDesc::convert_records(unsigned char* bytes, DestBuffer& destination, uint32_t type,
                                   uint32_t present) {
   const RecordLayout& layout = record_layout(type);
-  const uint32_t entry = scn->shdr->sh_entsize != 0 ? scn->shdr->sh_entsize : layout.size;
+  const uint32_t entry = entry_size(type);
   const uint32_t count = d_size / entry;
   const int32_t handled = static_cast<int32_t>(std::clamp<uint32_t>(count, 1, INT32_MAX));
-  if (count != 0 && !layout.convertible) {
-    elf_set_error(82);
-    return -1;
-  }
+  if (!has_rule(type)) return -1;
   // Bytes have no order; and entries smaller than the record are none of ours: compilers give other meanings
   // to the numbers of our section types.
   if (type == ELF_T_BYTE || entry < layout.size) {

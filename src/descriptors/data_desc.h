@@ -47,6 +47,9 @@ struct DataDesc : Elf_Data {
   // the bytes there copies them; else a positive count, and exactly d_size bytes have reached the sink.
   int32_t convert(unsigned char* bytes, DestBuffer& destination, uint32_t type, bool to_file, bool force);
 
+  // Whether convert can bring the block into file order on a write. False after the code that it would report.
+  bool can_write() const;
+
   // Undoes at teardown what loading did to the caller's image. Nothing is done after 28.
   void restore();
 
@@ -59,6 +62,10 @@ struct DataDesc : Elf_Data {
   RawUnits translated_units;  // of a debug section, at its last conversion on demand
 
  private:
+  // sh_entsize, or the record's size where that is 0.
+  uint32_t entry_size(uint32_t type) const;
+  // Whether records of the type can be converted, or there is none in the block. False after 82.
+  bool has_rule(uint32_t type) const;
   int32_t convert_debug(DebugSection section, unsigned char* bytes, DestBuffer& destination, bool to_file,
                         bool force, bool value_before_swap);
   int32_t convert_records(unsigned char* bytes, DestBuffer& destination, uint32_t type, uint32_t present);

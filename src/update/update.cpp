@@ -1,0 +1,82 @@
+// elf_update: lays the object out and, if asked, writes it.
+#include <cerrno>
+
+#include "byteorder/file_dest_buffer.h"
+#include "descriptors/elf.h"
+#include "frame/error.h"
+#include "frame/guard.h"
+#include "frame/magic.h"
+#include "platform/platform.h"
+#include "update/layout.h"
+#include "update/write.h"
+
+using namespace ambielf;
+
+namespace {
+
+bool any_block_needs_a_name(const Elf& elf, size_t name_table) {
+  for (const std::unique_ptr<Elf_Scn>& scn : elf.scns) {
+    if (scn && scn->index != name_table && !scn->data.empty() && has_file_contents(*scn->shdr)) return true;
+  }
+  return false;
+}
+
+// Conversion goes by the section's name, so the name table is loaded before layout: layout and writing then
+// see the same sections. The file position stays the caller's. A table that cannot be loaded gives no names.
+bool load_names(Elf& elf) {
+  if (elf.ehdr == nullptr || !elf.dirty || elf.cntl_command != ELF_C_NULL) return true;
+  const size_t name_table = elf.header().e_shstrndx;
+  if (name_table == SHN_UNDEF || elf.loaded_scn(name_table) != nullptr) return true;
+  if (!any_block_needs_a_name(elf, name_table)) return true;
+  const int64_t position = platform::tell(elf.file_desc->file_id);
+  if (position == -1) return true;  // the sink will tell
+  {
+    const KeepError keep;
+    elf.get_scn(name_table);
+  }
+  if (platform::seek(elf.file_desc->file_id, static_cast<uint64_t>(position)) != -1) return true;
+  elf_seek_error(errno);
+  return false;
+}
+
+int32_t write(Elf& elf) {
+  if (elf.command == ELF_C_READ) {
+    elf_set_error(61);
+    return -1;
+  }
+  if (!load_names(elf)) return -1;
+  NewOffsets new_offsets;
+  if (update_layout(elf, new_offsets) == -1) return -1;
+  if (elf.file_desc == nullptr) {
+    elf_set_error(81);
+    return -1;
+  }
+  FileDestBuffer file;
+  if (!file.attach(elf.file_desc->file_id)) return -1;
+  const int32_t result = write2buff(elf, new_offsets, file);
+  if (result == -1) return -1;
+  file.flush();
+  if (!file.check()) return -1;
+  if (elf.dirty) commit(elf, new_offsets);
+  return result;
+}
+
+}  // namespace
+
+int32_t elf_update(Elf* elf, Elf_Cmd cmd) {
+  return guard<int32_t>(-1, [&]() -> int32_t {
+    if (elf == nullptr) {
+      elf_set_error(32);
+      return -1;
+    }
+    if (!elf_magic.check()) return -1;
+    if (cmd > ELF_C_RDWR) {
+      elf_set_error(65);
+      return -1;
+    }
+    if (cmd == ELF_C_WRITE) return write(*elf);
+    if (cmd != ELF_C_NULL) return 0;
+    NewOffsets new_offsets;
+    return update_layout(*elf, new_offsets);
+  });
+}

@@ -1,0 +1,155 @@
+#include "update/write.h"
+
+#include <algorithm>
+#include <array>
+
+#include "descriptors/elf.h"
+#include "frame/error.h"
+#include "frame/library_state.h"
+#include "platform/platform.h"
+#include "update/old_contents.h"
+#include "update/write_plan.h"
+
+namespace ambielf {
+namespace {
+
+// While one of these lives no section is loaded: that would move the file position, which is the output's, and
+// read what has been overwritten.
+class NothingLoads {
+ public:
+  explicit NothingLoads(Elf& elf) : elf_(elf), command_(elf.cntl_command) { elf.cntl_command = ELF_C_FDDONE; }
+  ~NothingLoads() { elf_.cntl_command = command_; }
+  NothingLoads(const NothingLoads&) = delete;
+  NothingLoads& operator=(const NothingLoads&) = delete;
+
+ private:
+  Elf& elf_;
+  Elf_Cmd command_;
+};
+
+class ImageWriter {
+ public:
+  ImageWriter(Elf& elf, OldContents& old, DestBuffer& destination)
+      : elf_(elf), old_(old), destination_(destination) {}
+
+  bool header() {
+    Elf32_Ehdr record = elf_.header();
+    return send_records(&record, 1, ELF_T_EHDR);
+  }
+
+  bool contents(const std::vector<Piece>& pieces) {
+    for (const Piece& piece : pieces) {
+      if (!fill_to(piece.offset)) return false;
+      if (piece.block == nullptr ? !old_.send(piece, destination_) : !send(*piece.block)) return false;
+      position_ += piece.size;
+    }
+    return true;
+  }
+
+  // The records in memory keep their offsets until the file has been written; those in the file are the new ones.
+  bool section_table(const NewOffsets& new_offsets) {
+    if (!fill_to(elf_.header().e_shoff)) return false;
+    return send_table(elf_.shdrs, ELF_T_SHDR, [&](size_t index, Elf32_Shdr& record) {
+      if (elf_.loaded_scn(index) == nullptr) record.sh_offset = new_offsets[index];
+    });
+  }
+
+  bool program_table() {
+    return send_table(elf_.phdrs, ELF_T_PHDR, [](size_t, Elf32_Phdr&) {});
+  }
+
+  uint64_t position() const { return position_; }
+
+ private:
+  bool fill_to(uint64_t target) {
+    if (!old_.make_way(target)) return false;
+    destination_.fill(fill_value(), static_cast<uint32_t>(target - position_));
+    position_ = target;
+    return true;
+  }
+
+  bool send(DataDesc& block) {
+    if (!old_.make_way(position_ + block.d_size)) return false;
+    const int32_t result =
+        block.convert(static_cast<unsigned char*>(block.d_buf), destination_, block.d_type, true, false);
+    if (result == 0) destination_.copy(block.d_buf, block.d_size);
+    return result != -1;
+  }
+
+  template <class Record>
+  bool send_records(Record* records, size_t count, uint32_t type) {
+    const uint32_t size = static_cast<uint32_t>(count * sizeof(Record));
+    if (!old_.make_way(position_ + size)) return false;
+    if (elf_.foreign()) {
+      unsigned char* const bytes = reinterpret_cast<unsigned char*>(records);
+      swap_block(bytes, bytes, static_cast<uint32_t>(count), type);
+    }
+    destination_.copy(records, size);
+    position_ += size;
+    return true;
+  }
+
+  template <class Record, class Edit>
+  bool send_table(const HeaderTable<Record>& table, uint32_t type, Edit edit) {
+    std::array<Record, 128> batch;
+    for (size_t index = 0; index < table.size();) {
+      size_t count = 0;
+      for (; count < batch.size() && index < table.size(); ++count, ++index) {
+        batch[count] = *table[index];
+        edit(index, batch[count]);
+      }
+      if (!send_records(batch.data(), count, type)) return false;
+    }
+    return true;
+  }
+
+  Elf& elf_;
+  OldContents& old_;
+  DestBuffer& destination_;
+  uint64_t position_ = 0;
+};
+
+// A program header that is linked to a section follows it.
+void link_program_headers(Elf& elf) {
+  for (const std::unique_ptr<Elf_Scn>& scn : elf.scns) {
+    if (scn && scn->phdr_link != nullptr) scn->phdr_link->p_offset = scn->shdr->sh_offset;
+  }
+}
+
+}  // namespace
+
+int32_t write2buff(Elf& elf, const NewOffsets& new_offsets, DestBuffer& destination) {
+  if (!elf.dirty) return 1;
+  if (elf.cntl_command != ELF_C_NULL) {
+    elf_set_error(42);
+    return -1;
+  }
+  const NothingLoads guard(elf);
+  WritePlan plan;
+  if (!plan.make(elf, new_offsets)) return -1;
+  const int64_t output_start = platform::tell(elf.file_desc->file_id);
+  OldContents old(elf.file_desc->file_id, static_cast<uint64_t>(std::max<int64_t>(output_start, 0)));
+  if (!old.plan(plan.pieces())) return -1;
+
+  ImageWriter writer(elf, old, destination);
+  if (!writer.header()) return -1;
+  if (!writer.contents(plan.pieces())) return -1;
+  if (!writer.section_table(new_offsets)) return -1;
+  link_program_headers(elf);
+  if (!writer.program_table()) return -1;
+  return static_cast<int32_t>(writer.position());
+}
+
+void commit(Elf& elf, const NewOffsets& new_offsets) {
+  elf.dirty = false;
+  for (size_t index = 0; index < elf.shdrs.size(); ++index) {
+    Elf_Scn* const scn = elf.loaded_scn(index);
+    if (scn == nullptr) {
+      elf.shdrs[index]->sh_offset = new_offsets[index];
+    } else if (!scn->data.empty() && has_file_contents(*scn->shdr)) {
+      scn->dirty = false;
+    }
+  }
+}
+
+}  // namespace ambielf

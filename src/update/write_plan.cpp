@@ -1,0 +1,64 @@
+#include "update/write_plan.h"
+
+#include "frame/error.h"
+
+namespace ambielf {
+
+bool WritePlan::make(Elf& elf, const NewOffsets& new_offsets) {
+  for (size_t index = 0; index < elf.shdrs.size(); ++index) {
+    const Elf_Scn* const scn = elf.loaded_scn(index);
+    const bool added =
+        scn != nullptr ? add_loaded(*scn) : add_not_loaded(*elf.shdrs[index], new_offsets[index]);
+    if (!added) return false;
+  }
+  return start_at(elf.header().e_shoff);
+}
+
+// The file is written from its start to its end: 43 for what would lie behind the position reached.
+bool WritePlan::start_at(uint64_t offset) {
+  if (offset < end_) {
+    elf_set_error(43);
+    return false;
+  }
+  end_ = offset;
+  return true;
+}
+
+bool WritePlan::add_loaded(const Elf_Scn& scn) {
+  const Elf32_Shdr& shdr = *scn.shdr;
+  if (scn.data.empty() || !has_file_contents(shdr)) return true;
+  if (!start_at(shdr.sh_offset)) return false;
+  const uint64_t section_end = uint64_t{shdr.sh_offset} + shdr.sh_size;
+  for (const std::unique_ptr<DataDesc>& block : scn.data) {
+    if (!add_block(scn, *block, section_end)) return false;
+  }
+  end_ = section_end;
+  return true;
+}
+
+bool WritePlan::add_block(const Elf_Scn& scn, DataDesc& block, uint64_t section_end) {
+  if (block.d_buf == nullptr && block.d_size != 0) {
+    elf_set_error(37);
+    return false;
+  }
+  if (!start_at(uint64_t{scn.shdr->sh_offset} + static_cast<uint32_t>(block.d_off))) return false;
+  if (end_ + block.d_size > section_end) {
+    // Layout measures sections that have a name; here one without may turn out too small.
+    elf_set_error(30);
+    return false;
+  }
+  if (!block.can_write()) return false;
+  pieces_.push_back({static_cast<uint32_t>(end_), block.d_size, &block, 0});
+  end_ += block.d_size;
+  return true;
+}
+
+bool WritePlan::add_not_loaded(const Elf32_Shdr& shdr, uint32_t new_offset) {
+  if (shdr.sh_type == SHT_NOBITS || shdr.sh_size == 0) return true;
+  if (!start_at(new_offset)) return false;
+  pieces_.push_back({new_offset, shdr.sh_size, nullptr, shdr.sh_offset});
+  end_ += shdr.sh_size;
+  return true;
+}
+
+}  // namespace ambielf
