@@ -135,7 +135,7 @@ bool DataDesc::can_write() const {
   const SwapDecision decision = decide_swap(scn->swap_behavior, scn->elf->encoding());
   if (decision != SwapDecision::due) return decision == SwapDecision::none;
   if (loaded.left_raw && as_loaded()) return true;
-  return debug_section(scn->elf->section_name(*scn)) != DebugSection::none || has_rule(d_type);
+  return debug_section(scn->elf->section_name(scn->index)) != DebugSection::none || has_rule(d_type);
 }
 
 int32_t DataDesc::convert_records(unsigned char* bytes, DestBuffer& destination, uint32_t type,

@@ -76,6 +76,17 @@ int64_t read(int file_id, void* buffer, uint64_t count) {
   return static_cast<int64_t>(done);
 }
 
+// The runtime reads at the position only, which is put back.
+int64_t read_at(int file_id, uint64_t offset, void* buffer, uint64_t count) {
+  const int64_t position = tell(file_id);
+  if (position == -1 || seek(file_id, offset) == -1) return -1;
+  const int64_t got = read(file_id, buffer, count);
+  const int reason = errno;
+  if (seek(file_id, static_cast<uint64_t>(position)) == -1) return -1;
+  if (got == -1) errno = reason;
+  return got;
+}
+
 int write(int file_id, const void* buffer, uint64_t count) {
   const FailuresAreErrnos scope;
   const char* const bytes = static_cast<const char*>(buffer);
@@ -119,6 +130,18 @@ int open(const char* path, int flags, int permissions) {
   const FailuresAreErrnos scope;
   constexpr int modes = _O_BINARY | _O_TEXT | _O_WTEXT | _O_U16TEXT | _O_U8TEXT;
   return _open(path, (flags & modes) == 0 ? flags | _O_BINARY : flags, permissions);
+}
+
+int temporary_file() {
+  const FailuresAreErrnos scope;
+  char* const path = _tempnam(nullptr, "ambielf");
+  if (path == nullptr) return -1;
+  const int file_id = _open(path, _O_RDWR | _O_CREAT | _O_EXCL | _O_BINARY | _O_TEMPORARY | _O_NOINHERIT,
+                            _S_IREAD | _S_IWRITE);
+  const int reason = errno;
+  std::free(path);
+  errno = reason;
+  return file_id;
 }
 
 int close(int file_id) {
