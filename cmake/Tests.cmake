@@ -46,6 +46,19 @@ target_compile_definitions(ambielf_test_support INTERFACE
   AMBIELF_TEST_DATA="${PROJECT_SOURCE_DIR}/tests/data" AMBIELF_TEST_SCRATCH="${PROJECT_BINARY_DIR}/scratch"
   AMBIELF_EXAMPLES_DIR="${PROJECT_BINARY_DIR}/examples")
 file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/scratch)
+# tests/support/failing_allocation.cpp stands between the tests and the allocators.
+if(WIN32)
+  set(size_letter y)
+elseif(CMAKE_SIZEOF_VOID_P EQUAL 8)
+  set(size_letter m)
+else()
+  set(size_letter j)
+endif()
+foreach(allocator IN ITEMS malloc calloc realloc _Znw${size_letter} _Zna${size_letter}
+    _Znw${size_letter}RKSt9nothrow_t _Zna${size_letter}RKSt9nothrow_t)
+  list(APPEND wrapped -Wl,--wrap=${allocator})
+endforeach()
+
 if(support MATCHES "\\.cpp")
   add_library(ambielf_test_support_objects OBJECT ${support})
   ambielf_own_target(ambielf_test_support_objects)
@@ -57,6 +70,7 @@ foreach(folder IN LISTS folders)
   add_executable(${program} ${sources_of_${folder}})
   ambielf_own_target(${program})
   target_link_libraries(${program} PRIVATE ambielf_core ambielf_test_support GTest::gtest_main)
+  target_link_options(${program} PRIVATE ${wrapped})
   if(TARGET ambielf_test_support_objects)
     target_link_libraries(${program} PRIVATE ambielf_test_support_objects)
   endif()

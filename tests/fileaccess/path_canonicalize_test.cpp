@@ -5,6 +5,7 @@
 #include <random>
 #include <string>
 
+#include "support/failing_allocation.h"
 #include "support/path_call.h"
 
 namespace ambielf::test {
@@ -152,6 +153,21 @@ TEST(PathCanonicalize, PathThatDoesNotFitLeavesTheBufferAlone) {
   const std::string path = R"(C:\)" + std::string(297, 'p');
   EXPECT_EQ(path_canonicalize(out.data(), 260, path.c_str(), nullptr, 0), 1U);
   EXPECT_EQ(out, std::string(260, '#'));
+}
+
+TEST(PathCanonicalize, BlockForALongPathThatCannotBeHadIs2) {
+  char out[14];
+  const auto status = [&out](const char* path, bool* happened) {
+    const FailingAllocation failing(1);
+    const unsigned result = path_canonicalize(out, sizeof out, path, nullptr, 0);
+    *happened = failing.happened();
+    return result;
+  };
+  bool happened = false;
+  EXPECT_EQ(status(R"(C:\abcdefghij)", &happened), 0U);
+  EXPECT_FALSE(happened);  // a path that fits takes no memory
+  EXPECT_EQ(status(R"(C:\.\abcdefghij)", &happened), 2U);
+  EXPECT_TRUE(happened);
 }
 
 // Paths put together from the pieces that matter, then damaged byte by byte.

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "frame/error.h"
+#include "support/failing_allocation.h"
 #include "support/scratch_directory.h"
 
 namespace ambielf::test {
@@ -100,6 +101,27 @@ TEST(ElfMclose, ManyViewsEndInAnyOrder) {
   std::vector<void*> views(500);
   for (void*& view : views) ASSERT_EQ(elf_mopen("file", &view), 1);
   for (size_t i = 0; i < views.size(); ++i) ASSERT_EQ(elf_mclose(views[i * 7 % 500]), 0) << i;
+}
+
+// A view that cannot be remembered is given back.
+TEST(ElfMopen, WithoutMemoryToRememberTheViewIs51) {
+  const ScratchDirectory scratch;
+  write_file("file", "12345");
+  char untouched = 0;
+  void* view = &untouched;
+  int64_t size = 0;
+  bool happened = false;
+  {
+    const FailingAllocation failing(1);
+    size = elf_mopen("file", &view);
+    happened = failing.happened();
+  }
+  EXPECT_TRUE(happened);
+  EXPECT_EQ(size, -1);
+  EXPECT_EQ(elf_errno(), 51);
+  EXPECT_EQ(view, &untouched);
+  ASSERT_EQ(elf_mopen("file", &view), 5);
+  EXPECT_EQ(elf_mclose(view), 0);
 }
 
 // The library converts what a memory image holds where it lies.

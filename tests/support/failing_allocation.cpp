@@ -1,0 +1,73 @@
+#include "support/failing_allocation.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+thread_local size_t allocations_left = 0;  // 0: none is to fail
+thread_local bool failed = false;
+
+bool is_to_fail() {
+  if (allocations_left == 0 || --allocations_left != 0) return false;
+  failed = true;
+  return true;
+}
+
+}  // namespace
+
+namespace ambielf::test {
+
+FailingAllocation::FailingAllocation(size_t nth) {
+  failed = false;
+  allocations_left = nth;
+}
+
+FailingAllocation::~FailingAllocation() { allocations_left = 0; }
+
+bool FailingAllocation::happened() const { return failed; }
+
+}  // namespace ambielf::test
+
+// The linker's --wrap=NAME sends calls of NAME to __wrap_NAME, and calls of __real_NAME to NAME. The names of
+// operator new hold a letter for the type of size_t.
+#if defined(_WIN64)
+#define SIZE_LETTER "y"
+#elif defined(__LP64__)
+#define SIZE_LETTER "m"
+#else
+#define SIZE_LETTER "j"
+#endif
+
+void* real_malloc(size_t size) __asm__("__real_malloc");
+void* real_calloc(size_t count, size_t size) __asm__("__real_calloc");
+void* real_realloc(void* block, size_t size) __asm__("__real_realloc");
+void* real_new(size_t size) __asm__("__real__Znw" SIZE_LETTER);
+void* real_new_array(size_t size) __asm__("__real__Zna" SIZE_LETTER);
+
+void* wrap_malloc(size_t size) __asm__("__wrap_malloc");
+void* wrap_calloc(size_t count, size_t size) __asm__("__wrap_calloc");
+void* wrap_realloc(void* block, size_t size) __asm__("__wrap_realloc");
+void* wrap_new(size_t size) __asm__("__wrap__Znw" SIZE_LETTER);
+void* wrap_new_array(size_t size) __asm__("__wrap__Zna" SIZE_LETTER);
+void* wrap_new_nothrow(size_t size,
+                       const std::nothrow_t&) __asm__("__wrap__Znw" SIZE_LETTER "RKSt9nothrow_t");
+void* wrap_new_array_nothrow(size_t size,
+                             const std::nothrow_t&) __asm__("__wrap__Zna" SIZE_LETTER "RKSt9nothrow_t");
+
+void* wrap_malloc(size_t size) { return is_to_fail() ? nullptr : real_malloc(size); }
+void* wrap_calloc(size_t count, size_t size) { return is_to_fail() ? nullptr : real_calloc(count, size); }
+void* wrap_realloc(void* block, size_t size) { return is_to_fail() ? nullptr : real_realloc(block, size); }
+
+void* wrap_new(size_t size) {
+  if (is_to_fail()) throw std::bad_alloc();
+  return real_new(size);
+}
+void* wrap_new_array(size_t size) {
+  if (is_to_fail()) throw std::bad_alloc();
+  return real_new_array(size);
+}
+void* wrap_new_nothrow(size_t size, const std::nothrow_t&) { return is_to_fail() ? nullptr : real_new(size); }
+void* wrap_new_array_nothrow(size_t size, const std::nothrow_t&) {
+  return is_to_fail() ? nullptr : real_new_array(size);
+}
