@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 
 #include "descriptors/elf.h"
 #include "frame/error.h"
@@ -128,7 +129,11 @@ int32_t write2buff(Elf& elf, const NewOffsets& new_offsets, DestBuffer& destinat
   WritePlan plan;
   if (!plan.make(elf, new_offsets)) return -1;
   const int64_t output_start = platform::tell(elf.file_desc->file_id);
-  OldContents old(elf.file_desc->file_id, static_cast<uint64_t>(std::max<int64_t>(output_start, 0)));
+  if (output_start == -1) {
+    elf_seek_error(errno);
+    return -1;
+  }
+  OldContents old(elf.file_desc->file_id, static_cast<uint64_t>(output_start));
   if (!old.plan(plan.pieces())) return -1;
 
   ImageWriter writer(elf, old, destination);
