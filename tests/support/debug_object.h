@@ -1,0 +1,95 @@
+// DebugObject: an object with debug sections from a description, opened so that they are converted, and the
+// ways to and fro that conversion has.
+#ifndef AMBIELF_TESTS_SUPPORT_DEBUG_OBJECT_H
+#define AMBIELF_TESTS_SUPPORT_DEBUG_OBJECT_H
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+
+#include "support/dwarf_encoder.h"
+#include "support/input.h"
+
+namespace ambielf::test {
+
+using Description = std::function<void(DwarfEncoder&)>;
+
+inline DwarfEncoder encode(ByteOrder order, const Description& description) {
+  DwarfEncoder encoder(order);
+  if (description) description(encoder);
+  return encoder;
+}
+
+inline ByteOrder other(ByteOrder order) {
+  return order == ByteOrder::big ? ByteOrder::little : ByteOrder::big;
+}
+
+inline int hold_big_endian(const Elf32_Shdr*, const char*) { return ELF_SWAP_TO_MSB; }
+
+// One debug section, its name, and the abbreviations that it goes by, if any.
+struct DebugObject {
+  std::string name;
+  Description contents;
+  Description abbrev{};
+
+  static constexpr size_t index = 2;
+
+  Object build(ByteOrder order) const {
+    ObjectBuilder builder(order);
+    builder.section(abbrev ? ".debug_abbrev" : ".comment", SHT_PROGBITS, encode(order, abbrev).done());
+    return builder.section(name, SHT_PROGBITS, encode(order, contents).done()).build();
+  }
+
+  // Opened so that memory has the other byte order than the file.
+  Input open(Road road, ByteOrder order) const {
+    Input in(road, build(order));
+    if (order == ByteOrder::little) elf_setreadswapcontroller(in, hold_big_endian);
+    return in;
+  }
+};
+
+// Holds in both directions and on both roads: the section reads as `expected` says for the order in memory,
+// and the ways back give the file's bytes.
+inline void expect_reads(
+    const DebugObject& object,
+    const std::function<DwarfEncoder(ByteOrder in_file, ByteOrder in_memory)>& expected) {
+  for (const ByteOrder order : both_orders) {
+    const DwarfEncoder wanted = expected(order, other(order));
+    const Bytes in_file = encode(order, object.contents).done();
+    for (const Road road : {Road::file, Road::image}) {
+      Input in = object.open(road, order);
+      SCOPED_TRACE(std::string("from ") + (order == ByteOrder::big ? "big" : "little") + "-endian " +
+                   (road == Road::file ? "file" : "image"));
+      EXPECT_TRUE(reads_as(in.contents(DebugObject::index), wanted));
+      EXPECT_EQ(elf_errno(), 0);
+      // Only host order has a way back by translation.
+      if (order == ByteOrder::big && !in_file.empty()) {
+        Bytes back(in_file.size());
+        Elf_Data copy = *in.data(DebugObject::index);
+        copy.d_buf = back.data();
+        EXPECT_EQ(elf32_xlatetof(&copy, in.data(DebugObject::index), ELFDATA2MSB), &copy);
+        EXPECT_EQ(back, in_file) << "translated";
+      }
+      if (road == Road::image) {
+        const Bytes* const image = &in.image();
+        in.end();
+        EXPECT_EQ(*image, in.original()) << "restored";
+      }
+    }
+  }
+}
+
+// The section reads as the description in the order that memory has.
+inline void expect_converts(const DebugObject& object) {
+  expect_reads(object, [&](ByteOrder, ByteOrder in_memory) { return encode(in_memory, object.contents); });
+}
+
+// The section reads as the file has it.
+inline void expect_raw(const DebugObject& object) {
+  expect_reads(object, [&](ByteOrder in_file, ByteOrder) { return encode(in_file, object.contents); });
+}
+
+}  // namespace ambielf::test
+
+#endif
