@@ -94,14 +94,12 @@ const AbbrevSet* AbbrevStore::find_set(uint32_t offset) const {
   return found != sets_.end() && found->offset <= offset ? &*found : nullptr;
 }
 
-const AbbrevEntry* AbbrevStore::find(const AbbrevSet& set, uint64_t code) const {
+const AbbrevEntry* AbbrevStore::search(const AbbrevSet& set, uint32_t code) const {
   const AbbrevEntry* const first = entries_.data() + set.first;
-  const uint32_t wanted = static_cast<uint32_t>(code);
-  if (set.dense) return wanted - 1 < set.count ? first + (wanted - 1) : nullptr;
   const AbbrevEntry* const last = first + set.count;
   const AbbrevEntry* const found = std::lower_bound(
-      first, last, wanted, [](const AbbrevEntry& entry, uint32_t key) { return entry.code < key; });
-  return found != last && found->code == wanted ? found : nullptr;
+      first, last, code, [](const AbbrevEntry& entry, uint32_t key) { return entry.code < key; });
+  return found != last && found->code == code ? found : nullptr;
 }
 
 }  // namespace ambielf

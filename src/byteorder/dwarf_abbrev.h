@@ -42,12 +42,17 @@ class AbbrevStore {
   const AbbrevSet* find_set(uint32_t offset) const;
 
   // The first entry of the set with that code, or null.
-  const AbbrevEntry* find(const AbbrevSet& set, uint64_t code) const;
+  const AbbrevEntry* find(const AbbrevSet& set, uint64_t code) const {
+    const uint32_t wanted = static_cast<uint32_t>(code);
+    if (!set.dense) return search(set, wanted);
+    return wanted - 1 < set.count ? &entries_[set.first + wanted - 1] : nullptr;
+  }
 
   const AttrPlans& plans() const { return plans_; }
 
  private:
   void close_set();
+  const AbbrevEntry* search(const AbbrevSet& set, uint32_t code) const;
 
   std::vector<AbbrevSet> sets_;  // in ascending order of their offsets
   std::vector<AbbrevEntry> entries_;

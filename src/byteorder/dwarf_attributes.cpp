@@ -147,9 +147,7 @@ void walkBlock(DwarfStream& stream, uint64_t length, BlockContent content, Expre
   }
 }
 
-void walkIndirect(DwarfStream& stream, uint32_t attribute, ExpressionWalker& expressions);
-
-// `numbers` are those of a fixed step.
+// `numbers` are those of a fixed step. Not for indirect ones.
 inline void walkStep(DwarfStream& stream, const AttrStep& step, const DwarfStream::Number* numbers,
                      ExpressionWalker& expressions) {
   switch (step.kind) {
@@ -168,7 +166,6 @@ inline void walkStep(DwarfStream& stream, const AttrStep& step, const DwarfStrea
     case Kind::block4:
       return walkBlock(stream, stream.copySwappedValue(4), step.content, expressions);
     case Kind::indirect:
-      return walkIndirect(stream, step.attribute, expressions);
     case Kind::no_rule:
       return stream.fail();
   }
@@ -228,7 +225,11 @@ void AttrPlans::walkAttributes(DwarfStream& stream, AttrPlan plan, ExpressionWal
   const AttrStep* const last = step + plan.steps;
   const DwarfStream::Number* number = numbers_.data() + plan.first_number;
   for (; step != last && stream.ok(); ++step) {
-    walkStep(stream, *step, number, expressions);
+    if (step->kind == Kind::indirect) {
+      walkIndirect(stream, step->attribute, expressions);
+    } else {
+      walkStep(stream, *step, number, expressions);
+    }
     number += step->numbers;
   }
 }

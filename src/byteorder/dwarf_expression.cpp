@@ -165,7 +165,7 @@ void ExpressionWalker::walk(DwarfStream& stream, uint64_t length, const Table& t
     }
     const Operands operands = table[stream.copySwappedValue(1)];
     const uint64_t inner_length = walkOperand(stream, operands.first);
-    walkOperand(stream, operands.second);
+    if (operands.second != Operand::none) walkOperand(stream, operands.second);
     if (stream.offset() > end || inner_length > end - stream.offset()) return stream.fail();
     if (inner_length != 0) {
       outer_ends_.push_back(end);

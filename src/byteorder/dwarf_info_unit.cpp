@@ -60,7 +60,7 @@ void InfoUnitWalker::walkDie(DwarfStream& stream, const AbbrevSet& set) {
     }
     const AbbrevEntry* const entry = store_.find(set, stream.copyUleb128Value());
     if (entry == nullptr) continue;
-    store_.plans().walkAttributes(stream, entry->attributes, expressions_);
+    if (entry->attributes.steps != 0) store_.plans().walkAttributes(stream, entry->attributes, expressions_);
     if (entry->has_children) ++open_lists;
   } while (open_lists != 0 && stream.ok());
 }

@@ -27,6 +27,11 @@ class DwarfEncoder {
   DwarfEncoder& u32(const char* label, uint64_t value) { return number(label, value, 4); }
   DwarfEncoder& u64(const char* label, uint64_t value) { return number(label, value, 8); }
 
+  DwarfEncoder& words(const char* label, std::initializer_list<uint32_t> values) {
+    for (const uint32_t value : values) u32(label, value);
+    return *this;
+  }
+
   DwarfEncoder& uleb(const char* label, uint64_t value) {
     item(label);
     for (; value >= 0x80; value >>= 7) put(0x80 | (value & 0x7f));
