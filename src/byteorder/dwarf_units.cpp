@@ -62,7 +62,7 @@ BlockWalk::Place BlockWalk::measure(uint32_t offset) {
   if (!size) return {block_.size - offset, 0, false};
   DwarfStream stream(block_.bytes + offset, *size, block_.value_before_swap, swaps_);
   const uint32_t header = walker_.walk(stream, known.has_value());
-  return {*size, header, stream.ok()};
+  return stream.ok() ? Place{*size, header, true} : Place{*size, 0, false};
 }
 
 }  // namespace
