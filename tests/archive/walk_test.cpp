@@ -1,0 +1,406 @@
+// Walking an archive: the file position as its only cursor, member descriptors with their counts and lives, and what
+// each operation answers to a descriptor that it is not for.
+#include "support/archive_builder.h"
+#include "support/input.h"
+
+namespace ambielf::test {
+namespace {
+
+Object object(ByteOrder order, const std::string& text) {
+  return ObjectBuilder(order)
+      .section(".text", SHT_PROGBITS, text.c_str())
+      .section(".symtab", SHT_SYMTAB, Emit(order).symbol(1, 2, 3, 4, 5, 6).symbol(7, 8, 9, 10, 11, 12),
+               {.entsize = sizeof(Elf32_Sym)})
+      .build();
+}
+
+// An opened archive.
+struct Walked {
+  explicit Walked(const Archive& built) : archive(built), in(Road::file, built.bytes) {}
+  explicit Walked(const ArchiveBuilder& builder) : Walked(builder.build()) {}
+
+  Elf* begin(Elf_Cmd cmd = ELF_C_READ) const { return elf_begin(in.file().id(), cmd, in); }
+  Elf* begin_at(int64_t position, Elf_Cmd cmd = ELF_C_READ) const {
+    in.file().seek(position);
+    return begin(cmd);
+  }
+  Elf* member(size_t index, Elf_Cmd cmd = ELF_C_READ) const { return begin_at(archive.headers[index], cmd); }
+  int64_t position() const { return in.file().position(); }
+
+  Archive archive;
+  Input in;
+};
+
+// Two objects of different byte order around a member that is none.
+ArchiveBuilder mixed(ByteOrder order) {
+  return ArchiveBuilder(order)
+      .symbols({{"first", 0}, {"third", 2}})
+      .member("little.o", object(ByteOrder::little, "little").bytes)
+      .member("notes.txt", "not an object")
+      .member("big.o", object(ByteOrder::big, "big").bytes);
+}
+
+class ArchiveWalk : public testing::TestWithParam<ByteOrder> {
+ protected:
+  Walked open() const { return Walked(mixed(GetParam())); }
+};
+INSTANTIATE_TEST_SUITE_P(Magic, ArchiveWalk, testing::ValuesIn(both_orders));
+
+TEST_P(ArchiveWalk, TheLoopSeesTheMembersInFileOrder) {
+  const Walked walked = open();
+  std::vector<std::string> names;
+  std::vector<int> codes;
+  Elf_Cmd cmd = ELF_C_READ;
+  elf_errno();
+  // A member that is no object has to be stepped over by its own descriptor, which the second try gives.
+  for (size_t i = 0; cmd != ELF_C_NULL; ++i) {
+    EXPECT_EQ(walked.position(), walked.archive.headers.at(i));
+    Elf* elf = walked.begin(cmd);
+    codes.push_back(elf_errno());
+    if (elf == nullptr) elf = walked.member(i);
+    names.emplace_back(elf_getarhdr(elf)->ar_name);
+    cmd = elf_next(elf);
+    EXPECT_GE(elf_end(elf), 1);
+  }
+  EXPECT_EQ(names, (std::vector<std::string>{"little.o", "notes.txt", "big.o"}));
+  EXPECT_EQ(codes, (std::vector<int>{0, 6, 0}));
+  EXPECT_EQ(elf_errno(), 59);
+  EXPECT_EQ(walked.begin(cmd), nullptr);
+  EXPECT_EQ(elf_errno(), 0);
+
+  EXPECT_EQ(elf_next(walked.in), ELF_C_READ);
+  EXPECT_EQ(walked.position(), walked.archive.headers[0]);
+}
+
+TEST_P(ArchiveWalk, MembersLoadAsTheyDoAlone) {
+  const Walked walked = open();
+  for (const auto& [index, order, text] :
+       {std::tuple{0, ByteOrder::little, "little"}, {2, ByteOrder::big, "big"}}) {
+    const Input alone(Road::file, object(order, text));
+    Elf* const elf = walked.member(static_cast<size_t>(index));
+    ASSERT_NE(elf, nullptr);
+    EXPECT_EQ(elf32_getehdr(elf)->e_ident[EI_DATA], static_cast<unsigned char>(order));
+    EXPECT_EQ(elf_getbase(elf), walked.archive.contents[static_cast<size_t>(index)]);
+    for (Elf_Scn* scn = elf_nextscn(elf, nullptr); scn != nullptr; scn = elf_nextscn(elf, scn)) {
+      const Elf_Data* const data = elf_getdata(scn, nullptr);
+      const unsigned char* const bytes = static_cast<const unsigned char*>(data->d_buf);
+      EXPECT_EQ(Bytes(bytes, bytes + data->d_size), alone.contents(elf_ndxscn(scn)));
+      EXPECT_STREQ(elf_strptr(elf, elf32_getehdr(elf)->e_shstrndx, elf32_getshdr(scn)->sh_name),
+                   elf_strptr(alone, elf32_getehdr(alone)->e_shstrndx, alone.shdr(elf_ndxscn(scn))->sh_name));
+    }
+  }
+}
+
+TEST_P(ArchiveWalk, SymbolsLeadToTheirMembers) {
+  const Walked walked = open();
+  size_t count = 0;
+  const Elf_Arsym* const symbols = elf_getarsym(walked.in, &count);
+  ASSERT_EQ(count, 2u);
+  for (const auto& [index, symbol, member] : {std::tuple{1, "third", "big.o"}, {0, "first", "little.o"}}) {
+    EXPECT_STREQ(symbols[index].as_name, symbol);
+    EXPECT_EQ(elf_rand(walked.in, symbols[index].as_off), symbols[index].as_off);
+    EXPECT_STREQ(elf_getarhdr(walked.begin())->ar_name, member);
+  }
+}
+
+TEST(ArchivePosition, LoadingLeavesItBehindTheProgramHeaders) {
+  ObjectBuilder with_segment(ByteOrder::big);
+  with_segment.segment({PT_LOAD, 0, 0, 0, 0, 0, 0, 0}).section(".text", SHT_PROGBITS, "abcd");
+  const Object segmented = with_segment.build();
+  const Object plain = object(ByteOrder::little, "text");
+  const Walked walked(ArchiveBuilder().member("s", segmented.bytes).member("p", plain.bytes));
+  EXPECT_EQ(walked.position(), walked.archive.headers[0]);
+  ASSERT_NE(walked.begin(), nullptr);
+  EXPECT_EQ(walked.position(), walked.archive.contents[0] + segmented.phoff + sizeof(Elf32_Phdr));
+  EXPECT_EQ(walked.begin(), nullptr);
+  EXPECT_EQ(elf_errno(), 13);
+
+  Elf* const second = walked.member(1);
+  EXPECT_EQ(walked.position(), walked.archive.contents[1] + elf32_getehdr(second)->e_phoff);
+  EXPECT_EQ(walked.member(1), second);
+  EXPECT_EQ(walked.position(), walked.archive.headers[1]) << "nothing is loaded the second time";
+}
+
+TEST(ArchivePosition, TablesThatEndAtTheNextHeaderLeaveItThere) {
+  Object first = object(ByteOrder::little, "text");
+  put_number(first.bytes, offsetof(Elf32_Ehdr, e_phoff), first.size(), 4, ByteOrder::little);
+  ASSERT_EQ(first.size() % 2, 0u);
+  const Walked walked(ArchiveBuilder().member("a", first.bytes).member("b", first.bytes));
+  EXPECT_STREQ(elf_getarhdr(walked.begin())->ar_name, "a");
+  EXPECT_STREQ(elf_getarhdr(walked.begin())->ar_name, "b");
+}
+
+TEST(ArchivePosition, OnlyTheStartOfAHeaderIsAMember) {
+  const Walked walked(mixed(ByteOrder::little));
+  const std::vector<uint32_t>& headers = walked.archive.headers;
+  const std::vector<int64_t> elsewhere = {0,
+                                          8,  // the symbol table
+                                          headers[0] - 1,
+                                          headers[0] + 1,
+                                          walked.archive.contents[0],
+                                          headers[2] + 4,
+                                          walked.archive.size(),
+                                          (int64_t{1} << 32) + headers[0]};
+  for (const int64_t position : elsewhere) {
+    EXPECT_EQ(walked.begin_at(position), nullptr) << position;
+    EXPECT_EQ(elf_errno(), 13) << position;
+    EXPECT_EQ(walked.position(), position);
+  }
+  EXPECT_NE(walked.member(0), nullptr);
+}
+
+TEST(ArchivePosition, ElfRandTakesWhatTheFileSystemTakes) {
+  const Walked walked(mixed(ByteOrder::little));
+  elf_errno();
+  EXPECT_EQ(elf_rand(walked.in, 0), 0u);
+  EXPECT_EQ(elf_errno(), 0);
+  EXPECT_EQ(walked.position(), 0);
+  const size_t far = (size_t{1} << 32) + walked.archive.headers[0];
+  EXPECT_EQ(elf_rand(walked.in, far), far);
+  EXPECT_EQ(static_cast<size_t>(walked.position()), far);
+  for (const size_t refused : {SIZE_MAX, SIZE_MAX / 2 + 1}) {
+    EXPECT_EQ(elf_rand(walked.in, refused), 0u);
+    EXPECT_EQ(elf_errno(), 89);
+    EXPECT_EQ(static_cast<size_t>(walked.position()), far);
+  }
+}
+
+TEST(ArchiveMember, CountsItsReferencesAndTheArchives) {
+  const Walked walked(mixed(ByteOrder::little));
+  Elf* const elf = walked.member(0);
+  EXPECT_EQ(elf_end(elf), 1);
+  EXPECT_EQ(elf_end(elf), -1) << "the last reference is the archive's";
+  EXPECT_EQ(elf_errno(), 38);
+  EXPECT_EQ(walked.member(0), elf);
+  EXPECT_EQ(walked.member(0), elf);
+  EXPECT_EQ(elf_end(elf), 2);
+  EXPECT_EQ(elf_end(elf), 1);
+  EXPECT_EQ(elf_kind(elf), ELF_K_AR);
+  EXPECT_NE(elf_getscn(elf, 1), nullptr) << "it stays with its archive";
+}
+
+TEST(ArchiveMember, TakesNoMoreReferencesThanItCanCount) {
+  const Walked walked(mixed(ByteOrder::little));
+  for (int count = 2; count <= 65535; ++count) ASSERT_NE(walked.member(0), nullptr) << count;
+  EXPECT_EQ(walked.member(0), nullptr);
+  EXPECT_EQ(elf_errno(), 48);
+  EXPECT_NE(walked.member(2), nullptr);
+}
+
+TEST(ArchiveMember, CommandsOfElfBegin) {
+  const Bytes bytes = mixed(ByteOrder::big).build().bytes;
+  const TempFile file(bytes);
+  elf_version(EV_CURRENT);
+  for (const auto& [cmd, code] :
+       {std::pair{ELF_C_RDWR, 20}, {ELF_C_CLR, 39}, {static_cast<Elf_Cmd>(99), 39}}) {
+    file.seek(0);
+    EXPECT_EQ(elf_begin(file.id(), cmd, nullptr), nullptr);
+    EXPECT_EQ(elf_errno(), code);
+  }
+  const Walked walked(mixed(ByteOrder::big));
+  // A first try with a command that members don't take leaves a descriptor without a header.
+  for (const auto& [index, cmd, code] : {std::tuple{0, ELF_C_RDWR, 20}, {2, ELF_C_SET, 39}}) {
+    EXPECT_EQ(walked.member(static_cast<size_t>(index), cmd), nullptr);
+    EXPECT_EQ(elf_errno(), code);
+    Elf* const elf = walked.member(static_cast<size_t>(index), cmd);
+    ASSERT_NE(elf, nullptr);
+    EXPECT_EQ(elf32_getehdr(elf), nullptr);
+    EXPECT_EQ(elf_end(elf), 1);
+  }
+
+  // What ignores `ref`, and what refuses it.
+  walked.in.file().seek(walked.archive.headers[0]);
+  EXPECT_EQ(elf_begin(-1, ELF_C_NULL, walked.in), nullptr);
+  EXPECT_EQ(elf_errno(), 0);
+  EXPECT_EQ(elf_begin(-1, ELF_C_READ, walked.in), nullptr);
+  EXPECT_EQ(elf_errno(), 1);
+  const ElfOwner written(walked.begin(ELF_C_WRITE));
+  EXPECT_EQ(elf_kind(written.get()), ELF_K_ELF);
+  EXPECT_EQ(walked.position(), walked.archive.headers[0]);
+  Elf* const member = walked.begin();
+  EXPECT_EQ(elf_begin(walked.in.file().id(), ELF_C_READ, member), nullptr);
+  EXPECT_EQ(elf_errno(), 60);
+  EXPECT_TRUE(ElfOwner(elf_begin(walked.in.file().id(), ELF_C_WRITE, member)));
+}
+
+TEST(ArchiveMember, WithoutAnObjectIsSafeEverywhere) {
+  const Walked walked(mixed(ByteOrder::little));
+  EXPECT_EQ(walked.member(1), nullptr);
+  EXPECT_EQ(elf_errno(), 6);
+  Elf* const elf = walked.member(1);
+  ASSERT_NE(elf, nullptr) << "it is not tried again as a new one";
+  EXPECT_STREQ(elf_getarhdr(elf)->ar_name, "notes.txt");
+  size_t size = 1;
+  EXPECT_EQ(elf_getident(elf, &size), nullptr);
+  EXPECT_EQ(elf_errno(), 44);
+  EXPECT_EQ(elf_getscn(elf, 0), nullptr);
+  EXPECT_EQ(elf_errno(), 21);
+  EXPECT_EQ(elf_nextscn(elf, nullptr), nullptr);
+  EXPECT_EQ(elf_strptr(elf, 1, 0), nullptr);
+  EXPECT_EQ(elf_cntl(elf, ELF_C_FDREAD), 0);
+  EXPECT_EQ(elf_next(elf), ELF_C_READ);
+  EXPECT_EQ(walked.position(), walked.archive.headers[2]);
+  EXPECT_EQ(elf_end(elf), 1);
+}
+
+// A member is bounded by itself: it reads as the same bytes in a file of their own, wherever they are cut, and
+// whether the size field cuts them or the end of the file does.
+TEST(ArchiveMember, CutAnywhereReadsAsAFileCutThere) {
+  for (const ByteOrder order : both_orders) {
+    const Object whole = object(order, "text");
+    for (size_t cut = 16; cut <= whole.size(); ++cut) {
+      const Input alone(Road::file, whole.first(cut));
+      const Archive by_size =
+          ArchiveBuilder().member("cut", whole.first(cut)).member("next", whole.bytes).build();
+      const MemberFields too_large{.size = std::to_string(whole.size() + 100)};
+      const Archive by_end = ArchiveBuilder().member("cut", whole.first(cut), too_large).build();
+      for (const Bytes& bytes : {by_size.bytes, by_end.first(by_end.contents[0] + cut)}) {
+        const Input archive(Road::file, bytes);
+        Elf* const elf = elf_begin(archive.file().id(), ELF_C_READ, archive);
+        ASSERT_NE(elf, nullptr) << cut << ": " << elf_errno();
+        ASSERT_EQ(elf32_getehdr(elf)->e_shnum, elf32_getehdr(alone)->e_shnum) << cut;
+        for (size_t i = 0; i < elf32_getehdr(alone)->e_shnum; ++i) {
+          Elf_Scn* const scn = elf_getscn(elf, i);
+          const int code = elf_errno();
+          ASSERT_EQ(scn != nullptr, alone.scn(i) != nullptr) << cut;
+          ASSERT_EQ(scn == nullptr ? elf_errno() : code, code) << cut;
+          const Elf_Data* const data = scn == nullptr ? nullptr : elf_getdata(scn, nullptr);
+          const unsigned char* const at =
+              data == nullptr ? nullptr : static_cast<unsigned char*>(data->d_buf);
+          const Bytes contents = data == nullptr ? Bytes() : Bytes(at, at + data->d_size);
+          ASSERT_EQ(contents, alone.contents(i)) << cut << " section " << i;
+          elf_errno();
+        }
+      }
+    }
+  }
+}
+
+TEST(ArchiveMember, TooSmallForAMagicIsNoObject) {
+  for (const char* size : {"0", "3", "-1"}) {
+    const Walked walked(
+        ArchiveBuilder().member("a", "", {.size = size}).member("b", ELFMAG "more bytes").build());
+    EXPECT_EQ(walked.begin(), nullptr) << size;
+    EXPECT_EQ(elf_errno(), 6) << size;
+  }
+}
+
+TEST(ArchiveFdread, LoadsEveryMemberOnce) {
+  const ArchiveBuilder objects = ArchiveBuilder()
+                                     .member("a", object(ByteOrder::little, "a").bytes)
+                                     .member("b", object(ByteOrder::big, "b").bytes);
+  const Walked walked(objects);
+  Elf* const first = walked.member(0);
+  elf_errno();
+  EXPECT_EQ(elf_cntl(walked.in, ELF_C_FDREAD), 0);
+  EXPECT_EQ(elf_errno(), 0);
+  EXPECT_EQ(elf_cntl(walked.in, ELF_C_FDREAD), -1);
+  EXPECT_EQ(elf_errno(), 42);
+  EXPECT_EQ(walked.member(0), first);
+  Elf* const second = walked.member(1);
+  EXPECT_EQ(walked.position(), walked.archive.headers[1]) << "it is loaded already";
+  for (Elf* const elf : {first, second}) {
+    EXPECT_NE(elf_getdata(elf_getscn(elf, 1), nullptr), nullptr);
+    EXPECT_EQ(elf_getscn(elf, 0), nullptr);
+    EXPECT_EQ(elf_errno(), 42);
+  }
+  EXPECT_EQ(elf_end(first), 2);
+  EXPECT_EQ(elf_end(second), 1);
+
+  // FDDONE concerns the archive's own descriptor alone.
+  const Walked done(objects);
+  EXPECT_EQ(elf_cntl(done.in, ELF_C_FDDONE), 0);
+  EXPECT_NE(elf_getscn(done.member(0), 1), nullptr);
+  EXPECT_EQ(elf_cntl(done.in, ELF_C_FDREAD), -1);
+  EXPECT_EQ(elf_errno(), 42);
+}
+
+TEST(ArchiveFdread, StopsAtTheFirstMemberThatFails) {
+  const Walked walked(mixed(ByteOrder::little));
+  EXPECT_EQ(elf_cntl(walked.in, ELF_C_FDREAD), -1);
+  EXPECT_EQ(elf_errno(), 6);
+  EXPECT_EQ(elf_cntl(walked.in, ELF_C_FDREAD), -1) << "the first member has been through it";
+  EXPECT_EQ(elf_errno(), 42);
+  Elf* const last = walked.member(2);
+  EXPECT_NE(elf_getscn(last, 0), nullptr) << "the last has not";
+}
+
+TEST(ArchiveInterface, DescriptorsThatAnOperationIsNotFor) {
+  const Walked walked(ArchiveBuilder().member("a", object(ByteOrder::little, "a").bytes));
+  Elf* const member = walked.begin();
+  const Input alone(Road::file, object(ByteOrder::little, "a"));
+  elf_errno();
+  for (Elf* const elf : {static_cast<Elf*>(nullptr), walked.in.elf(), alone.elf()}) {
+    EXPECT_EQ(elf_getarhdr(elf), nullptr);
+    EXPECT_EQ(elf_errno(), 69);
+  }
+  for (Elf* const elf : {static_cast<Elf*>(nullptr), alone.elf()}) {
+    EXPECT_EQ(elf_next(elf), ELF_C_NULL);
+    EXPECT_EQ(elf_errno(), 0);
+  }
+  size_t count = 7;
+  EXPECT_EQ(elf_getarsym(nullptr, &count), nullptr);
+  EXPECT_EQ(elf_errno(), 32);
+  EXPECT_EQ(elf_getarsym(walked.in, &count), nullptr);
+  EXPECT_EQ(elf_errno(), 15);
+  EXPECT_EQ(count, 7u);
+  for (Elf* const elf : {member, alone.elf()}) {
+    count = 7;
+    EXPECT_EQ(elf_getarsym(elf, &count), nullptr);
+    EXPECT_EQ(elf_errno(), 60);
+    EXPECT_EQ(count, 0u);
+    EXPECT_EQ(elf_getarsym(elf, nullptr), nullptr);
+    EXPECT_EQ(elf_errno(), 60);
+    EXPECT_EQ(elf_rand(elf, 8), 0u);
+    EXPECT_EQ(elf_errno(), 9);
+  }
+  EXPECT_EQ(elf_rand(nullptr, 8), 0u);
+  EXPECT_EQ(elf_errno(), 32);
+  EXPECT_EQ(elf32_getehdr(walked.in), nullptr);
+  EXPECT_EQ(elf_getident(walked.in, nullptr), nullptr);
+  EXPECT_EQ(elf_errno(), 44);
+  EXPECT_EQ(elf_getbase(walked.in), 0);
+  EXPECT_EQ(elf_getscn(walked.in, 0), nullptr);
+  EXPECT_EQ(elf_errno(), 21);
+}
+
+TEST(ArchiveInterface, AClosedFileIdIsASeekThatFails) {
+  TempFile file(
+      ArchiveBuilder().member("a", object(ByteOrder::little, "a").bytes).member("b", "b").build().bytes);
+  elf_version(EV_CURRENT);
+  Elf* const archive = elf_begin(file.id(), ELF_C_READ, nullptr);
+  Elf* const member = elf_begin(file.id(), ELF_C_READ, archive);
+  const int id = file.id();
+  file.close_id();
+  EXPECT_EQ(elf_begin(id, ELF_C_READ, archive), nullptr);
+  EXPECT_EQ(elf_errno(), 88);
+  EXPECT_EQ(elf_next(member), ELF_C_NULL);
+  EXPECT_EQ(elf_errno(), 88);
+  EXPECT_EQ(elf_next(archive), ELF_C_NULL);
+  EXPECT_EQ(elf_errno(), 88);
+  EXPECT_EQ(elf_rand(archive, 8), 0u);
+  EXPECT_EQ(elf_errno(), 88);
+  EXPECT_EQ(elf_end(archive), 0);
+}
+
+TEST(ArchiveInterface, ASecondFreshOpenLooksWhereThePositionIs) {
+  const Walked walked(mixed(ByteOrder::little));
+  EXPECT_EQ(elf_begin(walked.in.file().id(), ELF_C_READ, nullptr), nullptr);
+  EXPECT_EQ(elf_errno(), 6);
+  walked.in.file().seek(0);
+  const ElfOwner second(elf_begin(walked.in.file().id(), ELF_C_READ, nullptr));
+  ASSERT_TRUE(second);
+  EXPECT_NE(second.get(), walked.in.elf());
+  // Members are each archive's own.
+  Elf* const mine = elf_begin(walked.in.file().id(), ELF_C_READ, second.get());
+  EXPECT_NE(walked.member(0), mine);
+}
+
+TEST(ArchiveInterface, AnImageIsNoWayToAnArchive) {
+  Bytes bytes = mixed(ByteOrder::little).build().bytes;
+  EXPECT_EQ(elf_memory(reinterpret_cast<char*>(bytes.data()), bytes.size()), nullptr);
+  EXPECT_EQ(elf_errno(), 9);
+}
+
+}  // namespace
+}  // namespace ambielf::test
