@@ -1,6 +1,5 @@
 #include "archive/ar_desc.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <functional>
 
@@ -78,10 +77,17 @@ bool ArDesc::read_members(HeaderWindow& window, uint64_t offset) {
   return true;
 }
 
+// Halves the list without branching on where the offset lies: jumps come in no order that a branch predictor
+// could learn.
 ArMember* ArDesc::member_at(uint64_t offset) {
-  const auto found = std::lower_bound(header_offsets_.begin(), header_offsets_.end(), offset);
-  if (found == header_offsets_.end() || *found != offset) return nullptr;
-  return &members[static_cast<size_t>(found - header_offsets_.begin())];
+  if (members.empty()) return nullptr;
+  const uint32_t* start = header_offsets_.data();
+  for (size_t left = header_offsets_.size(); left > 1;) {
+    const size_t half = left / 2;
+    start += start[half] <= offset ? half : 0;
+    left -= half;
+  }
+  return *start == offset ? &members[static_cast<size_t>(start - header_offsets_.data())] : nullptr;
 }
 
 ArMember* ArDesc::first_or_next_member(const ArMember* member) {
