@@ -13,7 +13,7 @@ namespace ambielf {
 
 class TextArena {
  public:
-  // `size` zero bytes that stay where they are for the life of the arena, or null when memory is short.
+  // `size` zero bytes, at least one, that stay where they are for the life of the arena, or null when memory is short.
   char* take(uint64_t size) {
     if (size > left_) {
       // A long string gets a block of its own, so that the room left over is never lost to it.

@@ -28,6 +28,11 @@ TEST(Platform, ReadStopsAtTheEndOfTheFileOnly) {
   EXPECT_EQ(platform::seek(file_id, 7), 7);
   EXPECT_EQ(platform::read(file_id, bytes, 1), 1);
   EXPECT_EQ(bytes[0], '7');
+  EXPECT_EQ(platform::read_at(file_id, 2, bytes, 3), 3);
+  EXPECT_EQ(std::string(bytes, 3), "234");
+  EXPECT_EQ(platform::read_at(file_id, 8, bytes, 16), 2);
+  EXPECT_EQ(std::string(bytes, 2), "89");
+  EXPECT_EQ(platform::read_at(file_id, uint64_t{1} << 40, bytes, 16), 0);
   EXPECT_EQ(platform::close(file_id), 0);
 }
 
@@ -75,6 +80,7 @@ TEST(Platform, FailureLeavesItsReasonInErrno) {
     return e;
   };
   EXPECT_EQ(reason(platform::read(closed, &byte, 1)), EBADF);
+  EXPECT_EQ(reason(platform::read_at(closed, 0, &byte, 1)), EBADF);
   EXPECT_EQ(reason(platform::write(closed, &byte, 1)), EBADF);
   EXPECT_EQ(reason(platform::seek(closed, 0)), EBADF);
   EXPECT_EQ(reason(platform::tell(closed)), EBADF);
@@ -86,6 +92,7 @@ TEST(Platform, FailureLeavesItsReasonInErrno) {
   const int file_id = platform::open("file", O_RDONLY, 0);
   EXPECT_EQ(reason(platform::write(file_id, &byte, 1)), EBADF);
   EXPECT_EQ(reason(platform::seek(file_id, uint64_t{1} << 63)), EINVAL);
+  EXPECT_EQ(reason(platform::read_at(file_id, uint64_t{1} << 63, &byte, 1)), EINVAL);
   EXPECT_EQ(platform::close(file_id), 0);
 }
 

@@ -1,0 +1,117 @@
+// The readers below the interface: codes that an archive's descriptor replaces by its own, and names that take room.
+#include "archive/ar_desc.h"
+#include "archive/ar_header.h"
+#include "frame/error.h"
+#include "support/archive_builder.h"
+#include "support/input.h"
+
+namespace ambielf::test {
+namespace {
+
+struct Read {
+  int64_t result;
+  int code;
+};
+
+Read read_header(const TempFile& file, uint64_t offset, uint64_t file_size) {
+  elf_errno();
+  HeaderWindow window(file.id(), file_size);
+  TextArena texts;
+  Elf_Arhdr header{};
+  EXPECT_TRUE(window.initialize());
+  const int64_t result = readArHdr(window, texts, offset, header);
+  return {result, elf_errno()};
+}
+
+TEST(ArchiveReaders, HeaderGivesWhereItEndsOrACodeOfItsOwn) {
+  const Archive archive = ArchiveBuilder().member("a", "").build();
+  TempFile file(archive.bytes);
+  EXPECT_EQ(read_header(file, 8, archive.size()).result, 56);
+  EXPECT_EQ(read_header(file, 8, 20).result, 20) << "cut inside the fixed part";
+  for (const uint64_t size : {0, 8, 9, 11, 12}) {
+    EXPECT_EQ(read_header(file, 8, size).result, -1) << size;
+    EXPECT_EQ(read_header(file, 8, size).code, 16) << size;
+  }
+  EXPECT_EQ(read_header(file, 1000, archive.size()).code, 16);
+  file.close_id();
+  EXPECT_EQ(read_header(file, 8, archive.size()).code, 8);
+}
+
+TEST(ArchiveReaders, MemberGivesTheNextHeaderOrMinusOne) {
+  const Archive archive = ArchiveBuilder().member("a", "12345").member("b", "", {.size = "-7"}).build();
+  const TempFile file(archive.bytes);
+  FileDesc input(file.id(), ELF_C_READ);
+  ArDesc owner(&input);
+  HeaderWindow window(file.id(), archive.size());
+  ASSERT_TRUE(window.initialize());
+  ArMember member(&owner);
+  EXPECT_EQ(member.initialize(window, archive.headers[0]), archive.headers[1]);
+  EXPECT_EQ(member.header_offset(), archive.headers[0]);
+  EXPECT_EQ(member.data_offset, archive.contents[0]);
+  EXPECT_EQ(member.header_size, 48u);
+  EXPECT_EQ(member.size(), 5u);
+  EXPECT_EQ(member.initialize(window, archive.headers[1]), archive.contents[1] - 7 + 1);
+  EXPECT_EQ(member.size(), 0u);
+  EXPECT_EQ(member.initialize(window, archive.size()), -1);
+  EXPECT_EQ(elf_errno(), 46);
+}
+
+TEST(ArchiveReaders, ArchiveNeedsAFileOfItsKind) {
+  const auto code_of = [](FileDesc* input) {
+    ArDesc archive(input);
+    EXPECT_EQ(archive.initialize(), -1);
+    return elf_errno();
+  };
+  const TempFile file(ArchiveBuilder().member("a", "aa").build().bytes);
+  FileDesc input(file.id(), ELF_C_READ);
+  EXPECT_EQ(code_of(nullptr), 81);
+  EXPECT_EQ(code_of(&input), 9) << "not classified";
+  input.kind = ELF_K_AR;
+  input.file_id = -1;
+  EXPECT_EQ(code_of(&input), 2);
+  input.file_id = 1 << 20;
+  EXPECT_EQ(code_of(&input), 88);
+  input.file_id = file.id();
+  EXPECT_EQ(code_of(&input), 10) << "a file of size 0";
+}
+
+TEST(ArchiveReaders, ListGoesOnFromItsOwnMembersOnly) {
+  const TempFile file(ArchiveBuilder().member("a", "aa").member("b", "bb").build().bytes);
+  FileDesc input(file.id(), ELF_C_READ);
+  ASSERT_EQ(input.initialize(), ELF_K_AR);
+  ArDesc archive(&input);
+  EXPECT_EQ(archive.first_or_next_member(nullptr), nullptr);
+  EXPECT_EQ(elf_errno(), 12);
+  EXPECT_EQ(archive.member_at(8), nullptr);
+  ASSERT_EQ(archive.initialize(), 2);
+  ArMember* const first = archive.first_or_next_member(nullptr);
+  ArMember* const second = archive.first_or_next_member(first);
+  EXPECT_EQ(archive.member_at(second->header_offset()), second);
+  EXPECT_EQ(archive.member_at(first->header_offset()), first);
+  ArMember stranger(&archive);
+  for (const ArMember* const last :
+       {static_cast<const ArMember*>(second), static_cast<const ArMember*>(&stranger)}) {
+    EXPECT_EQ(archive.first_or_next_member(last), nullptr);
+    EXPECT_EQ(elf_errno(), 13);
+  }
+}
+
+// Strings stay where they are, apart from each other and zeroed, whatever sizes come in which order.
+TEST(ArchiveReaders, ArenaKeepsItsStrings) {
+  TextArena arena;
+  std::vector<std::pair<char*, size_t>> taken;
+  for (size_t i = 0; i < 3000; ++i) {
+    const size_t size = i % 50 == 0 ? 5000 + i : 1 + i % 37;
+    char* const text = arena.take(size);
+    ASSERT_NE(text, nullptr);
+    for (size_t j = 0; j < size; ++j) ASSERT_EQ(text[j], 0);
+    std::fill_n(text, size, static_cast<char>(i));
+    taken.emplace_back(text, size);
+  }
+  for (size_t i = 0; i < taken.size(); ++i) {
+    for (size_t j = 0; j < taken[i].second; ++j) ASSERT_EQ(taken[i].first[j], static_cast<char>(i));
+  }
+}
+
+}  // namespace
+}  // namespace ambielf::test
