@@ -31,8 +31,9 @@ bool ask_controller(Elf_Scn& scn, const DataDesc& names, const TableString& name
   // A table as it was loaded has a zero byte at its end, or behind it in a block of the library's own.
   const bool untouched = names.as_loaded() && names.d_size == names.loaded.size;
   const bool terminated = untouched && (!names.loaded.in_image || names.loaded.buf[names.d_size - 1] == 0);
-  const std::string copy =
-      terminated ? std::string() : std::string(name.text, strnlen(name.text, name.limit));
+  const std::string copy = terminated
+                               ? std::string()
+                               : std::string(name.text, strnlen(name.text, static_cast<size_t>(name.limit)));
   return elf_setswapbehavior(&scn, controller(scn.shdr, terminated ? name.text : copy.c_str())) == 0;
 }
 

@@ -38,7 +38,7 @@ void CharDestBuffer::copySwapped(const void* source, uint32_t count) {
 
 int64_t CharDestBuffer::copyFromFile(int fileId, uint32_t count) {
   const int64_t got = platform::read(fileId, position, count);
-  const uint64_t present = got < 0 ? 0 : static_cast<uint64_t>(got);
+  const size_t present = got < 0 ? 0 : static_cast<size_t>(got);
   if (present < count) std::memset(position + present, 0, count - present);
   position += count;
   return got;

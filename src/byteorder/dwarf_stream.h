@@ -42,7 +42,7 @@ class DwarfStream {
   bool ok() const { return ok_; }
   bool at_end() const { return cursor_ == end_; }
   // Bytes passed, and bytes to come.
-  uint64_t offset() const { return static_cast<uint64_t>(cursor_ - start_); }
+  size_t offset() const { return static_cast<size_t>(cursor_ - start_); }
   uint64_t remaining() const { return static_cast<uint64_t>(end_ - cursor_); }
 
   // The unit cannot be walked.
