@@ -94,7 +94,7 @@ class DwarfStream {
   }
 
   void copyString() {
-    const void* const terminator = std::memchr(cursor_, 0, end_ - cursor_);
+    const void* const terminator = std::memchr(cursor_, 0, static_cast<size_t>(end_ - cursor_));
     if (terminator == nullptr) return fail();
     cursor_ = static_cast<const unsigned char*>(terminator) + 1;
   }
