@@ -65,7 +65,10 @@ void LoadSymbols_Image(benchmark::State& state) {
 void LoadSymbols_File(benchmark::State& state) {
   const TempFile file(large_table(order_of(state)).bytes);
   elf_version(EV_CURRENT);
-  for (auto _ : state) time_load(state, elf_begin(file.id(), ELF_C_READ, nullptr));
+  for (auto _ : state) {
+    file.seek(0);
+    time_load(state, elf_begin(file.id(), ELF_C_READ, nullptr));
+  }
   state.SetBytesProcessed(state.iterations() * (64 << 20));
 }
 
@@ -96,6 +99,7 @@ void WalkWithNames(benchmark::State& state) {
   const TempFile file(object.bytes);
   elf_version(EV_CURRENT);
   for (auto _ : state) {
+    file.seek(0);
     Elf* const elf = elf_begin(file.id(), ELF_C_READ, nullptr);
     const size_t names = elf32_getehdr(elf)->e_shstrndx;
     for (Elf_Scn* scn = nullptr; (scn = elf_nextscn(elf, scn)) != nullptr;) {
