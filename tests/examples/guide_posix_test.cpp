@@ -26,5 +26,23 @@ TEST_F(GuidePosix, DebugInfoFindsTheUnitsThatAnotherReaderFinds) {
   }
 }
 
+TEST_F(GuidePosix, CreateMakesAnObjectThatADisassemblerReads) {
+  for (const char* order : {"big", "little"}) {
+    EXPECT_EQ(run_example("guide/create", std::string(order) + " made.o").status, 0);
+    const std::string listing = output_of("llvm-objdump -d made.o");
+    EXPECT_NE(listing.find("<start>:"), std::string::npos) << listing;
+    EXPECT_NE(listing.find("jr\t$ra"), std::string::npos) << listing;
+  }
+}
+
+TEST_F(GuidePosix, PlaceMakesAnExecutableThatReadersAccept) {
+  EXPECT_EQ(run_example("guide/place", "made").status, 0);
+  const std::string headers = output_of("readelf -lW made 2>&1");
+  EXPECT_NE(headers.find("LOAD           0x001000 0x00400000 0x00400000 0x00008 0x00008 R E 0x1000"),
+            std::string::npos)
+      << headers;
+  EXPECT_EQ(headers.find("arning"), std::string::npos) << headers;
+}
+
 }  // namespace
 }  // namespace ambielf::test

@@ -88,6 +88,41 @@ TEST_F(Guide, ImageLoadsEverySection) {
   }
 }
 
+TEST_F(Guide, CreateMakesTheSameObjectInBothOrders) {
+  for (const char* order : orders) {
+    EXPECT_EQ(output_of_program("create", std::string(order) + " made.o"), "332 bytes\n");
+    EXPECT_EQ(output_of_program("read", "made.o"),
+              " 1 .text                type  1,    8 bytes\n"
+              " 2 .symtab              type  2,   32 bytes\n"
+              "    00000000    0 \n"
+              "    00000000    8 start\n"
+              " 3 .strtab              type  3,    7 bytes\n"
+              " 4 .shstrtab            type  3,   33 bytes\n");
+    const std::string code = file_bytes("made.o").substr(52, 4);
+    EXPECT_EQ(code,
+              order == orders[0] ? std::string("\x03\xe0\x00\x08", 4) : std::string("\x08\x00\xe0\x03", 4));
+  }
+}
+
+TEST_F(Guide, PlacePutsEachThingWhereItSays) {
+  EXPECT_EQ(output_of_program("place", "made"), "4276 bytes, tables at 4124 and 4244\n");
+  const std::string file = file_bytes("made");
+  ASSERT_EQ(file.size(), 4276U);
+  EXPECT_EQ(file.substr(4096, 4), std::string("\x03\xe0\x00\x08", 4));
+  EXPECT_EQ(file.substr(4244 + 4, 4), std::string("\0\0\x10\0", 4));  // p_offset
+}
+
+TEST_F(Guide, RewriteKeepsWhatItDoesNotTouch) {
+  for (const char* order : orders) {
+    write_file("copy.o", file_bytes(AMBIELF_TEST_DATA "/" + greeting(order)));
+    EXPECT_EQ(output_of_program("rewrite", "copy.o patched"), "1676 bytes\n");
+    EXPECT_EQ(file_bytes("copy.o").size(), 1676U);
+    std::string expected = greeting_listing;
+    expected.replace(expected.find("  29 bytes"), 10, "  37 bytes");
+    EXPECT_EQ(output_of_program("read", "copy.o"), expected);
+  }
+}
+
 TEST_F(Guide, ArchiveListsMembersAndFindsTheDefinerOfASymbol) {
   for (const ByteOrder order : both_orders) {
     ArchiveBuilder builder(order);
