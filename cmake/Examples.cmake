@@ -13,4 +13,8 @@ foreach(source IN LISTS examples)
   target_link_libraries(${target} PRIVATE ambielf::ambielf)
   set_target_properties(${target} PROPERTIES
     OUTPUT_NAME ${name} RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/examples/${folder})
+  # clang's sanitizers want their C++ runtime for the library, in programs in C too.
+  if(CMAKE_CXX_FLAGS MATCHES "-fsanitize")
+    set_target_properties(${target} PROPERTIES LINKER_LANGUAGE CXX)
+  endif()
 endforeach()
