@@ -31,7 +31,7 @@ int main(int argc, char** argv) {
   elf_version(EV_CURRENT);
   int file = elf_open(argv[1], O_RDONLY, 0);
   Elf* archive = file != -1 ? elf_begin(file, ELF_C_READ, NULL) : NULL;
-  if (archive == NULL || elf_kind(archive) != ELF_K_AR) {
+  if (archive == NULL) {
     fprintf(stderr, "%s: %s\n", argv[1], elf_errmsg(elf_errno()));
     return 1;
   }

@@ -37,7 +37,7 @@
  * 6. Byte order. Header records in memory are in the host's byte order, whatever the file's;
  *    e_ident[EI_DATA] in the header says which order the file has. Section contents are in the order that
  *    the section's swap behaviour says, by default the host's: symbols, relocations, dynamic entries, words
- *    and the DWARF version 2 sections .debug_info and .debug_line are converted, plain bytes never change.
+ *    and the sections .debug_info and .debug_line of DWARF 2 to 5 are converted, plain bytes never change.
  *
  * 7. File position. The position of a file id is part of the interface. Loading reads through it and moves
  *    it. In an archive it is the cursor that elf_begin, elf_next and elf_rand share, and elf_update writes
