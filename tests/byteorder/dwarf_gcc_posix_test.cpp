@@ -1,0 +1,66 @@
+// Debug information of gcc, held against readelf: it prints the same of a big-endian object and of a
+// little-endian one that holds the two converted sections beside the other debug sections.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <string>
+
+#include "support/input.h"
+#include "support/twins.h"
+
+namespace ambielf::test {
+namespace {
+
+Bytes read_data(const std::string& name) {
+  std::ifstream file(std::string(AMBIELF_TEST_DATA) + "/" + name, std::ios::binary);
+  return Bytes(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+}
+
+// Without the bytes of blocks, which readelf prints as they lie in the file, beside what they say.
+std::string readelf_of(const Bytes& object) {
+  const TempFile file(object);
+  const std::string text = output_of("readelf --debug-dump=info,decodedline '" + file.path() + "' 2>&1");
+  return std::regex_replace(text, std::regex("byte block:( [0-9a-f]+)+"), "byte block");
+}
+
+Bytes with_converted_sections(const Bytes& big) {
+  Input in(Road::image, big);
+  const Elf32_Ehdr* const header = elf32_getehdr(in);
+  ObjectBuilder little(ByteOrder::little);
+  little.header([machine = header->e_machine](Elf32_Ehdr& h) {
+    h.e_type = ET_EXEC;
+    h.e_machine = machine;
+  });
+  for (size_t i = 1; i < header->e_shnum; ++i) {
+    if (in.scn(i) == nullptr) continue;  // a type of the machine's own
+    const std::string name = elf_strptr(in, header->e_shstrndx, in.shdr(i)->sh_name);
+    if (name.starts_with(".debug_")) little.section(name, SHT_PROGBITS, in.contents(i));
+  }
+  const Bytes* const image = &in.image();
+  in.end();
+  EXPECT_TRUE(*image == big);
+  return little.build().bytes;
+}
+
+class DwarfOfGcc : public testing::TestWithParam<const char*> {};
+INSTANTIATE_TEST_SUITE_P(All, DwarfOfGcc,
+                         testing::Values("debug.dwarf2.big.elf", "debug.dwarf5.big.elf",
+                                         "debug_cpp.dwarf3.big.elf", "debug_cpp.dwarf5.big.elf"));
+
+TEST_P(DwarfOfGcc, ReadelfPrintsTheSameOfBothOrders) {
+  const Bytes big = read_data(GetParam());
+  ASSERT_FALSE(big.empty());
+  const std::string expected = readelf_of(big);
+  EXPECT_GT(expected.size(), 10'000u);
+  const std::string found = readelf_of(with_converted_sections(big));
+  const auto difference = std::mismatch(found.begin(), found.end(), expected.begin(), expected.end());
+  EXPECT_TRUE(found == expected) << "differs at: "
+                                 << std::string(difference.first, found.end()).substr(0, 200) << "\nwanted: "
+                                 << std::string(difference.second, expected.end()).substr(0, 200);
+}
+
+}  // namespace
+}  // namespace ambielf::test
