@@ -1,0 +1,222 @@
+// Random programs over creation, layout and writing, on new files and on files of any bytes.
+//
+// The input: a byte (1: a file to rewrite), the file's size in two bytes and its bytes, then operations of four bytes
+// each: what, which section, and two bytes of argument. What must hold: nothing goes out of bounds; a write gives what
+// layout gave, and leaves the descriptor clean; sections that nobody loaded keep their bytes wherever they go; and
+// written again the file is the same.
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "descriptors/elf.h"
+#include "platform/platform.h"
+
+using namespace ambielf;
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+constexpr int32_t largest_write = 1 << 20;
+constexpr size_t largest_block = 4096;
+
+void demand(bool held) {
+  if (!held) std::abort();
+}
+
+Bytes read_file(int file, uint64_t offset, size_t size) {
+  Bytes bytes(size);
+  demand(platform::read_at(file, offset, bytes.data(), size) >= 0);
+  return bytes;
+}
+
+class Program {
+ public:
+  Program(const Bytes& contents, bool rewrite) : file_(platform::temporary_file()) {
+    demand(file_ != -1 && platform::write(file_, contents.data(), contents.size()) == 0);
+    platform::seek(file_, 0);
+    elf_.reset(elf_begin(file_, rewrite ? ELF_C_RDWR : ELF_C_WRITE, nullptr));
+    if (elf_) elf32_newehdr(elf_.get());
+  }
+  ~Program() {
+    elf_.reset();
+    platform::close(file_);
+  }
+  Program(const Program&) = delete;
+  Program& operator=(const Program&) = delete;
+
+  bool usable() const { return elf_ != nullptr; }
+
+  void step(unsigned what, unsigned which, unsigned argument) {
+    Elf* const elf = elf_.get();
+    const size_t sections = elf->shdrs.size();
+    const size_t index = sections == 0 ? 0 : which % sections;
+    Elf_Scn* const scn = elf->loaded_scn(index);
+    switch (what % 12) {
+      case 0:
+        if (sections < 40) elf_newscn(elf);
+        break;
+      case 1:
+        elf_getscn(elf, index);
+        break;
+      case 2:
+        add_block(scn, argument);
+        break;
+      case 3:
+        change_section(scn, argument);
+        break;
+      case 4:
+        change_block(scn, argument);
+        break;
+      case 5:
+        elf32_setphdrdata(elf32_newphdr(elf), scn);
+        elf32_getphdrdata(elf, which);
+        break;
+      case 6:
+        elf_flagelf(elf, (argument & 1) != 0 ? ELF_C_SET : ELF_C_CLR, argument >> 1 & 5);
+        break;
+      case 7:
+        if (scn != nullptr) elf_setswapbehavior(scn, static_cast<int>(argument % 6));
+        break;
+      case 8:
+        if (elf->ehdr != nullptr) elf->ehdr[EI_DATA] = static_cast<unsigned char>(argument & 3);
+        break;
+      case 9:
+        change_names(argument);
+        break;
+      case 10:
+        elf32_freeshdrtab(elf32_getshdrtab(elf));
+        elf32_freeshdrtab(elf32_getphdr(elf));
+        elf_update(elf, ELF_C_NULL);
+        break;
+      default:
+        write(argument % 3 == 0 ? argument * 16 : 0);
+    }
+  }
+
+ private:
+  struct End {
+    void operator()(Elf* elf) const { elf_end(elf); }
+  };
+
+  void add_block(Elf_Scn* scn, unsigned argument) {
+    if (scn == nullptr || scn->data.size() > 20) return;
+    Elf_Data* const block = elf_newdata(scn);
+    if (block == nullptr) return;
+    const size_t size = argument % (largest_block + 1);
+    buffers_.push_back(std::make_unique<unsigned char[]>(largest_block));
+    for (size_t i = 0; i < size; ++i) buffers_.back()[i] = static_cast<unsigned char>(argument * i);
+    block->d_buf = argument % 61 == 0 ? nullptr : buffers_.back().get();
+    block->d_size = static_cast<uint32_t>(size);
+    block->d_align = 1 << (argument % 5);
+    block->d_type = argument % 22;
+  }
+
+  static void change_section(Elf_Scn* scn, unsigned argument) {
+    if (scn == nullptr) return;
+    const uint32_t value = argument >> 3;
+    uint32_t* const fields[] = {&scn->shdr->sh_name,    &scn->shdr->sh_offset,    &scn->shdr->sh_size,
+                                &scn->shdr->sh_entsize, &scn->shdr->sh_addralign, &scn->shdr->sh_addr};
+    if (argument % 8 < 6) *fields[argument % 8] = value;
+    if (argument % 8 == 6) scn->shdr->sh_type = value % 24;
+    if (argument % 8 == 7) scn->shdr->sh_offset = 52 + value % 512;
+  }
+
+  static void change_block(Elf_Scn* scn, unsigned argument) {
+    DataDesc* const block = scn == nullptr ? nullptr : scn->first_data();
+    if (block == nullptr) return;
+    elf_flagdata(block, ELF_C_SET, ELF_F_DIRTY);
+    switch (argument % 4) {
+      case 0:
+        block->d_size /= 2;
+        break;
+      case 1:
+        block->d_off = static_cast<int32_t>(argument >> 2) - 16;
+        break;
+      case 2:
+        block->d_align = static_cast<int32_t>(argument >> 2) - 16;
+        break;
+      default:
+        block->d_type = argument >> 2;
+    }
+  }
+
+  void change_names(unsigned argument) {
+    if (elf_->ehdr == nullptr) return;
+    Elf32_Ehdr header = elf_->header();
+    header.e_shstrndx = static_cast<uint16_t>(argument);
+    elf_->set_header(header);
+  }
+
+  void write(uint64_t start) {
+    Elf* const elf = elf_.get();
+    const int32_t size = elf_update(elf, ELF_C_NULL);
+    if (size > largest_write) return;
+    const std::vector<Bytes> untouched = contents_not_loaded();
+    const bool was_dirty = elf->dirty;
+    platform::seek(file_, start);
+    const int32_t written = elf_update(elf, ELF_C_WRITE);
+    if (written == -1) return;
+    demand(written == 1 ? !was_dirty
+                        : was_dirty && platform::tell(file_) == static_cast<int64_t>(start) + written);
+    demand(elf_update(elf, ELF_C_WRITE) == 1);
+    if (written == 1) return;
+    const Bytes image = read_file(file_, start, static_cast<size_t>(written));
+    for (size_t i = 0; i < untouched.size(); ++i) {
+      if (elf->loaded_scn(i) != nullptr || untouched[i].empty()) continue;
+      const uint32_t offset = elf->shdrs[i]->sh_offset;
+      demand(fits(offset, untouched[i].size(), image.size()));
+      demand(std::memcmp(&image[offset], untouched[i].data(), untouched[i].size()) == 0);
+    }
+    if (start != 0 || !converts_both_ways()) return;
+    elf_flagelf(elf, ELF_C_SET, ELF_F_DIRTY);
+    platform::seek(file_, 0);
+    demand(elf_update(elf, ELF_C_WRITE) == written);
+    demand(read_file(file_, 0, static_cast<size_t>(written)) == image);
+  }
+
+  // The two types whose records are reversed where they lie alternate from write to write.
+  bool converts_both_ways() const {
+    for (const auto& scn : elf_->scns) {
+      if (!scn) continue;
+      for (const auto& block : scn->data) {
+        if (block->d_type == ELF_T_LNNO || block->d_type == ELF_T_SDB) return false;
+      }
+    }
+    return true;
+  }
+
+  std::vector<Bytes> contents_not_loaded() const {
+    std::vector<Bytes> all(elf_->shdrs.size());
+    for (size_t i = 0; i < all.size(); ++i) {
+      const Elf32_Shdr& shdr = *elf_->shdrs[i];
+      if (elf_->loaded_scn(i) != nullptr || shdr.sh_type == SHT_NOBITS) continue;
+      if (shdr.sh_size <= largest_write) all[i] = read_file(file_, shdr.sh_offset, shdr.sh_size);
+    }
+    return all;
+  }
+
+  int file_;
+  std::unique_ptr<Elf, End> elf_;
+  std::vector<std::unique_ptr<unsigned char[]>> buffers_;
+};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  if (size < 3) return 0;
+  elf_version(EV_CURRENT);
+  const size_t file_size = std::min(size - 3, static_cast<size_t>(data[1] | data[2] << 8));
+  Program program(Bytes(data + 3, data + 3 + file_size), (data[0] & 1) != 0);
+  if (!program.usable()) return 0;
+  const uint8_t* const end = data + size;
+  const uint8_t* const last =
+      end - data > 4003 + static_cast<int64_t>(file_size) ? data + 4003 + file_size : end;
+  for (const uint8_t* p = data + 3 + file_size; last - p >= 4; p += 4) {
+    program.step(p[0], p[1], static_cast<unsigned>(p[2] | p[3] << 8));
+  }
+  return 0;
+}
