@@ -5,11 +5,11 @@
 #include <ambielf/ambielf.h>
 
 #include <memory>
-#include <vector>
 
 #include "descriptors/data_desc.h"
 #include "descriptors/garbage_collector.h"
 #include "descriptors/table_string.h"
+#include "frame/one_or_many.h"
 
 struct Elf_Scn {
   Elf_Scn(Elf* owner, size_t section_index) : elf(owner), index(static_cast<uint16_t>(section_index)) {}
@@ -38,7 +38,7 @@ struct Elf_Scn {
 
   // The contents' memory; declared before the blocks that point into it, so that it goes after them.
   ambielf::GarbageCollector blocks;
-  std::vector<std::unique_ptr<ambielf::DataDesc>> data;
+  ambielf::OneOrMany<std::unique_ptr<ambielf::DataDesc>> data;
 
  private:
   struct Contents;

@@ -3,10 +3,10 @@
 #define AMBIELF_DESCRIPTORS_GARBAGE_COLLECTOR_H
 
 #include <utility>
-#include <vector>
 
 #include "frame/error.h"
 #include "frame/memory_block.h"
+#include "frame/one_or_many.h"
 
 namespace ambielf {
 
@@ -23,7 +23,7 @@ class GarbageCollector {
   }
 
  private:
-  std::vector<MemoryBlock> blocks_;
+  OneOrMany<MemoryBlock> blocks_;
 };
 
 }  // namespace ambielf

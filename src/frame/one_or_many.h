@@ -1,0 +1,45 @@
+// OneOrMany: a list of owners that mostly holds one, without a block of its own for that.
+//
+// An object has thousands of sections and each section as a rule one block of contents, so what a list of one
+// costs is what walking an object costs.
+#ifndef AMBIELF_FRAME_ONE_OR_MANY_H
+#define AMBIELF_FRAME_ONE_OR_MANY_H
+
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+namespace ambielf {
+
+// `Owner` is a pointer type that is never null in the list. Adding may move the elements.
+template <class Owner>
+class OneOrMany {
+ public:
+  size_t size() const { return one_ ? 1 : many_.size(); }
+  bool empty() const { return size() == 0; }
+  const Owner* begin() const { return one_ ? &one_ : many_.data(); }
+  const Owner* end() const { return begin() + size(); }
+  const Owner& operator[](size_t index) const { return begin()[index]; }
+  const Owner& front() const { return *begin(); }
+  const Owner& back() const { return end()[-1]; }
+
+  void push_back(Owner element) {
+    if (empty()) {
+      one_ = std::move(element);
+      return;
+    }
+    if (one_) {
+      many_.reserve(2);
+      many_.push_back(std::move(one_));
+    }
+    many_.push_back(std::move(element));
+  }
+
+ private:
+  Owner one_;                // the only element, or null
+  std::vector<Owner> many_;  // all elements where they are more
+};
+
+}  // namespace ambielf
+
+#endif
