@@ -18,3 +18,12 @@ foreach(source IN LISTS examples)
     set_target_properties(${target} PROPERTIES LINKER_LANGUAGE CXX)
   endif()
 endforeach()
+
+# A Windows program looks for its DLLs in its own folder.
+if(WIN32 AND BUILD_SHARED_LIBS)
+  foreach(folder examples examples/guide)
+    add_custom_command(TARGET ambielf POST_BUILD
+      COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/${folder}
+      COMMAND ${CMAKE_COMMAND} -E copy $<TARGET_FILE:ambielf> ${PROJECT_BINARY_DIR}/${folder})
+  endforeach()
+endif()
