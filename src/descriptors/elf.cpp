@@ -55,12 +55,18 @@ Elf::~Elf() {
 }
 
 // Every section is restored before the first is released and before the header goes back, because restoring
-// reads the header and the name table as memory has them.
+// reads the header and the name table as memory has them. So it does the abbreviations of debug information,
+// which go last: nothing keeps a file from giving them a type whose records convert.
 void Elf::restore_image() {
   cntl_command = ELF_C_FDDONE;  // what is not loaded by now stays so
-  for (const std::unique_ptr<Elf_Scn>& scn : scns) {
-    if (scn) scn->restoreToFileOrder();
+  size_t abbreviations_index = 0;
+  while (abbreviations_index < scns.size() && !section_name(abbreviations_index).is(".debug_abbrev")) {
+    ++abbreviations_index;
   }
+  for (size_t index = 0; index < scns.size(); ++index) {
+    if (scns[index] && index != abbreviations_index) scns[index]->restoreToFileOrder();
+  }
+  if (Elf_Scn* const last = loaded_scn(abbreviations_index)) last->restoreToFileOrder();
   if (ehdr_block_) return;  // the image was too short to be changed
   CharDestBuffer in_place(ehdr);
   swap(ehdr, in_place, ELF_T_EHDR, sizeof(Elf32_Ehdr));

@@ -126,6 +126,20 @@ TEST_P(DwarfSection, EditedAbbreviationsCountFromThenOn) {
   EXPECT_EQ(back, expected);
 }
 
+TEST_P(DwarfSection, AbbreviationsOfATypeThatConvertsGoBackLast) {
+  // Words that read as abbreviations once they are converted.
+  Bytes words = abbrev();
+  words.resize((words.size() + 3) / 4 * 4);
+  for (size_t i = 0; i < words.size(); i += 4) std::reverse(words.data() + i, words.data() + i + 4);
+  const Object object = builder()
+                            .section(".debug_abbrev", SHT_HASH, words, {.entsize = 4})
+                            .section(".debug_info", SHT_PROGBITS, info())
+                            .build();
+  Input in = open_converting(object);
+  EXPECT_EQ(in.contents(2), converted());
+  expect_restored(in);
+}
+
 TEST_P(DwarfSection, EmptyOnesAndEntrySizesPass) {
   const SectionFields wide{.entsize = 1000};
   const Object object = builder()
