@@ -192,9 +192,9 @@ int64_t Elf::read_object(uint64_t offset, void* to, uint64_t size) {
 }
 
 bool Elf::afford_contents() {
-  // Sections of a sound object do not share bytes, so their contents are no larger than the object.
+  // Sections of sound objects do not share bytes, so their contents are no larger than the input.
   constexpr uint64_t allowance = 1024 * 1024;
-  if (contents_taken_ <= 2 * object_size() + allowance) return true;
+  if (file_desc->contents_taken <= 2 * file_desc->input_size() + allowance) return true;
   elf_set_error(4);
   return false;
 }
@@ -202,7 +202,7 @@ bool Elf::afford_contents() {
 void Elf::count_contents(uint64_t size, uint64_t present) {
   // Even a block that nothing is read into costs its first page.
   constexpr uint64_t page = 4096;
-  contents_taken_ += std::max(present, std::min(size, page));
+  file_desc->contents_taken += std::max(present, std::min(size, page));
 }
 
 bool Elf::shares_bytes(size_t index) {

@@ -91,7 +91,8 @@ struct Elf : public ambielf::ByteSwap {
   int64_t read_object(uint64_t offset, void* to, uint64_t size);
 
   // Whether another section's contents may be loaded. A hostile header table may lay thousands of sections
-  // over the same bytes; memory is given for contents in proportion to the input, and refused with 4 beyond.
+  // over the same bytes; memory is given for contents in proportion to the input, all members of an archive
+  // together, and refused with 4 beyond.
   // The count is the same for a file and for an image, whether a section's bytes are copied or not.
   bool afford_contents();
   void count_contents(uint64_t size, uint64_t present);
@@ -129,6 +130,7 @@ struct Elf : public ambielf::ByteSwap {
   bool init_ElfHdr();
   bool init_ScnTab();
   bool init_PHdrTab();
+  bool afford_absent(uint64_t count);
   template <class Record>
   bool load_table(ambielf::HeaderTable<Record>& table, uint32_t offset, uint32_t count, uint32_t entry_size,
                   uint32_t type);
@@ -139,8 +141,7 @@ struct Elf : public ambielf::ByteSwap {
   ambielf::MemoryBlock ehdr_block_;
   std::array<unsigned char, sizeof(Elf32_Ehdr)> image_header_{};  // as the image had it before loading
   std::optional<std::vector<bool>> shared_sections_;              // of an image, once asked for
-  uint64_t contents_taken_ = 0;
-  std::vector<size_t> being_loaded_;  // innermost last
+  std::vector<size_t> being_loaded_;                              // innermost last
 };
 
 #endif

@@ -94,6 +94,16 @@ bool Elf::init_PHdrTab() {
   return load_table(phdrs, h.e_phoff, h.e_phnum, h.e_phentsize, ELF_T_PHDR);
 }
 
+// Entries that a header counts and the input does not have cost nothing until they are used, but an archive
+// may hold a member for every 52 bytes. One object may lack as many as it can count. False after 4.
+bool Elf::afford_absent(uint64_t count) {
+  constexpr uint64_t allowance = 2 * uint64_t{UINT16_MAX};
+  file_desc->absent_headers += count;
+  if (file_desc->absent_headers <= allowance + file_desc->input_size() / sizeof(Elf32_Shdr)) return true;
+  elf_set_error(4);
+  return false;
+}
+
 // The whole of a table that lies in the input is read at once and spread out in its block where entries need
 // room between them for their records to be aligned.
 template <class Record>
@@ -104,6 +114,7 @@ bool Elf::load_table(HeaderTable<Record>& table, uint32_t offset, uint32_t count
     // Nothing of it is there, but the file position moves to where it would be.
     unsigned char nothing = 0;
     if (read_object(offset, &nothing, 0) < 0) return false;
+    if (!afford_absent(count)) return false;
     if (count != 0 && table.reserve(count, 0, sizeof(Record)) == nullptr) {
       elf_set_error(4);
       return false;
@@ -111,6 +122,7 @@ bool Elf::load_table(HeaderTable<Record>& table, uint32_t offset, uint32_t count
     return true;
   }
   const size_t present = static_cast<size_t>((present_size + entry_size - 1) / entry_size);
+  if (!afford_absent(count - present)) return false;
   const size_t stride = (entry_size + 3) / 4 * 4;
   unsigned char* const entries = table.reserve(count, present, stride);
   if (entries == nullptr) {

@@ -25,6 +25,8 @@ struct FileDesc {
   // after one of 3, 4, 5, 6, 8.
   Elf_Kind initialize();
 
+  uint64_t input_size() const { return is_image ? image_size : file_size; }
+
   // The start of the image, or null after 7.
   unsigned char* image_base() const;
 
@@ -36,6 +38,10 @@ struct FileDesc {
   Elf_Kind kind = ELF_K_NONE;
   Elf_Cmd command = ELF_C_READ;
   uint8_t encoding = elf_host_encoding();  // byte order of the numbers in an archive's symbol table
+
+  // What the objects in the input were given, which stays in proportion to it.
+  uint64_t contents_taken = 0;  // bytes
+  uint64_t absent_headers = 0;  // table entries that a header counts and the input does not have
 
  private:
   static constexpr uint64_t probe_size = 9;

@@ -325,6 +325,30 @@ TEST(ArchiveFdread, StopsAtTheFirstMemberThatFails) {
   EXPECT_NE(elf_getscn(last, 0), nullptr) << "the last has not";
 }
 
+TEST(ArchiveFdread, MembersTogetherGetMemoryInProportionToTheArchive) {
+  // Headers that count what no file holds, and sections over the same bytes: each alone may have them.
+  const Object bare = ObjectBuilder(ByteOrder::big)
+                          .without_name_table()
+                          .header([](Elf32_Ehdr& header) {
+                            header.e_shoff = header.e_phoff = 0x10000;
+                            header.e_shnum = header.e_phnum = 0xffff;
+                            header.e_phentsize = sizeof(Elf32_Phdr);
+                          })
+                          .build();
+  ObjectBuilder piled(ByteOrder::little);
+  piled.section("first", SHT_PROGBITS, Bytes(4096, 'x'));
+  for (int i = 0; i < 100; ++i) piled.section("", SHT_PROGBITS, "", {.offset = 52, .size = 4096});
+
+  for (const Bytes& member : {bare.first(52), piled.build().bytes}) {
+    ArchiveBuilder builder;
+    for (int i = 0; i < 20; ++i) builder.member("m", member);
+    const Walked walked(builder);
+    EXPECT_TRUE(failed(elf_cntl(walked.in, ELF_C_FDREAD), -1, 4));
+    const Walked alone(ArchiveBuilder().member("m", member));
+    EXPECT_EQ(elf_cntl(alone.in, ELF_C_FDREAD), 0);
+  }
+}
+
 TEST(ArchiveInterface, DescriptorsThatAnOperationIsNotFor) {
   const Walked walked(ArchiveBuilder().member("a", object(ByteOrder::little, "a").bytes));
   Elf* const member = walked.begin();
