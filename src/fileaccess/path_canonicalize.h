@@ -21,8 +21,7 @@ namespace ambielf {
 // Returns a status, and reports nothing:
 //   0  `out` holds the canonical path;
 //   1  it takes more than 260 bytes, or 248 with a non-zero `short_limit`, its terminator included;
-//   2  `out` is NULL or `out_size` less than 3, or the path takes more than `out_size` bytes, or the block
-//   for
+//   2  `out` is NULL or `out_size` less than 3, or the path takes more than `out_size` bytes, or the block for
 //      a path that needs more room before its `..` are resolved could not be had;
 //   3  `path` is NULL, or it is relative and the base is not absolute.
 // After 1, 2 and 3 what `out` holds has no meaning.
