@@ -59,10 +59,16 @@ bool Elf_Scn::initialize() {
   if (!has_known_type()) return false;
   HeaderEdit edit(*shdr);
   Contents contents;
+  // That its name is not to be had shows behind the reading; where that goes on and on, before it.
+  FileDesc& input = *elf->file_desc;
+  if (input.wasted_reads > input.input_size() && name_matters() && !fetch_name()) return false;
   if (!elf->afford_contents() || !locate(contents)) return false;
   const uint64_t size = shdr->sh_size;
   const uint64_t present = contents.present;
-  if (name_matters() && !look_at_name(contents)) return false;
+  if (name_matters() && !look_at_name(contents)) {
+    input.wasted_reads += present;
+    return false;
+  }
   if (!make_data(contents)) return false;
   elf->count_contents(size, present);
   edit.keep();

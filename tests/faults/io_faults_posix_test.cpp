@@ -9,6 +9,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <climits>
+#include <cstddef>
 #include <functional>
 #include <set>
 #include <string>
@@ -268,6 +270,21 @@ TEST_P(IoFaults, EndlessInterruptionsEnd) {
 }
 
 // The image has gone out by the time its duplicate is closed.
+TEST(IoCost, SectionsThatCannotHaveANameAreNotReadOverAndOver) {
+  // All over the same bytes, in a file of the foreign order whose name table is none.
+  constexpr int sections = 1000;
+  ObjectBuilder builder(ByteOrder::big);
+  for (int i = 0; i < sections; ++i) builder.section("", SHT_PROGBITS, "", {.offset = 0, .size = 20'000});
+  Object object = builder.build();
+  put_number(object.bytes, object.shdr_field(builder.name_table_index(), offsetof(Elf32_Shdr, sh_type)),
+             SHT_PROGBITS, 4, ByteOrder::big);
+  const Input in(Road::file, object);
+  armed = {.call = Call::read, .at = INT_MAX};
+  for (size_t i = 1; i <= sections; ++i) EXPECT_TRUE(failed(elf_getscn(in, i), nullptr, 68)) << i;
+  EXPECT_LT(armed.seen, 20);
+  armed = {};
+}
+
 TEST_P(IoFaults, AFailingCloseOfTheDuplicateIsNobodysConcern) {
   const Outcome sound = run_with({});
   const Outcome outcome = run_with({Call::close, 0, true, EIO});
