@@ -103,8 +103,8 @@ int32_t DataDesc::convert_debug(DebugSection section, unsigned char* bytes, Dest
                                 bool to_file, bool force, bool value_before_swap) {
   const bool on_load = !to_file && !force;
   const uint32_t size = on_load ? std::min(d_size, loaded.present) : d_size;
-  const DebugWalk walk = {
-      section, scn->elf, !to_file || force, value_before_swap, {&translated_units, &loaded.raw_units}};
+  const DebugWalk walk = {section, scn->elf,          !to_file || force,
+                          on_load, value_before_swap, {&translated_units, &loaded.raw_units}};
   RawUnits passed;
   const bool complete = walkDebugSection(walk, bytes, size, destination, passed);
   if (force) translated_units = std::move(passed);

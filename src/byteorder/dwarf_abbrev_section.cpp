@@ -21,21 +21,30 @@ std::optional<size_t> AbbrevSection::find(Elf& elf) {
   return index_;
 }
 
-const AbbrevStore& AbbrevSection::parse(const DataDesc& block) {
+bool AbbrevSection::is_unedited(const DataDesc& block, Walk walk) const {
+  if (walk == Walk::one_of_several) return compared_;
+  return walk == Walk::load && block.as_loaded() && parsed_at_ == block.d_buf;
+}
+
+const AbbrevStore& AbbrevSection::parse(const DataDesc& block, Walk walk) {
+  if (is_unedited(block, walk)) return store_;
   const unsigned char* const bytes = static_cast<const unsigned char*>(block.d_buf);
   // Bytes that the input did not have are zeros in memory that nothing touches, and say nothing.
   const uint32_t size =
       bytes == nullptr ? 0 : std::min(block.d_size, block.as_loaded() ? block.loaded.present : UINT32_MAX);
   if (size != parsed_.size() || !std::equal(parsed_.begin(), parsed_.end(), bytes)) {
     parsed_.clear();
+    parsed_at_ = nullptr;
     std::vector<unsigned char> copy(bytes, bytes + size);
     store_ = AbbrevStore(copy.data(), size);
     parsed_ = std::move(copy);
   }
+  parsed_at_ = bytes;
+  compared_ = walk == Walk::one_of_several;
   return store_;
 }
 
-const AbbrevStore& loadAbbrevStore(Elf& elf, bool may_load) {
+const AbbrevStore& loadAbbrevStore(Elf& elf, bool may_load, bool on_load) {
   static const AbbrevStore none;
   if (!elf.abbreviations) elf.abbreviations = std::make_shared<AbbrevSection>();
   AbbrevSection& section = *elf.abbreviations;
@@ -43,7 +52,9 @@ const AbbrevStore& loadAbbrevStore(Elf& elf, bool may_load) {
   if (!index) return none;
   const Elf_Scn* const scn = may_load ? elf.get_scn(*index) : elf.loaded_scn(*index);
   const DataDesc* const block = scn == nullptr ? nullptr : scn->first_data();
-  return block == nullptr ? none : section.parse(*block);
+  if (block == nullptr) return none;
+  using Walk = AbbrevSection::Walk;
+  return section.parse(*block, elf.in_one_go ? Walk::one_of_several : on_load ? Walk::load : Walk::other);
 }
 
 }  // namespace ambielf

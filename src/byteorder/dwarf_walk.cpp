@@ -16,7 +16,7 @@ bool walkDebugSection(const DebugWalk& walk, const unsigned char* data, uint32_t
   }
   const AbbrevStore* store = nullptr;
   try {
-    store = &loadAbbrevStore(*walk.elf, walk.may_load);
+    store = &loadAbbrevStore(*walk.elf, walk.may_load, walk.on_load);
   } catch (const std::exception&) {
     passed = RawUnits(walk.value_before_swap);
     passed.stop(0);

@@ -18,6 +18,7 @@ struct DebugWalk {
   DebugSection section;
   Elf* elf;
   bool may_load;  // whether .debug_abbrev may be loaded for the walk
+  bool on_load;   // whether the walk is of contents that are being loaded
   // True when the bytes are in host order and the sink receives the other, false the other way round.
   bool value_before_swap;
   // What earlier walks passed as it was; those in the other direction are of use.

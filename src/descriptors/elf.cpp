@@ -59,6 +59,7 @@ Elf::~Elf() {
 // which go last: nothing keeps a file from giving them a type whose records convert.
 void Elf::restore_image() {
   cntl_command = ELF_C_FDDONE;  // what is not loaded by now stays so
+  in_one_go = true;
   size_t abbreviations_index = 0;
   while (abbreviations_index < scns.size() && !section_name(abbreviations_index).is(".debug_abbrev")) {
     ++abbreviations_index;

@@ -110,6 +110,7 @@ struct Elf : public ambielf::ByteSwap {
   Elf_Cmd command;
   bool dirty = false;
   bool layout = false;
+  bool in_one_go = false;  // while sections are written or restored, when nobody edits their contents
   Elf_Cmd cntl_command = ELF_C_NULL;  // ELF_C_FDDONE or ELF_C_FDREAD once elf_cntl succeeded
   uint64_t member_offset = 0;         // where the object starts in its file
 

@@ -4,6 +4,7 @@
 #include <array>
 #include <cerrno>
 
+#include "byteorder/dwarf_abbrev_section.h"
 #include "descriptors/elf.h"
 #include "frame/error.h"
 #include "frame/library_state.h"
@@ -18,8 +19,15 @@ namespace {
 // read what has been overwritten.
 class NothingLoads {
  public:
-  explicit NothingLoads(Elf& elf) : elf_(elf), command_(elf.cntl_command) { elf.cntl_command = ELF_C_FDDONE; }
-  ~NothingLoads() { elf_.cntl_command = command_; }
+  explicit NothingLoads(Elf& elf) : elf_(elf), command_(elf.cntl_command) {
+    elf.cntl_command = ELF_C_FDDONE;
+    elf.in_one_go = true;
+  }
+  ~NothingLoads() {
+    elf_.cntl_command = command_;
+    elf_.in_one_go = false;
+    if (elf_.abbreviations) elf_.abbreviations->expect_edits();
+  }
   NothingLoads(const NothingLoads&) = delete;
   NothingLoads& operator=(const NothingLoads&) = delete;
 

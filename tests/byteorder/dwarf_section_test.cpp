@@ -126,6 +126,21 @@ TEST_P(DwarfSection, EditedAbbreviationsCountFromThenOn) {
   EXPECT_EQ(back, expected);
 }
 
+TEST_P(DwarfSection, SectionsLoadByTheAbbreviationsOfTheirFile) {
+  const Object object = builder()
+                            .section(".debug_abbrev", SHT_PROGBITS, abbrev())
+                            .section(".debug_info", SHT_PROGBITS, info())
+                            .section(".debug_info", SHT_PROGBITS, info())
+                            .build();
+  Input in = open_converting(object);
+  EXPECT_EQ(in.contents(2), converted());
+  unsigned char& form = static_cast<unsigned char*>(in.data(1)->d_buf)[4];
+  form = 0x05;
+  EXPECT_EQ(in.contents(3), converted());
+  form = 0x06;
+  expect_restored(in);
+}
+
 TEST_P(DwarfSection, AbbreviationsOfATypeThatConvertsGoBackLast) {
   // Words that read as abbreviations once they are converted.
   Bytes words = abbrev();
