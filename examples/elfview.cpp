@@ -1,7 +1,9 @@
-// elfview: lists an object file: its header, sections, program headers, symbols and relocations.
+// elfview: lists an object file: its header, sections, program headers, symbols and relocations. Of an archive it
+// lists the symbol table and the members, each with what is in it.
 // What cannot be loaded is listed with the library's words for it, and the listing goes on.
 #include <ambielf/ambielf.h>
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstring>
@@ -132,6 +134,46 @@ void print_contents(Elf* elf) {
   }
 }
 
+void print_object(Elf* elf) {
+  print_header(elf32_getehdr(elf));
+  print_sections(elf);
+  print_segments(elf);
+  print_contents(elf);
+}
+
+void print_archive_symbols(Elf* archive) {
+  size_t count = 0;
+  const Elf_Arsym* const symbols = elf_getarsym(archive, &count);
+  if (symbols == nullptr) return static_cast<void>(std::printf("Archive: %s\n", words()));
+  std::printf("Archive symbols:\n  Member   Name\n");
+  for (size_t i = 0; i < count; ++i) std::printf("  %08x %s\n", symbols[i].as_off, symbols[i].as_name);
+}
+
+// The file position is the cursor. A member that is no object has a descriptor all the same, without a header, which
+// a second elf_begin gives.
+void print_members(int file, Elf* archive) {
+  for (Elf_Cmd command = elf_next(archive); command != ELF_C_NULL;) {
+    const size_t place = static_cast<size_t>(lseek(file, 0, SEEK_CUR));
+    Elf* member = elf_begin(file, command, archive);
+    const char* const why = member == nullptr ? words() : nullptr;
+    if (member == nullptr) {
+      elf_rand(archive, place);
+      member = elf_begin(file, command, archive);
+    }
+    if (member == nullptr) return static_cast<void>(std::printf("\n%s\n", words()));
+    const Elf_Arhdr* const header = elf_getarhdr(member);
+    std::printf("\nMember %s, %ld bytes at 0x%llx:\n", header->ar_name, header->ar_size,
+                static_cast<unsigned long long>(elf_getbase(member)));
+    if (why == nullptr) {
+      print_object(member);
+    } else {
+      std::printf("  %s\n", why);
+    }
+    command = elf_next(member);
+    elf_end(member);
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -140,10 +182,12 @@ int main(int argc, char** argv) {
   const int file = elf_open(argv[1], O_RDONLY, 0);
   Elf* const elf = file == -1 ? nullptr : elf_begin(file, ELF_C_READ, nullptr);
   if (elf == nullptr) return std::fprintf(stderr, "elfview: %s: %s\n", argv[1], words()), 1;
-  print_header(elf32_getehdr(elf));
-  print_sections(elf);
-  print_segments(elf);
-  print_contents(elf);
+  if (elf_kind(elf) == ELF_K_AR) {
+    print_archive_symbols(elf);
+    print_members(file, elf);
+  } else {
+    print_object(elf);
+  }
   elf_end(elf);
   elf_close(file);
 }
