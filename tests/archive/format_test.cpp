@@ -8,7 +8,7 @@ namespace {
 
 std::string difference(const Bytes& bytes) {
   const TempFile file(bytes);
-  return ArchiveCheck(bytes, file).difference();
+  return ArchiveCheck(bytes, file.id()).difference();
 }
 
 // The code of a fresh open, 0 for success.

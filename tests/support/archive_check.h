@@ -6,21 +6,21 @@
 
 #include <string>
 
+#include "platform/platform.h"
 #include "support/slow_archive.h"
-#include "support/temp_file.h"
 
 namespace ambielf::test {
 
 class ArchiveCheck {
  public:
-  // Checks the archive in `bytes`, which are also what `file` holds, its position being 0.
-  ArchiveCheck(const Bytes& bytes, const TempFile& file) : file_(file), expected_(slow_archive(bytes)) {}
+  // Checks the archive in `bytes`, which are also what the file holds, its position being 0.
+  ArchiveCheck(const Bytes& bytes, int file_id) : file_id_(file_id), expected_(slow_archive(bytes)) {}
 
   // The first difference, or "" when there is none.
   std::string difference() {
     elf_version(EV_CURRENT);
     elf_errno();
-    Elf* const archive = elf_begin(file_.id(), ELF_C_READ, nullptr);
+    Elf* const archive = elf_begin(file_id_, ELF_C_READ, nullptr);
     if (archive == nullptr) {
       const int code = elf_errno();
       return code == expected_.code ? "" : "code " + std::to_string(code);
@@ -54,12 +54,12 @@ class ArchiveCheck {
     for (size_t i = 0; i < expected_.members.size(); ++i) {
       const SlowHeader& member = expected_.members[i];
       const std::string place = " at member " + std::to_string(i);
-      if (file_.position() != static_cast<int64_t>(member.start)) return "position" + place;
+      if (platform::tell(file_id_) != static_cast<int64_t>(member.start)) return "position" + place;
       // A member that is no object fails the first time, and is there the second time all the same.
-      Elf* elf = elf_begin(file_.id(), ELF_C_READ, archive);
+      Elf* elf = elf_begin(file_id_, ELF_C_READ, archive);
       elf_errno();
       if (elf_rand(archive, member.start) != member.start) return "elf_rand" + place;
-      Elf* const again = elf_begin(file_.id(), ELF_C_READ, archive);
+      Elf* const again = elf_begin(file_id_, ELF_C_READ, archive);
       if (again == nullptr || (elf != nullptr && elf != again)) return "descriptor" + place;
       if (elf_kind(again) != ELF_K_AR || elf_getbase(again) != static_cast<int64_t>(member.contents)) {
         return "contents" + place;
@@ -72,7 +72,7 @@ class ArchiveCheck {
       elf_rand(archive, 1);
       const bool last = i + 1 == expected_.members.size();
       if (elf_next(again) != (last ? ELF_C_NULL : ELF_C_READ)) return "elf_next" + place;
-      if (last && (elf_errno() != 59 || file_.position() != 1)) return "end of the walk";
+      if (last && (elf_errno() != 59 || platform::tell(file_id_) != 1)) return "end of the walk";
     }
     return "";
   }
@@ -98,7 +98,7 @@ class ArchiveCheck {
     }
   }
 
-  const TempFile& file_;
+  int file_id_;
   SlowArchive expected_;
 };
 
