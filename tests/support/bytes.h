@@ -57,7 +57,7 @@ class Emit {
   size_t size() const { return bytes_.size(); }
   ByteOrder order() const { return order_; }
   const Bytes& done() const { return bytes_; }
-  operator Bytes() const { return bytes_; }
+  operator Bytes() const { return bytes_; }  // NOLINT(google-explicit-constructor): a record is a value
 
  private:
   Emit& number(uint64_t value, size_t width) {
