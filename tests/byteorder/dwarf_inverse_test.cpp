@@ -7,6 +7,7 @@
 #include <random>
 
 #include "support/debug_object.h"
+#include "support/failing_allocation.h"
 #include "support/twin_sources.h"
 #include "support/twins.h"
 
@@ -194,6 +195,31 @@ TEST(DwarfInverse, HoldsForMutationsOfACompilersSections) {
       expect_way_back_of_load(ByteOrder::big, sections);
     }
   }
+}
+
+// A load that runs out of memory leaves the rest of its section as it is, says so, and is undone as far as it came.
+TEST(DwarfInverse, HoldsWhereverMemoryRunsOut) {
+  Sections sections = small_sections(ByteOrder::big);
+  sections.info.insert(sections.info.begin() + 52, 4, 0);  // a unit without a header, to be noted
+  for (size_t nth = 1; nth < 200; ++nth) {
+    SCOPED_TRACE(nth);
+    Input in(Road::image, object_of(ByteOrder::big, sections));
+    bool happened = false;
+    bool loaded = false;
+    {
+      const FailingAllocation failing(nth);
+      loaded = elf_getscn(in, info_index) != nullptr && elf_getscn(in, line_index) != nullptr;
+      happened = failing.happened();
+    }
+    const int code = elf_errno();
+    EXPECT_EQ(code != 0, happened);
+    EXPECT_TRUE(loaded || happened);
+    const Bytes* const image = &in.image();
+    in.end();
+    EXPECT_TRUE(*image == in.original());
+    if (!happened) return;
+  }
+  FAIL() << "never got through";
 }
 
 // Every order of sound units and units in the other order, which are sound only when nobody asks the memory.
