@@ -96,7 +96,7 @@ std::unique_ptr<File> old_file() {
 void copy_file(benchmark::State& state) {
   const std::unique_ptr<File> from = old_file();
   const std::unique_ptr<File> to = old_file();
-  std::vector<unsigned char> buffer(256 * 1024);
+  std::vector<unsigned char> buffer(size_t{256} * 1024);
   for (auto _ : state) {
     platform::seek(from->id, 0);
     platform::seek(to->id, 0);

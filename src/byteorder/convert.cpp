@@ -107,8 +107,11 @@ int32_t DataDesc::convert_debug(DebugSection section, unsigned char* bytes, Dest
                           on_load, value_before_swap, {&translated_units, &loaded.raw_units}};
   RawUnits passed;
   const bool complete = walkDebugSection(walk, bytes, size, destination, passed);
-  if (force) translated_units = std::move(passed);
-  if (on_load) loaded.raw_units = std::move(passed);
+  if (force) {
+    translated_units = std::move(passed);
+  } else if (!to_file) {
+    loaded.raw_units = std::move(passed);
+  }
   if (!complete) {
     elf_set_error(4);
     // What a load has converted until then must find its way back.

@@ -194,7 +194,7 @@ int64_t Elf::read_object(uint64_t offset, void* to, uint64_t size) {
 
 bool Elf::afford_contents() {
   // Sections of sound objects do not share bytes, so their contents are no larger than the input.
-  constexpr uint64_t allowance = 1024 * 1024;
+  constexpr uint64_t allowance = uint64_t{1} << 20;
   if (file_desc->contents_taken <= 2 * file_desc->input_size() + allowance) return true;
   elf_set_error(4);
   return false;

@@ -123,7 +123,7 @@ bool Elf::load_table(HeaderTable<Record>& table, uint32_t offset, uint32_t count
   }
   const size_t present = static_cast<size_t>((present_size + entry_size - 1) / entry_size);
   if (!afford_absent(count - present)) return false;
-  const size_t stride = (entry_size + 3) / 4 * 4;
+  const size_t stride = (size_t{entry_size} + 3) / 4 * 4;
   unsigned char* const entries = table.reserve(count, present, stride);
   if (entries == nullptr) {
     elf_set_error(4);

@@ -16,7 +16,7 @@ struct TableString {
 
   // Whether the string begins with `start`, which holds no zero byte.
   bool starts_with(std::string_view start) const {
-    return limit >= start.size() && std::memcmp(text, start.data(), start.size()) == 0;
+    return text != nullptr && limit >= start.size() && std::memcmp(text, start.data(), start.size()) == 0;
   }
 
   // Whether the string is `whole`. One without a terminator ends where the table ends.
