@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <fstream>
 #include <iterator>
-#include <regex>
 #include <string>
 
 #include "support/input.h"
@@ -22,8 +21,14 @@ Bytes read_data(const std::string& name) {
 // Without the bytes of blocks, which readelf prints as they lie in the file, beside what they say.
 std::string readelf_of(const Bytes& object) {
   const TempFile file(object);
-  const std::string text = output_of("readelf --debug-dump=info,decodedline '" + file.path() + "' 2>&1");
-  return std::regex_replace(text, std::regex("byte block:( [0-9a-f]+)+"), "byte block");
+  std::string text = output_of("readelf --debug-dump=info,decodedline '" + file.path() + "' 2>&1");
+  const std::string block = "byte block:";
+  for (size_t at = text.find(block); at != std::string::npos; at = text.find(block, at)) {
+    at += block.size();
+    const size_t end = std::min(text.find_first_not_of(" 0123456789abcdef", at), text.size());
+    text.erase(at, end - at);
+  }
+  return text;
 }
 
 Bytes with_converted_sections(const Bytes& big) {
