@@ -19,8 +19,9 @@
 namespace ambielf::platform {
 namespace {
 
-// One call moves this much at most, well below what the runtime refuses.
-constexpr uint64_t largest_transfer = uint64_t{1} << 30;
+// One call moves this much at most. The system touches every page of the buffer before it looks how much the
+// file holds, so that a larger piece would take memory out of proportion to a small file.
+constexpr uint64_t largest_transfer = uint64_t{1} << 20;
 
 void ignore_invalid_parameter(const wchar_t*, const wchar_t*, const wchar_t*, unsigned, uintptr_t) {}
 

@@ -170,6 +170,7 @@ TEST(DwarfInverse, HoldsForMutationsOfSmallSections) {
   }
 }
 
+#ifndef _WIN32  // the compiler is one of POSIX
 TEST(DwarfInverse, HoldsForMutationsOfACompilersSections) {
   std::mt19937 random(7);  // NOLINT(cert-msc32-c,cert-msc51-cpp)
   for (const char* const options : {"-gdwarf-2 -O2", "-gdwarf-5 -O2"}) {
@@ -196,6 +197,7 @@ TEST(DwarfInverse, HoldsForMutationsOfACompilersSections) {
     }
   }
 }
+#endif
 
 // A load that runs out of memory leaves the rest of its section as it is, says so, and is undone as far as it came.
 TEST(DwarfInverse, HoldsWhereverMemoryRunsOut) {

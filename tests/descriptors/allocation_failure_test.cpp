@@ -49,6 +49,7 @@ Object object_of(ByteOrder order) {
 }
 
 TEST_P(AllocationFailure, WhileOpeningAndLoading) {
+  elf_version(EV_CURRENT);
   const Object object = object_of(order());
   const TempFile file(object.bytes);
   Bytes image = object.bytes;
@@ -87,6 +88,7 @@ TEST_P(AllocationFailure, WhileAnImageIsPutBack) {
 }
 
 TEST_P(AllocationFailure, OfTheFirstObjectsHasCodesOfItsOwn) {
+  elf_version(EV_CURRENT);
   const Object object = object_of(order());
   const TempFile file(object.bytes);
   Bytes image = object.bytes;

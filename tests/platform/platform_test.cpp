@@ -36,6 +36,35 @@ TEST(Platform, ReadStopsAtTheEndOfTheFileOnly) {
   EXPECT_EQ(platform::close(file_id), 0);
 }
 
+TEST(Platform, ReadAtAnOffsetLeavesThePositionAlone) {
+  const ScratchDirectory scratch;
+  write_file("file", "0123456789");
+  const int file_id = platform::open("file", O_RDONLY, 0);
+  EXPECT_EQ(platform::seek(file_id, 3), 3);
+  char bytes[16] = "";
+  EXPECT_EQ(platform::read_at(file_id, 0, bytes, 4), 4);
+  EXPECT_EQ(platform::read_at(file_id, 8, bytes + 4, 4), 2);
+  EXPECT_EQ(platform::read_at(file_id, 20, bytes, 4), 0);
+  EXPECT_EQ(platform::read_at(file_id, uint64_t{1} << 63, bytes, 1), -1);
+  EXPECT_STREQ(bytes, "012389");
+  EXPECT_EQ(platform::tell(file_id), 3);
+  EXPECT_EQ(platform::close(file_id), 0);
+}
+
+TEST(Platform, TemporaryFileHoldsWhatIsWritten) {
+  const int file_id = platform::temporary_file();
+  const int other = platform::temporary_file();
+  ASSERT_NE(file_id, -1);
+  ASSERT_NE(other, -1);
+  EXPECT_EQ(platform::write(file_id, "a\n", 2), 0);
+  char bytes[4] = "";
+  EXPECT_EQ(platform::read_at(file_id, 0, bytes, 4), 2);
+  EXPECT_STREQ(bytes, "a\n");
+  EXPECT_EQ(platform::file_size(other), 0);
+  EXPECT_EQ(platform::close(file_id), 0);
+  EXPECT_EQ(platform::close(other), 0);
+}
+
 TEST(Platform, DuplicateSharesThePositionAndOutlivesItsOriginal) {
   const ScratchDirectory scratch;
   const int file_id = create("file");
@@ -82,6 +111,7 @@ TEST(Platform, FailureLeavesItsReasonInErrno) {
   EXPECT_EQ(reason(platform::read(closed, &byte, 1)), EBADF);
   EXPECT_EQ(reason(platform::read_at(closed, 0, &byte, 1)), EBADF);
   EXPECT_EQ(reason(platform::write(closed, &byte, 1)), EBADF);
+  EXPECT_EQ(reason(platform::read_at(closed, 0, &byte, 1)), EBADF);
   EXPECT_EQ(reason(platform::seek(closed, 0)), EBADF);
   EXPECT_EQ(reason(platform::tell(closed)), EBADF);
   EXPECT_EQ(reason(platform::duplicate(closed)), EBADF);

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <new>
+#include <utility>
 
 namespace {
 
@@ -61,15 +62,25 @@ void* wrap_malloc(size_t size) { return is_to_fail() ? nullptr : real_malloc(siz
 void* wrap_calloc(size_t count, size_t size) { return is_to_fail() ? nullptr : real_calloc(count, size); }
 void* wrap_realloc(void* block, size_t size) { return is_to_fail() ? nullptr : real_realloc(block, size); }
 
+// In a static program operator new's own call of malloc is routed here as well; it is no allocation of its own.
+static void* uncounted(void* (*real)(size_t), size_t size) {
+  const size_t left = std::exchange(allocations_left, 0);
+  void* const block = real(size);
+  allocations_left = left;
+  return block;
+}
+
 void* wrap_new(size_t size) {
   if (is_to_fail()) throw std::bad_alloc();
-  return real_new(size);
+  return uncounted(real_new, size);
 }
 void* wrap_new_array(size_t size) {
   if (is_to_fail()) throw std::bad_alloc();
-  return real_new_array(size);
+  return uncounted(real_new_array, size);
 }
-void* wrap_new_nothrow(size_t size, const std::nothrow_t&) { return is_to_fail() ? nullptr : real_new(size); }
+void* wrap_new_nothrow(size_t size, const std::nothrow_t&) {
+  return is_to_fail() ? nullptr : uncounted(real_new, size);
+}
 void* wrap_new_array_nothrow(size_t size, const std::nothrow_t&) {
-  return is_to_fail() ? nullptr : real_new_array(size);
+  return is_to_fail() ? nullptr : uncounted(real_new_array, size);
 }

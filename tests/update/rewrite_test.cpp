@@ -9,14 +9,18 @@
 namespace ambielf::test {
 namespace {
 
+Elf* begin_rewriting(const TempFile& file) {
+  elf_version(EV_CURRENT);
+  return elf_begin(file.id(), ELF_C_RDWR, nullptr);
+}
+
 enum class Change { none, grow, shrink };
 
 class Rewrite {
  public:
   Rewrite(const ScatteredObject& object, std::mt19937& random)
       : object_(object), random_(random), file_(object.file()) {
-    elf_version(EV_CURRENT);
-    elf_.reset(elf_begin(file_.id(), ELF_C_RDWR, nullptr));
+    elf_.reset(begin_rewriting(file_));
     for (size_t i = 0; i < object.sections().size(); ++i) expected_.push_back(object.contents(i));
   }
 
@@ -144,7 +148,7 @@ TEST_P(RewriteInPlace, IsAFixpoint) {
       Bytes first;
       for (int pass = 0; pass < 2; ++pass) {
         file.seek(0);
-        const ElfOwner elf(elf_begin(file.id(), ELF_C_RDWR, nullptr));
+        const ElfOwner elf(begin_rewriting(file));
         if (load_all) {
           for (Elf_Scn* scn = nullptr; (scn = elf_nextscn(elf.get(), scn)) != nullptr;) {
           }
@@ -176,7 +180,7 @@ TEST(Rewriting, ContentsThatChangePlacesGoThroughATemporaryFile) {
                .section(".early", SHT_PROGBITS, "", {.offset = start, .size = half})
                .build();
   const TempFile file(object.bytes);
-  const ElfOwner elf(elf_begin(file.id(), ELF_C_RDWR, nullptr));
+  const ElfOwner elf(begin_rewriting(file));
   elf_flagelf(elf.get(), ELF_C_SET, ELF_F_DIRTY);
   ASSERT_GT(elf_update(elf.get(), ELF_C_WRITE), 1) << elf_errno();
   const Bytes written = file.contents();
@@ -194,7 +198,7 @@ TEST(Rewriting, TheNameTableIsLoadedBeforeLayoutAndThePositionPutBack) {
                               .section(".debug_info", SHT_PROGBITS, "")
                               .build();
     const TempFile file(object.bytes);
-    const ElfOwner elf(elf_begin(file.id(), ELF_C_RDWR, nullptr));
+    const ElfOwner elf(begin_rewriting(file));
     Elf_Scn* const added = elf_newscn(elf.get());
     elf32_getshdr(added)->sh_name = 1;
     elf32_getshdr(added)->sh_type = SHT_HASH;
@@ -222,7 +226,7 @@ TEST(Rewriting, SectionsLandWhereLayoutSaidBehindOnesThatSendNothing) {
   const TempFile file(object.bytes);
   for (const bool caller_laid : {false, true}) {
     file.seek(0);
-    const ElfOwner elf(elf_begin(file.id(), ELF_C_RDWR, nullptr));
+    const ElfOwner elf(begin_rewriting(file));
     elf32_getshdr(elf_getscn(elf.get(), 1))->sh_offset = 96;
     elf_flagelf(elf.get(), ELF_C_SET, caller_laid ? ELF_F_DIRTY | ELF_F_LAYOUT : ELF_F_DIRTY);
     const int32_t size = elf_update(elf.get(), ELF_C_NULL);
