@@ -202,7 +202,7 @@ TEST(ArchiveFormat, SymbolTableThatDoesNotFitIsRefused) {
 
 TEST(ArchiveFormat, TheListEndsWithLessThanAHeader) {
   const Archive archive = ArchiveBuilder().member("a", "12345").build();
-  for (const size_t tail : {0, 1, 43, 44}) {
+  for (const size_t tail : std::initializer_list<size_t>{0, 1, 43, 44}) {
     const Archive longer = ArchiveBuilder().member("a", "1234").tail(Bytes(tail, '#')).build();
     EXPECT_EQ(code_of(longer.bytes), 0) << tail;
   }
@@ -272,7 +272,7 @@ TEST(ArchiveFormat, CutsReadAsTheSlowReaderHasThem) {
 
 // Members of very different sizes and names, so that windows of both kinds meet headers at every place in them.
 TEST(ArchiveFormat, ManyMembersReadAsTheSlowReaderHasThem) {
-  for (const size_t size : {0, 300, 2000, 5000}) {
+  for (const size_t size : std::initializer_list<size_t>{0, 300, 2000, 5000}) {
     ArchiveBuilder builder;
     for (size_t i = 0; i < 400; ++i) {
       builder.member(std::string(1 + i * 7 % 97, 'n'), Bytes(i % 10 == 9 ? 20000 : size + i % 13, '/'));

@@ -28,7 +28,7 @@ TEST(ArchiveReaders, HeaderGivesWhereItEndsOrACodeOfItsOwn) {
   TempFile file(archive.bytes);
   EXPECT_EQ(read_header(file, 8, archive.size()).result, 56);
   EXPECT_EQ(read_header(file, 8, 20).result, 20) << "cut inside the fixed part";
-  for (const uint64_t size : {0, 8, 9, 11, 12}) {
+  for (const uint64_t size : std::initializer_list<uint64_t>{0, 8, 9, 11, 12}) {
     EXPECT_EQ(read_header(file, 8, size).result, -1) << size;
     EXPECT_EQ(read_header(file, 8, size).code, 16) << size;
   }

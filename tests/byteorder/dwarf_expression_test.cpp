@@ -134,7 +134,8 @@ TEST(DwarfExpressions, EveryOperationTakesItsOperands) {
 
 TEST(DwarfExpressions, BlocksKnowTheOperationsOfVersion2Alone) {
   // There these have no operands, and what follows them is read as operations.
-  for (const unsigned op : {0x00, 0x01, 0x05, 0x0e, 0x0f, 0x98, 0x9a, 0x9e, 0xa3, 0xe1, 0xff}) {
+  for (const unsigned op :
+       std::initializer_list<unsigned>{0x00, 0x01, 0x05, 0x0e, 0x0f, 0x98, 0x9a, 0x9e, 0xa3, 0xe1, 0xff}) {
     SCOPED_TRACE(op);
     const Description expression = [=](DwarfEncoder& e) {
       e.u8("op", op).bytes("ops: nop", {0x96, 0x96}).u8("addr", 0x03).u32("address", 0x01020304);
@@ -146,7 +147,8 @@ TEST(DwarfExpressions, BlocksKnowTheOperationsOfVersion2Alone) {
 }
 
 TEST(DwarfExpressions, UnknownOperationsLeaveTheUnitAsItIs) {
-  for (const unsigned op : {0x00, 0x01, 0x02, 0x04, 0x05, 0x07, 0xaa, 0xdf, 0xe1, 0xf8, 0xfe, 0xff}) {
+  for (const unsigned op : std::initializer_list<unsigned>{0x00, 0x01, 0x02, 0x04, 0x05, 0x07, 0xaa, 0xdf,
+                                                           0xe1, 0xf8, 0xfe, 0xff}) {
     SCOPED_TRACE(op);
     expect_raw(with_expression(location, form_exprloc, [=](DwarfEncoder& e) { e.u8("op", op); }));
   }

@@ -102,7 +102,7 @@ TEST(DwarfForms, AllTakeTheBytesOfTheStandard) {
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.form);
-    for (const uint64_t version : {2, 4, 5})
+    for (const uint64_t version : std::initializer_list<uint64_t>{2, 4, 5})
       expect_converts(with_form(const_value, row.form, row.value, version));
     // The same through the stream, also where the form says twice that it comes from there.
     constexpr uint64_t implicit_const = 0x21;
@@ -116,7 +116,7 @@ TEST(DwarfForms, AllTakeTheBytesOfTheStandard) {
 }
 
 TEST(DwarfForms, UnknownOneLeavesTheUnitAsItIs) {
-  for (const uint64_t form : {0x02, 0x2d, 0x1f03, 0x7fff}) {
+  for (const uint64_t form : std::initializer_list<uint64_t>{0x02, 0x2d, 0x1f03, 0x7fff}) {
     expect_raw(with_form(name, form, [](DwarfEncoder& e) { e.u16("what it may be", 0x0102); }));
   }
   expect_raw(with_form(name, form_indirect, [](DwarfEncoder& e) { e.uleb("form", 0x2d); }));
@@ -155,7 +155,7 @@ void small_abbrev(DwarfEncoder& e) {
 }
 
 TEST(DwarfUnits, EveryVersionAndTypeHasItsHeader) {
-  for (const uint64_t version : {0, 1, 2, 3, 4, 6, 0x0500, 0xffff}) {
+  for (const uint64_t version : std::initializer_list<uint64_t>{0, 1, 2, 3, 4, 6, 0x0500, 0xffff}) {
     SCOPED_TRACE(version);
     expect_converts(info(
         [=](DwarfEncoder& e) {

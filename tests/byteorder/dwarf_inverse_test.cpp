@@ -14,7 +14,6 @@
 namespace ambielf::test {
 namespace {
 
-constexpr size_t abbrev_index = 1;
 constexpr size_t info_index = 2;
 constexpr size_t line_index = 3;
 
@@ -43,7 +42,7 @@ Sections small_sections(ByteOrder order) {
 
   DwarfEncoder info(order);
   DwarfEncoder line(order);
-  for (const uint64_t version : {2, 4, 5, 3, 5}) {
+  for (const uint64_t version : std::initializer_list<uint64_t>{2, 4, 5, 3, 5}) {
     info.unit([&](DwarfEncoder& u) {
       u.info_header(version, 0).uleb("code", 1).string("name", "a").u32("type", 0x30);
       u.sized("location", 0, [](DwarfEncoder& b) { b.u8("addr", 3).u32("address", 0x100); });

@@ -70,13 +70,14 @@ TEST(DwarfLine, OperationsOfAllVersionsTakeTheirOperands) {
     SCOPED_TRACE(version);
     expect_converts(program(version, [](DwarfEncoder& u) {
       set_address(u);
-      for (const unsigned op : {1, 6, 7, 8, 10, 11, 0x20, 0xff}) u.u8("op without operands", op);
+      for (const unsigned op : std::initializer_list<unsigned>{1, 6, 7, 8, 10, 11, 0x20, 0xff})
+        u.u8("op without operands", op);
       for (unsigned op = 2; op <= 5; ++op) u.u8("op", op).uleb("operand", 300);
       u.u8("extended", 0).u8("length", 12).u8("define_file", 3).string("file", "b.h");
       u.uleb("directory", 300).uleb("time", 70000).uleb("length", 300);
       set_address(u);
       // Passed by their lengths, though their operands look like operations.
-      for (const unsigned sub : {0x04, 0x80, 0xff}) {
+      for (const unsigned sub : std::initializer_list<unsigned>{0x04, 0x80, 0xff}) {
         u.u8("extended", 0).u8("length", 4).u8("sub-opcode", sub).bytes("operands", {0x00, 0x05, 0x02});
       }
       set_address(u);
@@ -86,7 +87,7 @@ TEST(DwarfLine, OperationsOfAllVersionsTakeTheirOperands) {
 }
 
 TEST(DwarfLine, PublishedProgramsGoByTheirLengths) {
-  for (const uint64_t version : {4, 5}) {
+  for (const uint64_t version : std::initializer_list<uint64_t>{4, 5}) {
     SCOPED_TRACE(version);
     expect_converts(program(version, [](DwarfEncoder& u) {
       u.u8("fixed_advance_pc", 9).u16("advance", 0x0102).u8("set_isa", 12).uleb("isa", 300);
@@ -113,7 +114,7 @@ TEST(DwarfLine, PublishedProgramsGoByTheirLengths) {
 }
 
 TEST(DwarfLine, OtherVersionsKnowNoOperandOfFixedAdvance) {
-  for (const uint64_t version : {2, 3, 6}) {
+  for (const uint64_t version : std::initializer_list<uint64_t>{2, 3, 6}) {
     // The two bytes are operations: the second takes a number behind it.
     expect_converts(program(version, [](DwarfEncoder& u) {
       u.u8("fixed_advance_pc", 9).u8("op", 0x21).u8("advance_pc", 2).uleb("operand", 300);
@@ -174,7 +175,7 @@ TEST(DwarfLine, FormsOfEntryTablesGoByTheTableOfForms) {
 }
 
 TEST(DwarfLine, UnitsThatDoNotEndWhereTheyShouldStayAsTheyAre) {
-  for (const uint64_t version : {2, 3, 4, 5}) {
+  for (const uint64_t version : std::initializer_list<uint64_t>{2, 3, 4, 5}) {
     SCOPED_TRACE(version);
     const Description whole = [=](DwarfEncoder& u) {
       u.line_header(version);
@@ -209,7 +210,7 @@ TEST(DwarfLine, BadExtendedOperationsLeaveAPublishedUnitAsItIs) {
       {0, 9, 0x80, 1},             // a length beyond the unit
   };
   for (const Bytes& bytes : operations) {
-    for (const uint64_t version : {4, 5}) {
+    for (const uint64_t version : std::initializer_list<uint64_t>{4, 5}) {
       expect_raw(program(version, [&](DwarfEncoder& u) { u.bytes("extended", bytes); }));
     }
   }

@@ -100,7 +100,7 @@ TEST_P(Sections, BytesThatAreMissingAreZeros) {
 }
 
 TEST_P(Sections, ThatClaimFourGigabytesCostAddressSpaceAtMost) {
-  for (const uint32_t type : {SHT_PROGBITS, SHT_SYMTAB, SHT_HASH, SHT_RELA}) {
+  for (const uint32_t type : std::initializer_list<uint32_t>{SHT_PROGBITS, SHT_SYMTAB, SHT_HASH, SHT_RELA}) {
     for (const uint32_t offset : {0x40u, 0x10000u, 0xFFFFFFF0u}) {
       Input in = open(
           builder().section("claim", type, "", {.entsize = 0, .offset = offset, .size = 0xFFFFFFFF}).build());
@@ -124,7 +124,13 @@ TEST_P(Sections, OfCoffDebugAreNarrowedInForeignFilesAlone) {
   };
   const auto symbols = [](Emit out, int count, bool padded) {
     for (int i = 0; i < count; ++i) {
-      out.text("symbol_").u8('0' + i).u32(0x01020304).u16(0x0506).u16(0x0708).u8(2).u8(1);
+      out.text("symbol_")
+          .u8(static_cast<unsigned>('0' + i))
+          .u32(0x01020304)
+          .u16(0x0506)
+          .u16(0x0708)
+          .u8(2)
+          .u8(1);
       if (padded) out.u16(0xFFFF);
     }
     return out;
@@ -181,7 +187,7 @@ TEST_P(Sections, OfLineRelocationsGoBackToTheOrderOfTheFile) {
   const auto relocation = [](Emit out, uint32_t offset) {
     return Bytes(out.words({offset, 0x0102, 0xFFFFFFFE}));
   };
-  for (const uint32_t type : {SHT_RELA, SHT_PROGBITS, 0x6FFF0000}) {
+  for (const uint32_t type : std::initializer_list<uint32_t>{SHT_RELA, SHT_PROGBITS, 0x6FFF0000}) {
     const Object object = builder().section(".rela.lnno..text", type, relocation(emit(), 24)).build();
     Input in = open(object);
     if (!foreign() && type > SHT_WORDS4) {

@@ -115,7 +115,7 @@ TEST(PathCanonicalize, ArgumentsAreCheckedInTheirOrder) {
 
 // A result of 259 bytes passes and one of 260 does not, 247 and 248 with the short limit.
 TEST(PathCanonicalize, LimitsHoldToTheByte) {
-  for (const size_t size : {246, 247, 248, 249, 258, 259, 260, 261, 300}) {
+  for (const size_t size : std::initializer_list<size_t>{246, 247, 248, 249, 258, 259, 260, 261, 300}) {
     const std::string absolute = R"(C:\)" + std::string(size - 3, 'p');
     const std::string relative(size - 8, 'p');  // behind C:\work and a separator
     for (const int out_size : {260, 500}) {

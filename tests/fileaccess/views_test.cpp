@@ -30,7 +30,7 @@ int code_of_failed_mclose(void* view) {
 
 TEST(ElfMopen, ViewHoldsTheWholeFileUntilElfMclose) {
   const ScratchDirectory scratch;
-  for (const size_t size : {1, 4095, 4096, 4097, 100000}) {
+  for (const size_t size : std::initializer_list<size_t>{1, 4095, 4096, 4097, 100000}) {
     std::string bytes(size, 'm');
     bytes.front() = 'f';
     bytes.back() = 'l';
