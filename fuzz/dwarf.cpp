@@ -32,7 +32,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 3) return 0;
   const bool is_line = (data[0] & 1) != 0;
   const bool host_order = (data[0] & 2) != 0;
-  const size_t abbrev_size = data[1] | data[2] << 8;
+  const size_t abbrev_size = data[1] | size_t{data[2]} << 8;
   data += 3;
   size -= 3;
   if (abbrev_size > size) return 0;
