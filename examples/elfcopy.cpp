@@ -96,7 +96,7 @@ class Copy {
 
   // The members of a group stand behind its flags, in file order here.
   void renumber_group(uint32_t* words, uint32_t& size) const {
-    size_t kept = 1;
+    size_t kept = size < sizeof *words ? 0 : 1;
     for (size_t i = 1; i < size / sizeof *words; ++i) {
       if (const uint16_t member = number(in_order(words[i]))) words[kept++] = in_order(member);
     }
@@ -137,12 +137,11 @@ Elf* begin(const char* path, int flags, Elf_Cmd command) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 3) {
-    std::fputs("usage: elfcopy INPUT OUTPUT [SECTION|-g]...\n", stderr);
-    return 2;
-  }
+  if (argc < 3) return std::fputs("usage: elfcopy INPUT OUTPUT [SECTION|-g]...\n", stderr), 2;
   elf_version(EV_CURRENT);
   Elf* const in = begin(argv[1], O_RDONLY, ELF_C_READ);
+  const bool is_narrow = elf32_getehdr(in)->e_ident[EI_CLASS] == ELFCLASS32;
+  if (!is_narrow) return std::fprintf(stderr, "elfcopy: %s: not a 32-bit object\n", argv[1]), 1;
   Elf* const out = begin(argv[2], O_RDWR | O_CREAT | O_TRUNC, ELF_C_WRITE);
   Copy(in, out, argv[1], {argv + 3, argv + argc}).write();
   return elf_end(out) + elf_end(in);

@@ -79,6 +79,7 @@ bool listed(const Elf32_Sym& symbol, std::string_view name) {
 }
 
 bool list_object(Elf* elf, const std::string& file_name) {
+  if (elf32_getehdr(elf)->e_ident[EI_CLASS] != ELFCLASS32) return fail(file_name, "not a 32-bit object");
   const std::vector<Elf32_Shdr> headers = section_headers(elf);
   std::vector<Symbol> symbols;
   for (size_t i = 0; i < headers.size(); ++i) {
@@ -97,9 +98,8 @@ bool list_object(Elf* elf, const std::string& file_name) {
   }
   std::sort(symbols.begin(), symbols.end(), [](const auto& a, const auto& b) { return a.name < b.name; });
   if (with_file_names) std::printf("\n%s:\n", file_name.c_str());
-  for (const auto& [value, letter, name] : symbols) {
+  for (const auto& [value, letter, name] : symbols)
     std::printf("%08x %c %.*s\n", value, letter, static_cast<int>(name.size()), name.data());
-  }
   return true;
 }
 

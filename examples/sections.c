@@ -15,6 +15,7 @@ int main(int argc, char** argv) {
     if (name != NULL) printf("%-20s %8lu bytes\n", name, (unsigned long)shdr->sh_size);
     if (name == NULL) printf("section %lu: %s\n", (unsigned long)i, elf_errmsg(elf_errno()));
   }
+  if (header != NULL && header->e_ident[EI_CLASS] != ELFCLASS32) fprintf(stderr, "not a 32-bit object\n");
   if (elf == NULL) fprintf(stderr, "%s\n", elf_errmsg(elf_errno()));
   if (elf != NULL) elf_end(elf);
   if (file != -1) elf_close(file);

@@ -1,63 +1,66 @@
-/* Makes an executable whose layout is the program's own: the code stands at a page, and its program header follows it. */
+/* Makes an executable of an object whose code needs no relocation, with a layout of the program's own: the code stands
+ * at the start of a page, in the file as in memory. */
 #include <ambielf/ambielf.h>
 #include <fcntl.h>
 #include <stdio.h>
+#include <unistd.h>
 
 enum { page = 0x1000, base = 0x400000 };
 
-static char names[] = "\0.text\0.shstrtab";
-static uint32_t code[] = {0x03e00008, 0x00000000}; /* jr $ra; nop */
-
-/* Under ELF_F_LAYOUT sh_offset, sh_size, sh_addralign and d_off are the caller's. */
-static Elf_Scn* place_section(Elf* elf, uint32_t name, uint32_t type, void* bytes, size_t size,
-                              uint32_t offset) {
-  Elf_Scn* scn = elf_newscn(elf);
-  Elf_Data* block = scn != NULL ? elf_newdata(scn) : NULL;
-  if (block == NULL) return NULL;
-  Elf32_Shdr* shdr = elf32_getshdr(scn);
-  shdr->sh_name = name;
-  shdr->sh_type = type;
-  shdr->sh_offset = offset;
-  shdr->sh_size = (uint32_t)size;
-  shdr->sh_addralign = 4;
-  block->d_buf = bytes;
-  block->d_size = (uint32_t)size;
-  block->d_type = type == SHT_PROGBITS ? ELF_T_WORD : ELF_T_BYTE;
-  block->d_off = 0;
-  return scn;
+/* Offsets rise with the index, and a section begins behind the end of the one before it. Gives the code. */
+static Elf_Scn* place_sections(Elf* elf) {
+  Elf_Scn* code = NULL;
+  uint32_t end = sizeof(Elf32_Ehdr);
+  for (Elf_Scn* scn = NULL; (scn = elf_nextscn(elf, scn)) != NULL;) { /* loads each of them */
+    Elf32_Shdr* shdr = elf32_getshdr(scn);
+    uint32_t align = 4;
+    if ((shdr->sh_flags & SHF_EXECINSTR) != 0) {
+      code = scn;
+      align = page;
+    }
+    shdr->sh_offset = (end + align - 1) / align * align;
+    end = shdr->sh_offset + (shdr->sh_type != SHT_NOBITS ? shdr->sh_size : 0);
+  }
+  return code;
 }
 
-static int build(Elf* elf) {
-  Elf32_Ehdr* header = elf32_newehdr(elf);
-  Elf32_Phdr* segment = header != NULL ? elf32_newphdr(elf) : NULL;
-  if (segment == NULL) return 0;
-  elf_flagelf(elf, ELF_C_SET, ELF_F_LAYOUT);
-  Elf_Scn* text = place_section(elf, 1, SHT_PROGBITS, code, sizeof code, page);
-  Elf_Scn* shstrtab = place_section(elf, 7, SHT_STRTAB, names, sizeof names, page + sizeof code);
-  if (text == NULL || shstrtab == NULL) return 0;
+/* In an object the value of a symbol is an offset into its section, in an executable an address. */
+static void move_symbols(Elf* elf, size_t section, uint32_t address) {
+  for (Elf_Scn* scn = NULL; (scn = elf_nextscn(elf, scn)) != NULL;) {
+    Elf_Data* block = elf32_getshdr(scn)->sh_type == SHT_SYMTAB ? elf_getdata(scn, NULL) : NULL;
+    Elf32_Sym* symbols = block != NULL ? block->d_buf : NULL;
+    for (size_t i = 0; symbols != NULL && i < block->d_size / sizeof(Elf32_Sym); ++i) {
+      if (symbols[i].st_shndx == section) symbols[i].st_value += address;
+    }
+  }
+}
 
-  header->e_ident[EI_DATA] = ELFDATA2MSB;
+static int make_executable(Elf* elf) {
+  Elf32_Ehdr* header = elf32_getehdr(elf);
+  Elf_Scn* code = place_sections(elf);
+  Elf32_Phdr* segment = code != NULL ? elf32_newphdr(elf) : NULL;
+  if (segment == NULL) return 0;
+  elf_flagelf(elf, ELF_C_SET, ELF_F_LAYOUT); /* from here on offsets and sizes are as they stand */
   header->e_type = ET_EXEC;
-  header->e_machine = EM_MIPS;
   header->e_entry = base;
-  header->e_shstrndx = (Elf32_Half)elf_ndxscn(shstrtab);
-  elf32_getshdr(text)->sh_flags = SHF_ALLOC | SHF_EXECINSTR;
-  elf32_getshdr(text)->sh_addr = base;
+  elf32_getshdr(code)->sh_addr = base;
+  move_symbols(elf, elf_ndxscn(code), base);
 
   segment->p_type = PT_LOAD;
   segment->p_vaddr = segment->p_paddr = base;
-  segment->p_filesz = segment->p_memsz = sizeof code;
+  segment->p_filesz = segment->p_memsz = elf32_getshdr(code)->sh_size;
   segment->p_flags = PF_R | PF_X;
   segment->p_align = page;
-  return elf32_setphdrdata(segment, text) == 0; /* p_offset follows the section */
+  return elf32_setphdrdata(segment, code) == 0; /* p_offset follows the section */
 }
 
 int main(int argc, char** argv) {
   if (argc != 2) return 2;
   elf_version(EV_CURRENT);
-  int file = elf_open(argv[1], O_RDWR | O_CREAT | O_TRUNC, 0777);
-  Elf* elf = file != -1 ? elf_begin(file, ELF_C_WRITE, NULL) : NULL;
-  int32_t size = elf != NULL && build(elf) ? elf_update(elf, ELF_C_WRITE) : -1;
+  int file = elf_open(argv[1], O_RDWR, 0);
+  Elf* elf = file != -1 ? elf_begin(file, ELF_C_RDWR, NULL) : NULL;
+  int ready = elf != NULL && make_executable(elf) && lseek(file, 0, SEEK_SET) == 0;
+  int32_t size = ready ? elf_update(elf, ELF_C_WRITE) : -1;
   if (size == -1) fprintf(stderr, "%s: %s\n", argv[1], elf_errmsg(elf_errno()));
   if (size != -1)
     printf("%d bytes, tables at %u and %u\n", size, elf32_getehdr(elf)->e_shoff, elf32_getehdr(elf)->e_phoff);

@@ -22,6 +22,10 @@ static void list_symbols(Elf* elf, Elf_Scn* table) {
 
 static void list_sections(Elf* elf) {
   const Elf32_Ehdr* header = elf32_getehdr(elf);
+  if (header->e_ident[EI_CLASS] != ELFCLASS32) {
+    printf("not a 32-bit object\n");
+    return;
+  }
   for (unsigned i = 1; i < header->e_shnum; ++i) {
     Elf_Scn* scn = elf_getscn(elf, i);
     if (scn == NULL) {

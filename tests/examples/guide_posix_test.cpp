@@ -36,11 +36,13 @@ TEST_F(GuidePosix, CreateMakesAnObjectThatADisassemblerReads) {
 }
 
 TEST_F(GuidePosix, PlaceMakesAnExecutableThatReadersAccept) {
+  EXPECT_EQ(run_example("guide/create", "big made").status, 0);
   EXPECT_EQ(run_example("guide/place", "made").status, 0);
-  const std::string headers = output_of("readelf -lW made 2>&1");
+  const std::string headers = output_of("readelf -lsW made 2>&1");
   EXPECT_NE(headers.find("LOAD           0x001000 0x00400000 0x00400000 0x00008 0x00008 R E 0x1000"),
             std::string::npos)
       << headers;
+  EXPECT_NE(headers.find("00400000     8 FUNC    GLOBAL DEFAULT    1 start"), std::string::npos) << headers;
   EXPECT_EQ(headers.find("arning"), std::string::npos) << headers;
 }
 

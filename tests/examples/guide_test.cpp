@@ -104,12 +104,14 @@ TEST_F(Guide, CreateMakesTheSameObjectInBothOrders) {
   }
 }
 
-TEST_F(Guide, PlacePutsEachThingWhereItSays) {
-  EXPECT_EQ(output_of_program("place", "made"), "4276 bytes, tables at 4124 and 4244\n");
+TEST_F(Guide, PlacePutsTheCodeAtAPageAndTheRestBehindIt) {
+  output_of_program("create", "big made");
+  EXPECT_EQ(output_of_program("place", "made"), "4412 bytes, tables at 4180 and 4380\n");
   const std::string file = file_bytes("made");
-  ASSERT_EQ(file.size(), 4276U);
+  ASSERT_EQ(file.size(), 4412U);
   EXPECT_EQ(file.substr(4096, 4), std::string("\x03\xe0\x00\x08", 4));
-  EXPECT_EQ(file.substr(4244 + 4, 4), std::string("\0\0\x10\0", 4));  // p_offset
+  EXPECT_EQ(file.substr(4104 + 16 + 4, 4), std::string("\0\x40\0\0", 4));  // the address of the symbol
+  EXPECT_EQ(file.substr(4380 + 4, 4), std::string("\0\0\x10\0", 4));       // p_offset
 }
 
 TEST_F(Guide, RewriteKeepsWhatItDoesNotTouch) {
