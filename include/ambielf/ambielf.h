@@ -268,22 +268,25 @@ AMBIELF_API void elf_fill(int fill);
  *
  * The byte order of an object is taken from e_version, not from the byte that the file has in
  * e_ident[EI_DATA], which is set to what was found. A header that the file's end cuts short reads as zeros
- * there, and so do table entries.
+ * there, and so do table entries. e_ident[EI_CLASS] is the caller's to look at: nothing here does, and an
+ * object of 64 bits opens, with fields that mean nothing.
  *
  * @param fildes  a file id open for the purpose; it stays the caller's
- * @param cmd     ELF_C_READ, ELF_C_WRITE or ELF_C_RDWR; with ELF_C_NULL the answer is NULL without a code,
- * which ends the usual loop over an archive
+ * @param cmd     ELF_C_READ, ELF_C_WRITE or ELF_C_RDWR; with ELF_C_NULL the answer is NULL without a
+ *                code, which ends the usual loop over an archive
  * @param ref     NULL, or a descriptor on the same file
  * @return the descriptor, or NULL
- * @codes 70 bad magic number; 80 elf_version was not called; 1 fildes is -1; 55, 57, 48, 4 no memory for the
- *        file's record, an archive, a descriptor, anything else.
+ * @codes 70 bad magic number; 80 elf_version was not called; 1 fildes is -1; 55, 57, 48, 4 no memory for
+ *        the file's record, an archive, a descriptor, anything else.
  *        Without `ref`: 5 the file's size can't be had or is above 4 GiB - 1; 8 nothing can be read; 6
- * neither an object nor an archive; 20 ELF_C_RDWR on an archive; 10 a bad first header or symbol table in an
- * archive; 11 a bad member header; 12 an archive without members; 39 cmd is none of the three. For the
- * headers of an object: 88, 89, 17 no seek; 8 no read; 6 a member that is no object; 27, 100 an entry size of
- * the section, program header table that is too small. With `ref`: 87 ELF_C_RDWR, but the descriptor was not
- * opened so; 88, 89, 17 the position can't be had; 60 it is a member; 13 no member starts at the position; 20
- * a member for writing; 39 as above.
+ *        neither an object nor an archive; 20 ELF_C_RDWR on an archive; 10 a bad first header or symbol
+ *        table in an archive; 11 a bad member header; 12 an archive without members; 39 cmd is none of
+ *        the three.
+ *        For the headers of an object: 88, 89, 17 no seek; 8 no read; 6 a member that is no object; 27,
+ *        100 an entry size of the section, program header table that is too small.
+ *        With `ref`: 87 ELF_C_RDWR, but the descriptor was not opened so; 88, 89, 17 the position can't
+ *        be had; 60 it is a member; 13 no member starts at the position; 20 a member for writing; 39 as
+ *        above.
  */
 AMBIELF_API Elf* elf_begin(int fildes, Elf_Cmd cmd, Elf* ref);
 
@@ -298,8 +301,8 @@ AMBIELF_API Elf* elf_begin(int fildes, Elf_Cmd cmd, Elf* ref);
  * @param image  the object's first byte, writable, at any alignment; it must outlive the descriptor
  * @param size   bytes in the image, at most 4 GiB - 1
  * @return the descriptor, with kind ELF_K_ELF, or NULL
- * @codes 55, 48, 4 no memory; 3 image is NULL or size 0; 6 not an object, or too large; 9 an archive; 27, 100
- * an entry size of the section, program header table that is too small
+ * @codes 55, 48, 4 no memory; 3 image is NULL or size 0; 6 not an object, or too large; 9 an archive;
+ *        27, 100 an entry size of the section, program header table that is too small
  */
 AMBIELF_API Elf* elf_memory(char* image, size_t size);
 
@@ -310,7 +313,7 @@ AMBIELF_API Elf* elf_memory(char* image, size_t size);
  *
  * @param elf  the descriptor
  * @return 0 when the descriptor is gone; the references that remain when it lives on; -1 on failure. A
- * member's archive counts as one reference.
+ *         member's archive counts as one reference.
  * @codes 32 elf is NULL; 70 bad magic number; 38 a member that has no users left
  */
 AMBIELF_API int elf_end(Elf* elf);
@@ -318,8 +321,8 @@ AMBIELF_API int elf_end(Elf* elf);
 /** Tells what a descriptor stands for.
  *
  * @param elf  the descriptor
- * @return ELF_K_ELF for an object that stands alone, ELF_K_AR for an archive and for its members; ELF_K_NONE
- * on failure
+ * @return ELF_K_ELF for an object that stands alone, ELF_K_AR for an archive and for its members;
+ *         ELF_K_NONE on failure
  * @codes 32 elf is NULL; 70 bad magic number
  */
 AMBIELF_API Elf_Kind elf_kind(Elf* elf);
@@ -365,9 +368,10 @@ AMBIELF_API char* elf_getident(Elf* elf, size_t* size);
  * @param index  0 to the number of sections - 1
  * @return the section, the same for every call with this index; or NULL
  * @codes 32 elf is NULL; 70 bad magic number; 21 no such section; 42 not loaded before elf_cntl ended
- * loading; 4, 74, 31 no memory for the section, its contents, its block; 88, 89, 17 no seek; 8 no read; 25,
- * 68, 37, 26 no name to be had in a file of the other byte order: no name table, no string table or an offset
- *        behind its end, a table without contents, anything else; 28 a type above 21
+ *        loading; 4, 74, 31 no memory for the section, its contents, its block; 88, 89, 17 no seek; 8 no
+ *        read; 25, 68, 37, 26 no name to be had in a file of the other byte order: no name table, no
+ *        string table or an offset behind its end, a table without contents, anything else; 28 a type
+ *        above 21
  */
 AMBIELF_API Elf_Scn* elf_getscn(Elf* elf, size_t index);
 
@@ -376,8 +380,8 @@ AMBIELF_API Elf_Scn* elf_getscn(Elf* elf, size_t index);
  * @param elf  the descriptor of an object
  * @param scn  the section before, NULL for the first
  * @return the next section, loaded as by elf_getscn; NULL at the end and on failure
- * @codes 32 elf is NULL; 70, 71 bad magic number; 21 no further section, or it can't be loaded: the code of
- * the load is replaced. elf_getscn with elf_ndxscn(scn) + 1 tells the two apart.
+ * @codes 32 elf is NULL; 70, 71 bad magic number; 21 no further section, or it can't be loaded: the code
+ *        of the load is replaced. elf_getscn with elf_ndxscn(scn) + 1 tells the two apart.
  */
 AMBIELF_API Elf_Scn* elf_nextscn(Elf* elf, Elf_Scn* scn);
 
@@ -426,12 +430,12 @@ AMBIELF_API char* elf_strptr(Elf* elf, size_t section, size_t offset);
  * Afterwards no further section is loaded (42), and elf_update can't write. New sections can be made.
  *
  * @param elf  the descriptor
- * @param cmd  ELF_C_FDDONE; or ELF_C_FDREAD, which first loads every section from index 1 up, of an archive
- * those of all members
+ * @param cmd  ELF_C_FDDONE; or ELF_C_FDREAD, which first loads every section from index 1 up, of an
+ *             archive those of all members
  * @return 0, or -1
  * @codes 32 elf is NULL; 85 another command; with ELF_C_FDREAD: 42 loading has ended already; 83 the
- * descriptor was opened with ELF_C_WRITE; 12 an archive without members; the codes of elf_getscn and
- * elf_begin
+ *        descriptor was opened with ELF_C_WRITE; 12 an archive without members; the codes of elf_getscn
+ *        and elf_begin
  */
 AMBIELF_API int elf_cntl(Elf* elf, Elf_Cmd cmd);
 
@@ -456,20 +460,21 @@ AMBIELF_API uint32_t elf32_fsize(uint32_t type, uint32_t count, uint32_t version
  * behaviour is not asked. `dst` may share its buffer with `src`, if both start at the same byte. Two types,
  * ELF_T_LNNO and ELF_T_SDB, are converted in the source block itself, before they are copied.
  *
- * @param dst       receives bytes, d_size and d_type; its d_buf has room for its d_size. May be the caller's
- * own.
+ * @param dst       receives bytes, d_size and d_type; its d_buf has room for its d_size. May be the
+ *                  caller's own.
  * @param src       a block that this library handed out, of a section of an object
  * @param encoding  ELFDATA2LSB or ELFDATA2MSB
  * @return dst; or NULL, without a code if there was nothing to convert
- * @codes 32 dst or src is NULL; 72 bad magic number; 41 dst is smaller than src; 24 another encoding; 47 src
- * has no section; 53 no descriptor; 44 no ELF header; 67 no such type; 82 a type that can't be converted
+ * @codes 32 dst or src is NULL; 72 bad magic number; 41 dst is smaller than src; 24 another encoding; 47
+ *        src has no section; 53 no descriptor; 44 no ELF header; 67 no such type; 82 a type that can't
+ *        be converted
  */
 AMBIELF_API Elf_Data* elf32_xlatetof(Elf_Data* dst, const Elf_Data* src, unsigned encoding);
 
 /** Converts a block from the byte order `encoding` to memory order. Everything else is as for elf32_xlatetof.
  *
- * @param dst       receives bytes, d_size and d_type; its d_buf has room for its d_size. May be the caller's
- * own.
+ * @param dst       receives bytes, d_size and d_type; its d_buf has room for its d_size. May be the
+ *                  caller's own.
  * @param src       a block that this library handed out, of a section of an object
  * @param encoding  ELFDATA2LSB or ELFDATA2MSB
  * @return dst; or NULL, without a code if there was nothing to convert
@@ -528,8 +533,8 @@ AMBIELF_API Elf32_Phdr* elf32_newphdr(Elf* elf);
  *
  * @param elf  the descriptor of an object that stands alone, not on an image
  * @return the section, or NULL
- * @codes 32 elf is NULL; 70 bad magic number; 20 an archive, a member or an image; 44 no ELF header; 4 no
- * memory; 34 no memory for the section, or 65535 are there
+ * @codes 32 elf is NULL; 70 bad magic number; 20 an archive, a member or an image; 44 no ELF header; 4
+ *        no memory; 34 no memory for the section, or 65535 are there
  */
 AMBIELF_API Elf_Scn* elf_newscn(Elf* elf);
 
@@ -614,15 +619,18 @@ AMBIELF_API unsigned elf_flagdata(Elf_Data* data, Elf_Cmd cmd, unsigned flags);
  *
  * @param elf  the descriptor of an object that stands alone, not on an image
  * @param cmd  ELF_C_NULL to lay out only; ELF_C_WRITE to lay out and write; the other commands do nothing
- * @return the size of the file in bytes; 1 with ELF_C_WRITE if the descriptor was not dirty; 0 for a command
- * that does nothing; -1 on failure. A write that fails leaves in the file what had gone out by then.
- * @codes 32 elf is NULL; 70 bad magic number; 65 no such command; 61 ELF_C_WRITE, but opened with ELF_C_READ.
- *        Layout: 9 an archive, a member or an image; 22 no ELF header; 24 e_ident[EI_DATA] is above 2; 33
- *        e_version is above 1; 25 sections out of order; 29 a block without a section header, or a file too
- * large for 32 bits; 30 under ELF_F_LAYOUT, blocks reach past sh_size. Writing: 81 no file; 88, 89, 17, 97,
- * 93, 94, 95, 96, 50 the file id can't be used; 42 after elf_cntl; 35 sections out of order; 43 a section or
- * block starts behind the running position, or has no sh_name; 37 a block without d_buf; 8 an old section
- * can't be read; 4 no memory; 82, 67, 98 a block can't be converted; 79, 86, 64 the file can't be written
+ * @return the size of the file in bytes; 1 with ELF_C_WRITE if the descriptor was not dirty; 0 for a
+ *         command that does nothing; -1 on failure. A write that fails leaves in the file what had gone
+ *         out by then.
+ * @codes 32 elf is NULL; 70 bad magic number; 65 no such command; 61 ELF_C_WRITE, but opened with
+ *        ELF_C_READ.
+ *        Layout: 9 an archive, a member or an image; 22 no ELF header; 24 e_ident[EI_DATA] is above 2;
+ *        33 e_version is above 1; 25 sections out of order; 29 a block without a section header, or a
+ *        file too large for 32 bits; 30 under ELF_F_LAYOUT, blocks reach past sh_size.
+ *        Writing: 81 no file; 88, 89, 17, 97, 93, 94, 95, 96, 50 the file id can't be used; 42 after
+ *        elf_cntl; 35 sections out of order; 43 a section or block starts behind the running position,
+ *        or has no sh_name; 37 a block without d_buf; 8 an old section can't be read; 4 no memory; 82,
+ *        67, 98 a block can't be converted; 79, 86, 64 the file can't be written
  */
 AMBIELF_API int32_t elf_update(Elf* elf, Elf_Cmd cmd);
 
@@ -633,8 +641,8 @@ AMBIELF_API int32_t elf_update(Elf* elf, Elf_Cmd cmd);
 /** Gives a copy of the program header table, in the byte order of the file.
  *
  * @param elf  the descriptor of an object
- * @return e_phnum records, the caller's to give back with elf32_freeshdrtab, also after elf_end; NULL without
- * a code if there are none, NULL with a code on failure
+ * @return e_phnum records, the caller's to give back with elf32_freeshdrtab, also after elf_end; NULL
+ *         without a code if there are none, NULL with a code on failure
  * @codes 32 elf is NULL; 70 bad magic number; 44 no ELF header; 4 no memory
  */
 AMBIELF_API Elf32_Phdr* elf32_getphdr(Elf* elf);
@@ -642,8 +650,8 @@ AMBIELF_API Elf32_Phdr* elf32_getphdr(Elf* elf);
 /** Gives a copy of the section header table, in the byte order of the file.
  *
  * @param elf  the descriptor of an object
- * @return e_shnum records, the caller's to give back with elf32_freeshdrtab, also after elf_end; NULL without
- * a code if there are none, NULL with a code on failure
+ * @return e_shnum records, the caller's to give back with elf32_freeshdrtab, also after elf_end; NULL
+ *         without a code if there are none, NULL with a code on failure
  * @codes 32 elf is NULL; 70 bad magic number; 44 no ELF header; 4 no memory
  */
 AMBIELF_API Elf32_Shdr* elf32_getshdrtab(Elf* elf);
@@ -660,8 +668,8 @@ AMBIELF_API void elf32_freeshdrtab(void* table);
  * @param elf    the descriptor of an object; it must be one, or NULL
  * @param index  of the program header, 0 to e_phnum - 1
  * @return the live block, or NULL
- * @codes 32 elf is NULL; 99 no such index; 100 no record; 101 no section matches, or it has no block; the
- * codes of elf_getscn
+ * @codes 32 elf is NULL; 99 no such index; 100 no record; 101 no section matches, or it has no block;
+ *        the codes of elf_getscn
  */
 AMBIELF_API Elf_Data* elf32_getphdrdata(Elf* elf, unsigned index);
 
@@ -702,8 +710,8 @@ AMBIELF_API Elf_Arsym* elf_getarsym(Elf* elf, size_t* count);
  *
  * @param elf  the descriptor of a member or of an archive
  * @return ELF_C_READ; or ELF_C_NULL at the end and on failure, without a code if elf is NULL or stands alone
- * @codes 70 bad magic number; 6, 60 a descriptor of no known kind; 59 no further member, and the position
- * stays; 88, 89, 17 no seek
+ * @codes 70 bad magic number; 6, 60 a descriptor of no known kind; 59 no further member, and the
+ *        position stays; 88, 89, 17 no seek
  */
 AMBIELF_API Elf_Cmd elf_next(Elf* elf);
 
@@ -748,8 +756,8 @@ AMBIELF_API int elf_close(int fildes);
  * @param path  the path
  * @param view  where the address of the first byte is stored, on success only; may be NULL
  * @return the size of the file in bytes, the view to be given back with elf_mclose; or -1
- * @codes 62 path is NULL; 102 the canonical path is too long; 103, 50 it can't be formed; 58 the file can't
- * be opened under it either; 51 the file can't be mapped, an empty one for example
+ * @codes 62 path is NULL; 102 the canonical path is too long; 103, 50 it can't be formed; 58 the file
+ *        can't be opened under it either; 51 the file can't be mapped, an empty one for example
  */
 AMBIELF_API int64_t elf_mopen(const char* path, void** view);
 
