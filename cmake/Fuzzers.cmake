@@ -9,8 +9,7 @@ foreach(source IN LISTS fuzzers)
   ambielf_own_target(${name}_replay)
   target_link_libraries(${name}_replay PRIVATE ambielf_core)
   target_include_directories(${name}_replay PRIVATE tests)  # support/
-  # As the tests: g++ 12 warns wrongly of bounds in containers that it has inlined.
-  target_compile_options(${name}_replay PRIVATE $<$<AND:$<CONFIG:Release>,$<NOT:$<CXX_COMPILER_ID:MSVC>>>:-O1>)
+  target_compile_options(${name}_replay PRIVATE ${ambielf_test_options})
   add_test(NAME fuzz/${subject} COMMAND ${name}_replay ${PROJECT_SOURCE_DIR}/fuzz/seeds/${subject})
   if(AMBIELF_FUZZERS)
     add_executable(${name} ${source})

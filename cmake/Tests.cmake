@@ -1,8 +1,13 @@
 # Tests: every folder below tests/ becomes one GoogleTest program, tests/<folder>/*_test.cpp, linked with all of
 # the library's code and with tests/support. ctest runs each case in a process of its own, so that none
 # sees the error code or the work version that another one left.
+
+# Tests of an optimised library need not be optimised themselves: that only costs time, and g++ 12 warns of bounds in
+# containers that it has inlined, wrongly.
+set(ambielf_test_options $<$<CONFIG:Release>:$<IF:$<CXX_COMPILER_ID:MSVC>,/O1,-O1>>)
 if(CMAKE_CROSSCOMPILING)  # no package has it built for other systems, but one brings its sources
-  add_compile_options(-O1)  # for all that follows: its tests show the other system's ways, not its speed
+  set(ambielf_test_options -O0)  # its tests show the other system's ways, not its speed
+  add_compile_options(-O0)
   set(AMBIELF_GOOGLETEST_SOURCE /usr/src/googletest CACHE PATH "GoogleTest's sources, for a cross build")
   block()
     set(BUILD_SHARED_LIBS OFF)
@@ -37,9 +42,7 @@ endforeach()
 list(REMOVE_DUPLICATES folders)
 
 add_library(ambielf_test_support INTERFACE)
-# Tests of an optimised library need not be optimised themselves: that only costs time, and g++ 12 warns of bounds in
-# containers that it has inlined, wrongly.
-target_compile_options(ambielf_test_support INTERFACE $<$<CONFIG:Release>:$<IF:$<CXX_COMPILER_ID:MSVC>,/O1,-O1>>)
+target_compile_options(ambielf_test_support INTERFACE ${ambielf_test_options})
 target_link_libraries(ambielf_test_support INTERFACE GTest::gtest GTest::gmock)
 target_include_directories(ambielf_test_support INTERFACE ${PROJECT_SOURCE_DIR}/tests)
 target_compile_definitions(ambielf_test_support INTERFACE
