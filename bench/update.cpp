@@ -1,6 +1,7 @@
 // Creating, writing and rewriting objects, beside programs that only move the same bytes through a buffer of
 // the same size.
 #include <array>
+#include <map>
 
 #include "inputs.h"
 #include "platform/platform.h"
@@ -70,16 +71,12 @@ void write_floor(benchmark::State& state) {
 
 // Objects that are there to be rewritten, in the foreign order.
 const TempFile& old_file(size_t count, size_t size) {
-  static std::array<std::pair<size_t, std::unique_ptr<TempFile>>, 8> files;
-  for (auto& [key, file] : files) {
-    if (file && key == count) return *file;
-    if (file) continue;
-    key = count;
-    file = std::make_unique<TempFile>();
-    write_and_end(make(*file, ByteOrder::big, count, size));
-    return *file;
-  }
-  std::abort();
+  static std::map<std::pair<size_t, size_t>, std::unique_ptr<TempFile>> files;
+  std::unique_ptr<TempFile>& file = files[{count, size}];
+  if (file) return *file;
+  file = std::make_unique<TempFile>();
+  write_and_end(make(*file, ByteOrder::big, count, size));
+  return *file;
 }
 
 void rewrite(const TempFile& file) {
@@ -125,6 +122,7 @@ const bool added = [] {
   add_rewriting("256MiB", sections, section_size);
   for (const size_t count : {600, 6'000, 60'000}) {
     add_rewriting(std::to_string(count), count, 16);
+    add_rewriting(std::to_string(count) + "_with_gaps", count, 13);
     add("update/sections/" + std::to_string(count), [=](benchmark::State& state) {
       write_files(state, [=](const TempFile& file) { write_and_end(make(file, ByteOrder::big, count, 16)); });
     });

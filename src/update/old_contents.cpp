@@ -110,15 +110,27 @@ void OldContents::drop(Window& window) {
 }
 
 // The `size` old bytes at `from`, all in one window; they stand until the next fetch or until the window is
-// dropped.
+// dropped. Where one piece follows another in a window that is not in memory, all that is needed of it is read, so
+// that small pieces cost no call each; and not again and again where pieces jump between windows.
 const unsigned char* OldContents::fetch(size_t index, uint64_t from, uint32_t size) {
-  const Window& window = windows_[index];
-  const uint32_t place = static_cast<uint32_t>(from - uint64_t{index} * window_size);
-  if (window.bytes) return window.bytes.get() + (place - window.first);
-  const int source = window.slot != 0 ? temporary_file_ : file_id_;
-  const uint64_t offset =
-      window.slot != 0 ? uint64_t{window.slot - 1} * window_size + (place - window.first) : from;
-  return read_bytes(source, offset, scratch_.get(), size) ? scratch_.get() : nullptr;
+  Window& window = windows_[index];
+  const uint64_t start = uint64_t{index} * window_size;
+  if (window.bytes) return window.bytes.get() + (from - start - window.first);
+  if (from < scratch_start_ || from + size > scratch_end_) {
+    const bool follows = index == last_fetched_ && window.reads < most_reads;
+    const uint64_t begin = follows ? start + window.first : from;
+    const uint32_t count = follows ? window.size() : size;
+    window.reads += follows ? 1 : 0;
+    scratch_end_ = 0;
+    const int source = window.slot != 0 ? temporary_file_ : file_id_;
+    const uint64_t slot_start = uint64_t{window.slot - 1} * window_size;
+    const uint64_t offset = window.slot != 0 ? slot_start + (begin - start - window.first) : begin;
+    if (!read_bytes(source, offset, scratch_.get(), count)) return nullptr;
+    scratch_start_ = begin;
+    scratch_end_ = begin + count;
+  }
+  last_fetched_ = index;
+  return scratch_.get() + (from - scratch_start_);
 }
 
 bool OldContents::send(const Piece& piece, DestBuffer& destination) {

@@ -51,6 +51,7 @@ class OldContents {
     uint32_t last = 0;
     std::unique_ptr<unsigned char[]> bytes;  // those bytes, saved in memory
     uint32_t slot = 0;                       // or in the temporary file, counted from 1
+    uint32_t reads = 0;                      // of all those bytes, for pieces that follow one another
 
     bool saved() const { return bytes || slot != 0; }
     uint32_t size() const { return last - first; }
@@ -67,7 +68,11 @@ class OldContents {
   std::vector<Window> windows_;
   size_t next_to_overwrite_;
   uint64_t bytes_in_memory_ = 0;
-  std::unique_ptr<unsigned char[]> scratch_;  // one window
+  static constexpr uint32_t most_reads = 4;
+  std::unique_ptr<unsigned char[]> scratch_;  // the old bytes from scratch_start_ to scratch_end_, of one window
+  uint64_t scratch_start_ = 0;
+  uint64_t scratch_end_ = 0;
+  size_t last_fetched_ = SIZE_MAX;
   int temporary_file_ = -1;
   uint32_t slots_used_ = 0;
   std::vector<uint32_t> free_slots_;

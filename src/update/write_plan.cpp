@@ -53,11 +53,23 @@ bool WritePlan::add_block(const Elf_Scn& scn, DataDesc& block, uint64_t section_
   return true;
 }
 
+// Whether old bytes from there stand right behind those of the last piece, in both files: most sections move
+// together with their neighbours.
+bool WritePlan::goes_on(uint32_t new_offset, uint32_t old_offset) const {
+  if (pieces_.empty() || pieces_.back().block != nullptr) return false;
+  const Piece& last = pieces_.back();
+  return uint64_t{last.offset} + last.size == new_offset && uint64_t{last.old_offset} + last.size == old_offset;
+}
+
 bool WritePlan::add_not_loaded(const Elf32_Shdr& shdr, uint32_t new_offset) {
   if (shdr.sh_type == SHT_NOBITS || shdr.sh_size == 0) return true;
   if (!start_at(new_offset)) return false;
-  pieces_.push_back({new_offset, shdr.sh_size, nullptr, shdr.sh_offset});
   end_ += shdr.sh_size;
+  if (goes_on(new_offset, shdr.sh_offset)) {
+    pieces_.back().size += shdr.sh_size;
+  } else {
+    pieces_.push_back({new_offset, shdr.sh_size, nullptr, shdr.sh_offset});
+  }
   return true;
 }
 

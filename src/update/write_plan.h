@@ -13,7 +13,7 @@
 
 namespace ambielf {
 
-// A block of a loaded section, or the bytes that a section which is not loaded has in the old file.
+// A block of a loaded section, or the bytes that one or more sections which are not loaded have in the old file.
 struct Piece {
   uint32_t offset;      // in the new file
   uint32_t size;        // above 0 for old bytes
@@ -33,6 +33,7 @@ class WritePlan {
   bool add_loaded(const Elf_Scn& scn);
   bool add_block(const Elf_Scn& scn, DataDesc& block, uint64_t section_end);
   bool add_not_loaded(const Elf32_Shdr& shdr, uint32_t new_offset);
+  bool goes_on(uint32_t new_offset, uint32_t old_offset) const;
   bool start_at(uint64_t offset);
 
   std::vector<Piece> pieces_;
