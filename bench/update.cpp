@@ -1,5 +1,10 @@
 // Creating, writing and rewriting objects, beside programs that only move the same bytes through a buffer of
 // the same size.
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <array>
 #include <map>
 
@@ -109,6 +114,29 @@ void copy_old(benchmark::State& state, size_t count, size_t size) {
   for (auto _ : state) copy(file, to);
 }
 
+// The processor time of the program that every user has.
+void run_cp(benchmark::State& state, size_t count, size_t size) {
+  const TempFile& file = old_file(count, size);
+  const TempFile to;
+  const auto used = [] {
+    rusage usage;
+    getrusage(RUSAGE_CHILDREN, &usage);
+    return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+           static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) * 1e-6;
+  };
+  std::string cp = "cp";
+  std::string from = file.path();
+  std::string into = to.path();
+  char* const arguments[] = {cp.data(), from.data(), into.data(), nullptr};
+  const double before = used();
+  for (auto _ : state) {
+    pid_t child = -1;
+    demand(posix_spawnp(&child, "cp", nullptr, nullptr, arguments, environ) == 0, "cp");
+    waitpid(child, nullptr, 0);
+  }
+  state.counters["of_child"] = (used() - before) / static_cast<double>(state.iterations());
+}
+
 const bool added = [] {
   add("update/new/floor", write_floor);
   for (const ByteOrder order : both_orders) {
@@ -118,6 +146,7 @@ const bool added = [] {
   const auto add_rewriting = [](const std::string& name, size_t count, size_t size) {
     add("update/rewrite/" + name, [=](benchmark::State& state) { rewrite_old(state, count, size); });
     add("update/copy/" + name, [=](benchmark::State& state) { copy_old(state, count, size); });
+    add("update/cp/" + name, [=](benchmark::State& state) { run_cp(state, count, size); });
   };
   add_rewriting("256MiB", sections, section_size);
   for (const size_t count : {600, 6'000, 60'000}) {

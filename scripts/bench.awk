@@ -7,7 +7,7 @@ function trimmed(text) { gsub(/^[ \t]+|[ \t]+$/, "", text); return text }
 function value_of(figure,  part, counter, star, name, found, best, middle) {
   split(figure, part, ":")
   counter = "cpu_time"
-  if (figure !~ /iterations:1$/ && part[2] != "") { counter = part[2]; figure = part[1] }
+  if (part[2] != "" && figure !~ /iterations:1$/) { counter = part[2]; figure = part[1] }
   worst = ""
   star = index(figure, "*")
   if (star == 0) return value[figure, counter]

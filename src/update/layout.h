@@ -16,7 +16,10 @@ namespace ambielf {
 
 // The smallest multiple of `align`, which may be any number, that is not below `offset`; 0 and 1 align nothing.
 constexpr uint64_t align_offset(uint64_t offset, uint32_t align) {
-  return align <= 1 ? offset : (offset + align - 1) / align * align;
+  if (align <= 1) return offset;
+  // Nearly every alignment is a power of two, which needs no division.
+  if ((align & (align - 1)) == 0) return (offset + align - 1) & ~uint64_t{align - 1};
+  return (offset + align - 1) / align * align;
 }
 
 // Where the bytes of each section go that is not loaded, by section index: such a section's sh_offset still

@@ -61,11 +61,12 @@ bool OldContents::plan(const std::vector<Piece>& pieces) {
   return true;
 }
 
-bool OldContents::make_way(uint64_t end) {
+bool OldContents::save_below(uint64_t end) {
   const uint64_t overwritten = (output_start_ + end + window_size - 1) / window_size;
   for (; next_to_overwrite_ < windows_.size() && next_to_overwrite_ < overwritten; ++next_to_overwrite_) {
     if (windows_[next_to_overwrite_].unsent != 0 && !save(next_to_overwrite_)) return false;
   }
+  free_until_ = overwritten * window_size - output_start_;
   return true;
 }
 
@@ -154,7 +155,7 @@ bool OldContents::send(const Piece& piece, DestBuffer& destination) {
     if (window.unsent == 0) drop(window);
   }
   if (!make_way(uint64_t{piece.offset} + piece.size)) return false;
-  destination.fill(0, piece.size - present);
+  if (present != piece.size) destination.fill(0, piece.size - present);
   return true;
 }
 

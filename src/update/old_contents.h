@@ -35,7 +35,7 @@ class OldContents {
 
   // To be called before the output up to `end` is handed to the sink. False after 8, 64, 79 or the code of a
   // temporary file that cannot be had.
-  bool make_way(uint64_t end);
+  bool make_way(uint64_t end) { return end <= free_until_ || save_below(end); }
 
   // Sends the old bytes of a piece, zeros for those behind the end of the old file. Fails as make_way does.
   bool send(const Piece& piece, DestBuffer& destination);
@@ -57,6 +57,7 @@ class OldContents {
     uint32_t size() const { return last - first; }
   };
 
+  bool save_below(uint64_t end);
   bool save(size_t index);
   bool spill(Window& window);
   void drop(Window& window);
@@ -67,9 +68,11 @@ class OldContents {
   uint64_t old_size_ = 0;
   std::vector<Window> windows_;
   size_t next_to_overwrite_;
+  uint64_t free_until_ = 0;  // output up to here overwrites nothing that is still needed
   uint64_t bytes_in_memory_ = 0;
   static constexpr uint32_t most_reads = 4;
-  std::unique_ptr<unsigned char[]> scratch_;  // the old bytes from scratch_start_ to scratch_end_, of one window
+  std::unique_ptr<unsigned char[]>
+      scratch_;  // the old bytes from scratch_start_ to scratch_end_, of one window
   uint64_t scratch_start_ = 0;
   uint64_t scratch_end_ = 0;
   size_t last_fetched_ = SIZE_MAX;

@@ -71,6 +71,7 @@ class ImageWriter {
 
  private:
   bool fill_to(uint64_t target) {
+    if (target == position_) return true;
     if (!old_.make_way(target)) return false;
     destination_.fill(fill_value(), static_cast<uint32_t>(target - position_));
     position_ = target;

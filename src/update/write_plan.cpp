@@ -5,6 +5,7 @@
 namespace ambielf {
 
 bool WritePlan::make(Elf& elf, const NewOffsets& new_offsets) {
+  pieces_.reserve(elf.shdrs.size());
   for (size_t index = 0; index < elf.shdrs.size(); ++index) {
     const Elf_Scn* const scn = elf.loaded_scn(index);
     const bool added =
@@ -58,7 +59,8 @@ bool WritePlan::add_block(const Elf_Scn& scn, DataDesc& block, uint64_t section_
 bool WritePlan::goes_on(uint32_t new_offset, uint32_t old_offset) const {
   if (pieces_.empty() || pieces_.back().block != nullptr) return false;
   const Piece& last = pieces_.back();
-  return uint64_t{last.offset} + last.size == new_offset && uint64_t{last.old_offset} + last.size == old_offset;
+  return uint64_t{last.offset} + last.size == new_offset &&
+         uint64_t{last.old_offset} + last.size == old_offset;
 }
 
 bool WritePlan::add_not_loaded(const Elf32_Shdr& shdr, uint32_t new_offset) {
