@@ -1,5 +1,6 @@
 #include "archive/ar_desc.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <functional>
 
@@ -36,6 +37,7 @@ int64_t ArDesc::initialize() {
   if (!window.initialize()) return -1;
   const int64_t members_start = read_symbol_table(window);
   if (members_start < 0 || !read_members(window, static_cast<uint64_t>(members_start))) return -1;
+  index_members();
   return static_cast<int64_t>(members.size());
 }
 
@@ -58,6 +60,14 @@ int64_t ArDesc::read_symbol_table(HeaderWindow& window) {
   return end;
 }
 
+// How many members to make room for at the one whose header is at `offset`: as many as the file has if they go on
+// as they began, so that a long list is hardly ever moved.
+size_t ArDesc::expected_members(uint64_t offset) const {
+  const size_t count = members.size();
+  const uint64_t expected = count * file_desc->file_size / offset;
+  return std::max(count + count / 2 + 64, static_cast<size_t>(expected + expected / 16));
+}
+
 // Reads all members from the one whose header is at `offset`. The file ends quietly: up to 44 bytes behind
 // the last member are no header.
 bool ArDesc::read_members(HeaderWindow& window, uint64_t offset) {
@@ -70,24 +80,34 @@ bool ArDesc::read_members(HeaderWindow& window, uint64_t offset) {
       elf_set_error(11);
       return false;
     }
+    if (members.size() == members.capacity()) members.reserve(expected_members(offset));
     members.push_back(std::move(member));
-    header_offsets_.push_back(static_cast<uint32_t>(offset));
     offset = static_cast<uint64_t>(next);
   }
   return true;
 }
 
-// Halves the list without branching on where the offset lies: jumps come in no order that a branch predictor
-// could learn.
-ArMember* ArDesc::member_at(uint64_t offset) {
-  if (members.empty()) return nullptr;
-  const uint32_t* start = header_offsets_.data();
-  for (size_t left = header_offsets_.size(); left > 1;) {
-    const size_t half = left / 2;
-    start += start[half] <= offset ? half : 0;
-    left -= half;
+// Divides the file into about as many stretches of equal size as there are members, and notes where each begins in
+// the list.
+void ArDesc::index_members() {
+  if (members.empty()) return;
+  while (file_desc->file_size >> stretch_bits_ > members.size()) ++stretch_bits_;
+  stretches_.reserve(static_cast<size_t>(file_desc->file_size >> stretch_bits_) + 2);
+  for (size_t i = 0; i < members.size(); ++i) {
+    const size_t stretch = members[i].header_offset() >> stretch_bits_;
+    stretches_.resize(std::max(stretches_.size(), stretch + 1), static_cast<uint32_t>(i));
   }
-  return *start == offset ? &members[static_cast<size_t>(start - header_offsets_.data())] : nullptr;
+  stretches_.push_back(static_cast<uint32_t>(members.size()));
+}
+
+ArMember* ArDesc::member_at(uint64_t offset) {
+  const uint64_t stretch = offset >> stretch_bits_;
+  if (stretch + 1 >= stretches_.size()) return nullptr;
+  ArMember* const first = members.data() + stretches_[static_cast<size_t>(stretch)];
+  ArMember* const last = members.data() + stretches_[static_cast<size_t>(stretch) + 1];
+  ArMember* const found = std::lower_bound(
+      first, last, offset, [](const ArMember& m, uint64_t wanted) { return m.header_offset() < wanted; });
+  return found != last && found->header_offset() == offset ? found : nullptr;
 }
 
 ArMember* ArDesc::first_or_next_member(const ArMember* member) {

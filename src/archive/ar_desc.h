@@ -43,7 +43,13 @@ struct ArDesc {
   int64_t read_symbol_table(HeaderWindow& window);
   bool read_members(HeaderWindow& window, uint64_t offset);
 
-  std::vector<uint32_t> header_offsets_;  // of the members, close together for look-ups
+  size_t expected_members(uint64_t offset) const;
+  void index_members();
+
+  // For look-ups: the first member of each stretch of 1 << stretch_bits_ bytes of the file, up to the last stretch that
+  // has any; then their number.
+  std::vector<uint32_t> stretches_;
+  unsigned stretch_bits_ = 0;
 };
 
 }  // namespace ambielf
