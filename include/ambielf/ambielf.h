@@ -757,7 +757,8 @@ AMBIELF_API int elf_close(int fildes);
  * @param view  where the address of the first byte is stored, on success only; may be NULL
  * @return the size of the file in bytes, the view to be given back with elf_mclose; or -1
  * @codes 62 path is NULL; 102 the canonical path is too long; 103, 50 it can't be formed; 58 the file
- *        can't be opened under it either; 51 the file can't be mapped, an empty one for example
+ *        can't be opened under it either; 51 the file can't be mapped: an empty one for example, or a
+ *        directory, which Windows can't even open (58)
  */
 AMBIELF_API int64_t elf_mopen(const char* path, void** view);
 
