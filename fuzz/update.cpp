@@ -103,7 +103,7 @@ class Program {
   };
 
   void add_block(Elf_Scn* scn, unsigned argument) {
-    if (scn == nullptr || scn->data.size() > 20) return;
+    if (scn == nullptr || scn->data().size() > 20) return;
     Elf_Data* const block = elf_newdata(scn);
     if (block == nullptr) return;
     const size_t size = argument % (largest_block + 1);
@@ -180,13 +180,13 @@ class Program {
 
   // The two types whose records are reversed where they lie alternate from write to write.
   bool converts_both_ways() const {
-    for (const auto& scn : elf_->scns) {
-      if (!scn) continue;
-      for (const auto& block : scn->data) {
-        if (block->d_type == ELF_T_LNNO || block->d_type == ELF_T_SDB) return false;
+    bool both_ways = true;
+    elf_->scns.for_each([&](const Elf_Scn& scn) {
+      for (const auto& block : scn.data()) {
+        if (block->d_type == ELF_T_LNNO || block->d_type == ELF_T_SDB) both_ways = false;
       }
-    }
-    return true;
+    });
+    return both_ways;
   }
 
   std::vector<Bytes> contents_not_loaded() const {

@@ -67,6 +67,8 @@ void convert_block(unsigned char* source, DestBuffer& destination, uint32_t coun
 
 }  // namespace
 
+bool DataDesc::converts_by_name(const TableString& name) { return debug_section(name) != DebugSection::none; }
+
 int32_t DataDesc::convert(unsigned char* bytes, DestBuffer& destination, uint32_t type, bool to_file,
                           bool force) {
   if (type > greatest_data_type) {
@@ -77,7 +79,7 @@ int32_t DataDesc::convert(unsigned char* bytes, DestBuffer& destination, uint32_
   const bool on_load = !to_file && !force;
   const TableString name = elf.section_name(scn->index);
   if (on_load && name) {
-    const DataDesc& names = *elf.loaded_scn(elf.header().e_shstrndx)->first_data();
+    const DataDesc& names = *elf.loaded_scn(elf.name_table())->first_data();
     if (!ask_controller(*scn, names, name)) return -1;
   }
 
@@ -104,13 +106,13 @@ int32_t DataDesc::convert_debug(DebugSection section, unsigned char* bytes, Dest
   const bool on_load = !to_file && !force;
   const uint32_t size = on_load ? std::min(d_size, loaded.present) : d_size;
   const DebugWalk walk = {section, scn->elf,          !to_file || force,
-                          on_load, value_before_swap, {&translated_units, &loaded.raw_units}};
+                          on_load, value_before_swap, {&translated_units, &raw_units}};
   RawUnits passed;
   const bool complete = walkDebugSection(walk, bytes, size, destination, passed);
   if (force) {
     translated_units = std::move(passed);
   } else if (!to_file) {
-    loaded.raw_units = std::move(passed);
+    raw_units = std::move(passed);
   }
   if (!complete) {
     elf_set_error(4);

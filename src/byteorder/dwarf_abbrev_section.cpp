@@ -50,7 +50,7 @@ const AbbrevStore& loadAbbrevStore(Elf& elf, bool may_load, bool on_load) {
   AbbrevSection& section = *elf.abbreviations;
   const std::optional<size_t> index = section.find(elf);
   if (!index) return none;
-  const Elf_Scn* const scn = may_load ? elf.get_scn(*index) : elf.loaded_scn(*index);
+  Elf_Scn* const scn = may_load ? elf.get_scn(*index) : elf.loaded_scn(*index);
   const DataDesc* const block = scn == nullptr ? nullptr : scn->first_data();
   if (block == nullptr) return none;
   using Walk = AbbrevSection::Walk;

@@ -37,6 +37,7 @@ int elf_setswapbehavior(Elf_Scn* section, int behavior) {
     return -1;
   }
   section->swap_behavior = behavior;
+  section->elf->scns.touch(section->index);
   return 0;
 }
 

@@ -2,40 +2,20 @@
 
 #include "byteorder/data_types.h"
 #include "descriptors/elf.h"
-#include "frame/error.h"
 
 namespace ambielf {
 
-bool DataDesc::initialize() {
-  if (d_buf == nullptr) return true;
-  if (scn->shdr == nullptr) {
-    elf_set_error(27);
-    return false;
-  }
-  const uint32_t type = data_type_of_section(scn->shdr->sh_type);
-  if (type == ELF_T_NONE) return false;
-  if (scn->elf == nullptr) {
-    elf_set_error(53);
-    return false;
-  }
-  if (scn->elf->ehdr == nullptr) {
-    elf_set_error(44);
-    return false;
-  }
-  d_type = type;
-  d_off = 0;
+DataDesc::DataDesc(Elf_Scn* owner, const LoadedBlock& contents) : Elf_Data{}, scn(owner), loaded(contents) {
+  d_buf = contents.buf;
+  d_type = visible_type(contents.type);
+  d_size = contents.size;
   d_align = 1;
-  d_size = scn->shdr->sh_size;
-  d_version = scn->elf->header().e_version;
+  d_version = owner->elf->header().e_version;
+}
 
-  unsigned char* const bytes = static_cast<unsigned char*>(d_buf);
-  loaded.buf = bytes;
-  loaded.size = d_size;
-  loaded.type = type;
-  CharDestBuffer in_place(bytes);
-  loaded.left_raw = convert(bytes, in_place, type, false, false) == -1;
-  d_type = visible_type(type);
-  return true;
+void DataDesc::convert_loaded() {
+  CharDestBuffer in_place(loaded.buf);
+  loaded.left_raw = convert(loaded.buf, in_place, loaded.type, false, false) == -1;
 }
 
 }  // namespace ambielf

@@ -9,12 +9,13 @@
 
 #include "byteorder/dest_buffer.h"
 #include "byteorder/raw_units.h"
+#include "descriptors/table_string.h"
 
 namespace ambielf {
 
 enum class DebugSection;
 
-// What loading did to a block, for the way back. All zero for a block that was not loaded.
+// What loading found and did, for the way back. All zero for a block that was not loaded.
 struct LoadedBlock {
   unsigned char* buf = nullptr;  // where the contents lie; the caller may hang something else into d_buf
   uint32_t size = 0;
@@ -22,11 +23,13 @@ struct LoadedBlock {
   uint32_t type = ELF_T_BYTE;  // the data type that the block was converted as
   bool in_image = false;       // buf is a place in the caller's image
   bool left_raw = false;       // the conversion failed: the block is in file order
-  RawUnits raw_units;          // of a debug section
 };
 
 struct DataDesc : Elf_Data {
+  // A block of the caller's.
   explicit DataDesc(Elf_Scn* owner) : Elf_Data{}, scn(owner) {}
+  // The block that loading located at contents.buf. Nothing is converted.
+  DataDesc(Elf_Scn* owner, const LoadedBlock& contents);
   DataDesc(const DataDesc&) = delete;
   DataDesc& operator=(const DataDesc&) = delete;
 
@@ -34,10 +37,11 @@ struct DataDesc : Elf_Data {
   static DataDesc* of(Elf_Data* data) { return static_cast<DataDesc*>(data); }
   static const DataDesc* of(const Elf_Data* data) { return static_cast<const DataDesc*>(data); }
 
-  // Completes a block whose d_buf, scn and loaded.present are set, and converts it as loading does. True also
-  // where that conversion fails, whose code then stays stored. False after 27, 28, 44 or 53. Without a
-  // d_buf there is nothing to do.
-  bool initialize();
+  // Whether the name of a section, and not its type, tells how its contents are converted.
+  static bool converts_by_name(const TableString& name);
+
+  // Converts the block as loading does. A failed conversion leaves it raw, and its code stored.
+  void convert_loaded();
 
   // Brings the block's d_size bytes at `bytes` from one byte order into the other.
   //
@@ -59,7 +63,8 @@ struct DataDesc : Elf_Data {
   Elf_Scn* scn;
   bool changed = false;
   LoadedBlock loaded;
-  RawUnits translated_units;  // of a debug section, at its last conversion on demand
+  RawUnits raw_units;         // of a debug section, at its conversion on load
+  RawUnits translated_units;  // and on demand
 
  private:
   // sh_entsize, or the record's size where that is 0.

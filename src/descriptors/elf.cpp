@@ -28,6 +28,18 @@ class BeingLoaded {
   std::vector<size_t>& stack_;
 };
 
+// Whether a section's contents lie whole in an image of `image_size` bytes and, in a file of the host's byte order,
+// stay as they are, whatever their bytes and the section's name say.
+bool lies_ready(const Elf32_Shdr& shdr, uint64_t image_size) {
+  // Two types have no contents, strings may lack their terminator, and some debug sections have names.
+  constexpr uint32_t others = 1U << SHT_NULL | 1U << SHT_NOBITS | 1U << SHT_STRTAB | 1U << SHT_COFFDBG;
+  if (shdr.sh_type > greatest_section_type || (others >> shdr.sh_type & 1) != 0) return false;
+  if (!fits(shdr.sh_offset, shdr.sh_size, image_size)) return false;
+  // Entries wider than their records would have to move together.
+  return shdr.sh_type == SHT_PROGBITS ||
+         shdr.sh_entsize <= record_layout(data_type_of_section(shdr.sh_type)).size;
+}
+
 }  // namespace
 
 Elf::Elf(std::unique_ptr<FileDesc> input, Elf_Cmd cmd)
@@ -60,14 +72,15 @@ Elf::~Elf() {
 void Elf::restore_image() {
   cntl_command = ELF_C_FDDONE;  // what is not loaded by now stays so
   in_one_go = true;
-  size_t abbreviations_index = 0;
-  while (abbreviations_index < scns.size() && !section_name(abbreviations_index).is(".debug_abbrev")) {
-    ++abbreviations_index;
-  }
-  for (size_t index = 0; index < scns.size(); ++index) {
-    if (scns[index] && index != abbreviations_index) scns[index]->restoreToFileOrder();
-  }
-  if (Elf_Scn* const last = loaded_scn(abbreviations_index)) last->restoreToFileOrder();
+  Elf_Scn* last = nullptr;
+  scns.for_each_touched([&](Elf_Scn& scn) {
+    if (last == nullptr && section_name(scn.index).is(".debug_abbrev")) {
+      last = &scn;
+    } else {
+      scn.restoreToFileOrder();
+    }
+  });
+  if (last != nullptr) last->restoreToFileOrder();
   if (ehdr_block_) return;  // the image was too short to be changed
   CharDestBuffer in_place(ehdr);
   swap(ehdr, in_place, ELF_T_EHDR, sizeof(Elf32_Ehdr));
@@ -83,29 +96,62 @@ Elf32_Shdr* Elf::get_shdr(size_t index) const {
   return nullptr;
 }
 
-Elf_Scn* Elf::get_scn(size_t index) {
+Elf_Scn* Elf::load_scn(size_t index) {
+  if (Elf_Scn* const waiting = scns.waiting(index); waiting != nullptr && note_suffices(*waiting)) {
+    file_desc->count_contents(waiting->noted_size(), waiting->noted_size());
+    scns.enter_waiting(index);
+    return waiting;
+  }
   if (index >= shdrs.size()) {
     elf_set_error(21);
     return nullptr;
   }
-  if (Elf_Scn* const scn = loaded_scn(index)) return scn;
-  if (cntl_command == ELF_C_FDDONE || cntl_command == ELF_C_FDREAD) {
+  if (cntl_command != ELF_C_NULL) {
     elf_set_error(42);
     return nullptr;
   }
-  for (const size_t busy : being_loaded_) {
-    if (busy == index) {
-      elf_set_error(21);
-      return nullptr;
-    }
+  if (!scns.has_slab(index)) {
+    if (make_slab(index)) return load_scn(index);
+    elf_set_error(4);
+    return nullptr;
+  }
+  if (std::find(being_loaded_.begin(), being_loaded_.end(), index) != being_loaded_.end()) {
+    elf_set_error(21);
+    return nullptr;
   }
   const BeingLoaded mark(being_loaded_, index);
+  SectionTable::Candidate scn = scns.make(this, index);
+  return scn->initialize() ? scns.enter(std::move(scn)) : nullptr;
+}
 
-  if (scns.size() < shdrs.size()) scns.resize(shdrs.size());
-  std::unique_ptr<Elf_Scn> scn = make_or_report<Elf_Scn>(4, this, index);
-  if (!scn || !scn->initialize()) return nullptr;
-  scns[index] = std::move(scn);
-  return scns[index].get();
+// Makes the slab of `index`, and in an image notes the contents of its sections that lie ready there. False when
+// memory is short.
+bool Elf::make_slab(size_t index) {
+  if (!scns.make_slab(index)) return false;
+  if (!is_image()) return true;
+  if (!shared_sections_) shared_sections_ = sections_sharing_bytes(shdrs, file_desc->image_size);
+  const size_t first = index - index % SectionTable::slab_size;
+  const size_t end = std::min(first + SectionTable::slab_size, shdrs.size());
+  uint32_t ready = 0;
+  for (size_t i = first; i < end; ++i) {
+    if (lies_ready(*shdrs[i], file_desc->image_size) && (*shared_sections_)[i] == 0)
+      ready |= 1U << (i - first);
+  }
+  scns.make_waiting(this, first, ready, shdrs);
+  return true;
+}
+
+// Whether loading a section of an image comes to what its note says: the name table is there, which the first load
+// brings in, nobody is to be asked, and nothing to be converted.
+bool Elf::note_suffices(const Elf_Scn& waiting) {
+  const size_t names = name_table();
+  if (names != loaded_name_table_) {
+    if (scns[names] == nullptr) return false;
+    loaded_name_table_ = names;
+  }
+  if (waiting.index == names || read_swap_controller != default_read_swap_controller) return false;
+  if (cntl_command != ELF_C_NULL || !file_desc->afford_contents()) return false;
+  return !foreign() || waiting.note_suffices_in_foreign_order();
 }
 
 bool Elf::load_all() {
@@ -125,7 +171,7 @@ bool Elf::load_all() {
   return true;
 }
 
-TableString Elf::find_string(size_t section, uint64_t offset) {
+TableString Elf::search_string(size_t section, uint64_t offset) {
   Elf_Scn* const scn = get_scn(section);
   if (scn == nullptr) return {};
   if (scn->shdr == nullptr) {
@@ -136,9 +182,10 @@ TableString Elf::find_string(size_t section, uint64_t offset) {
     elf_set_error(68);
     return {};
   }
+  if (!scn->complete()) return {};
   // Offsets of blocks are the caller's in a new table; they may leave gaps, and the first block whose end
   // reaches the offset is the one that answers.
-  for (const std::unique_ptr<DataDesc>& block : scn->data) {
+  for (const std::unique_ptr<DataDesc>& block : scn->data()) {
     const int64_t start = block->d_off;
     const int64_t end = start + block->d_size;
     const int64_t wanted = static_cast<int64_t>(offset);
@@ -152,10 +199,10 @@ TableString Elf::find_string(size_t section, uint64_t offset) {
 
 TableString Elf::section_name(size_t index) {
   if (ehdr == nullptr || index >= shdrs.size()) return {};
-  const size_t name_table = header().e_shstrndx;
-  if (name_table == SHN_UNDEF || index == name_table) return {};
+  const size_t table_index = name_table();
+  if (table_index == SHN_UNDEF || index == table_index) return {};
   const KeepError keep;
-  const Elf_Scn* const table = get_scn(name_table);
+  Elf_Scn* const table = get_scn(table_index);
   const DataDesc* const names = table == nullptr ? nullptr : table->first_data();
   const uint32_t offset = shdrs[index]->sh_name;
   if (names == nullptr || names->d_buf == nullptr || offset >= names->d_size) return {};
@@ -169,16 +216,25 @@ uint64_t Elf::object_size() const {
 }
 
 int64_t Elf::read_object(uint64_t offset, void* to, uint64_t size) {
+  if (is_image()) return peek_object(offset, to, size);
+  if (platform::seek(file_desc->file_id, member_offset + offset) == -1) {
+    elf_seek_error(errno);
+    return -1;
+  }
+  const int64_t got = platform::read(file_desc->file_id, to, readable(offset, size));
+  if (got < 0) elf_set_error(8);
+  return got;
+}
+
+int64_t Elf::peek_object(uint64_t offset, void* to, uint64_t size) {
   if (!is_image()) {
-    if (platform::seek(file_desc->file_id, member_offset + offset) == -1) {
+    const int64_t got =
+        platform::read_at(file_desc->file_id, member_offset + offset, to, readable(offset, size));
+    if (got < 0 && errno == ESPIPE) {
       elf_seek_error(errno);
-      return -1;
+    } else if (got < 0) {
+      elf_set_error(8);
     }
-    // A member's contents end where the member ends; those of a file where reading finds its end, since a
-    // file may have grown by what was written to it.
-    const uint64_t limit = ar_member == nullptr ? UINT64_MAX : member_size_;
-    const int64_t got = platform::read(file_desc->file_id, to, present_bytes(offset, size, limit));
-    if (got < 0) elf_set_error(8);
     return got;
   }
   const uint64_t present = present_bytes(offset, size, file_desc->image_size);
@@ -192,23 +248,15 @@ int64_t Elf::read_object(uint64_t offset, void* to, uint64_t size) {
   return static_cast<int64_t>(present);
 }
 
-bool Elf::afford_contents() {
-  // Sections of sound objects do not share bytes, so their contents are no larger than the input.
-  constexpr uint64_t allowance = uint64_t{1} << 20;
-  if (file_desc->contents_taken <= 2 * file_desc->input_size() + allowance) return true;
-  elf_set_error(4);
-  return false;
-}
-
-void Elf::count_contents(uint64_t size, uint64_t present) {
-  // Even a block that nothing is read into costs its first page.
-  constexpr uint64_t page = 4096;
-  file_desc->contents_taken += std::max(present, std::min(size, page));
+// How many of the bytes may be asked for. A member's contents end where the member ends; those of a file where
+// reading finds its end, since a file may have grown by what was written to it.
+uint64_t Elf::readable(uint64_t offset, uint64_t size) const {
+  return ar_member == nullptr ? size : present_bytes(offset, size, member_size_);
 }
 
 bool Elf::shares_bytes(size_t index) {
   if (!shared_sections_) shared_sections_ = sections_sharing_bytes(shdrs, file_desc->image_size);
-  return index < shared_sections_->size() && (*shared_sections_)[index];
+  return index < shared_sections_->size() && (*shared_sections_)[index] != 0;
 }
 
 bool Elf::make_header_block() {

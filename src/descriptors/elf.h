@@ -11,6 +11,7 @@
 #include <ambielf/ambielf.h>
 
 #include <array>
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -20,6 +21,7 @@
 #include "descriptors/elf_scn.h"
 #include "descriptors/file_desc.h"
 #include "descriptors/header_table.h"
+#include "descriptors/section_table.h"
 #include "descriptors/table_string.h"
 #include "frame/checked.h"
 #include "frame/memory_block.h"
@@ -58,17 +60,33 @@ struct Elf : public ambielf::ByteSwap {
 
   // The section at `index`, loaded if it was not; null after a report. One that is being loaded, which a
   // controller may ask for, is not there yet: 21.
-  Elf_Scn* get_scn(size_t index);
+  Elf_Scn* get_scn(size_t index) {
+    Elf_Scn* const scn = scns[index];
+    return scn != nullptr ? scn : load_scn(index);
+  }
 
   // The section at `index` if it is loaded, else null; reports nothing.
-  Elf_Scn* loaded_scn(size_t index) const { return index < scns.size() ? scns[index].get() : nullptr; }
+  Elf_Scn* loaded_scn(size_t index) const { return scns[index]; }
 
   // Loads every section. False after 12, 42, 48, 83, or a failure of loading.
   bool load_all();
 
   // The string `offset` bytes into the string table `section`. Null after 21, 27, 37, 68, or a failure of
   // loading.
-  ambielf::TableString find_string(size_t section, uint64_t offset);
+  ambielf::TableString find_string(size_t section, uint64_t offset) {
+    const ambielf::TableString found = find_loaded_string(section, offset);
+    return found ? found : search_string(section, offset);
+  }
+
+  // Its short way, for what is the rule: a table that is loaded, and one block. Null, and no report, elsewhere.
+  ambielf::TableString find_loaded_string(size_t section, uint64_t offset) const {
+    if (last_strings_ == nullptr || last_strings_->index != section) last_strings_ = scns[section];
+    const Elf_Scn* const scn = last_strings_;
+    const ambielf::DataDesc* const block = scn != nullptr ? scn->only_data() : nullptr;
+    if (block == nullptr || scn->shdr->sh_type != SHT_STRTAB || offset > scn->shdr->sh_size) return {};
+    if (block->d_off != 0 || offset >= block->d_size || block->d_buf == nullptr) return {};
+    return {static_cast<char*>(block->d_buf) + offset, block->d_size - offset};
+  }
 
   // The name of the section at `index` for those who do without: null, and no report, for the name table
   // itself and where the table or the name is not there. Loads the name table if need be.
@@ -80,6 +98,8 @@ struct Elf : public ambielf::ByteSwap {
   // e_ident[EI_DATA] as memory has it: the byte order of the file.
   uint8_t encoding() const { return ehdr[EI_DATA]; }
   bool foreign() const { return encoding() != ambielf::elf_host_encoding(); }
+  // e_shstrndx alone.
+  size_t name_table() const { return ambielf::load<uint16_t>(ehdr + offsetof(Elf32_Ehdr, e_shstrndx)); }
   bool is_image() const { return file_desc->is_image; }
 
   // How many bytes the object has: those of the file, of the image, or of the member.
@@ -90,12 +110,8 @@ struct Elf : public ambielf::ByteSwap {
   // code of a failed seek.
   int64_t read_object(uint64_t offset, void* to, uint64_t size);
 
-  // Whether another section's contents may be loaded. A hostile header table may lay thousands of sections
-  // over the same bytes; memory is given for contents in proportion to the input, all members of an archive
-  // together, and refused with 4 beyond.
-  // The count is the same for a file and for an image, whether a section's bytes are copied or not.
-  bool afford_contents();
-  void count_contents(uint64_t size, uint64_t present);
+  // The same, and the file position stays where it is. -1 after 8, or the code of a file that has no positions.
+  int64_t peek_object(uint64_t offset, void* to, uint64_t size);
 
   // Whether a section's bytes in an image are also those of the header or of another section.
   bool shares_bytes(size_t index);
@@ -116,9 +132,7 @@ struct Elf : public ambielf::ByteSwap {
 
   ambielf::HeaderTable<Elf32_Phdr> phdrs;
   ambielf::HeaderTable<Elf32_Shdr> shdrs;
-  // Loaded or created sections, at their index; null where a section is not loaded. May be shorter than
-  // shdrs.
-  std::vector<std::unique_ptr<Elf_Scn>> scns;
+  ambielf::SectionTable scns;  // null where a section is not loaded
 
   // What the walks of .debug_info know of .debug_abbrev; null before the first. Nobody shares it: this kind of
   // pointer does without the class, which is none of this folder.
@@ -131,18 +145,26 @@ struct Elf : public ambielf::ByteSwap {
   bool init_ElfHdr();
   bool init_ScnTab();
   bool init_PHdrTab();
+  bool leave_position();
   bool afford_absent(uint64_t count);
+  uint64_t readable(uint64_t offset, uint64_t size) const;
   template <class Record>
   bool load_table(ambielf::HeaderTable<Record>& table, uint32_t offset, uint32_t count, uint32_t entry_size,
                   uint32_t type);
+  Elf_Scn* load_scn(size_t index);
+  bool make_slab(size_t index);
+  bool note_suffices(const Elf_Scn& waiting);
+  ambielf::TableString search_string(size_t section, uint64_t offset);
   void restore_image();
 
   std::unique_ptr<ambielf::FileDesc> owned_file_desc_;
   uint64_t member_size_ = 0;
   ambielf::MemoryBlock ehdr_block_;
   std::array<unsigned char, sizeof(Elf32_Ehdr)> image_header_{};  // as the image had it before loading
-  std::optional<std::vector<bool>> shared_sections_;              // of an image, once asked for
+  std::optional<std::vector<uint8_t>> shared_sections_;           // of an image, once asked for
   std::vector<size_t> being_loaded_;                              // innermost last
+  mutable const Elf_Scn* last_strings_ = nullptr;  // the table of the last look-up, if it is loaded
+  size_t loaded_name_table_ = SIZE_MAX;            // the name table that was last seen loaded
 };
 
 #endif

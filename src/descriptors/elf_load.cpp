@@ -3,6 +3,7 @@
 // What is checked here is what memory safety needs; whether the numbers make a sensible object is the
 // caller's business. A table cut off by the end of the input loads, its missing entries being zero records.
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 
 #include "byteorder/data_types.h"
@@ -20,6 +21,14 @@ namespace {
 uint8_t detect_encoding(const unsigned char* header) {
   const int sum = static_cast<signed char>(header[20]) + static_cast<signed char>(header[21]);
   return sum == 0 ? ELFDATA2MSB : ELFDATA2LSB;
+}
+
+// Moves entries of `entry_size` bytes, which lie back to back, `stride` bytes apart.
+void spread(unsigned char* entries, size_t count, size_t entry_size, size_t stride) {
+  for (size_t i = count; i-- > 0;) {
+    std::memmove(entries + i * stride, entries + i * entry_size, entry_size);
+    std::memset(entries + i * stride + entry_size, 0, stride - entry_size);
+  }
 }
 
 }  // namespace
@@ -42,7 +51,18 @@ bool Elf::initialize() {
       return false;
   }
   // The header comes first: the tables are found through it, in memory order.
-  return init_ElfHdr() && init_ScnTab() && init_PHdrTab();
+  return init_ElfHdr() && init_ScnTab() && init_PHdrTab() && leave_position();
+}
+
+// The file position of a member's load ends behind its program headers. Where a fresh descriptor leaves it is for who
+// opens that. False after the code of a failed seek.
+bool Elf::leave_position() {
+  if (ar_member == nullptr) return true;
+  const Elf32_Ehdr h = header();
+  const uint64_t table = present_bytes(h.e_phoff, uint64_t{h.e_phnum} * h.e_phentsize, object_size());
+  if (platform::seek(file_desc->file_id, member_offset + h.e_phoff + table) != -1) return true;
+  elf_seek_error(errno);
+  return false;
 }
 
 bool Elf::init_ElfHdr() {
@@ -62,7 +82,7 @@ bool Elf::init_ElfHdr() {
       elf_set_error(4);
       return false;
     }
-    if (read_object(0, block.get(), sizeof(Elf32_Ehdr)) < 0) return false;
+    if (peek_object(0, block.get(), sizeof(Elf32_Ehdr)) < 0) return false;
     if (std::memcmp(block.get(), ELFMAG, SELFMAG) != 0) {
       elf_set_error(6);
       return false;
@@ -104,23 +124,14 @@ bool Elf::afford_absent(uint64_t count) {
   return false;
 }
 
-// The whole of a table that lies in the input is read at once and spread out in its block where entries need
-// room between them for their records to be aligned.
+// Entries lie as wide in memory as in the input, but for the room that aligns their records. What a file holds of a
+// table is read at once; what an image holds goes piece by piece, so that it is converted while it is in the
+// processor's cache.
 template <class Record>
 bool Elf::load_table(HeaderTable<Record>& table, uint32_t offset, uint32_t count, uint32_t entry_size,
                      uint32_t type) {
+  if (count == 0) return true;
   const uint64_t present_size = present_bytes(offset, uint64_t{count} * entry_size, object_size());
-  if (count == 0 || present_size == 0) {
-    // Nothing of it is there, but the file position moves to where it would be.
-    unsigned char nothing = 0;
-    if (read_object(offset, &nothing, 0) < 0) return false;
-    if (!afford_absent(count)) return false;
-    if (count != 0 && table.reserve(count, 0, sizeof(Record)) == nullptr) {
-      elf_set_error(4);
-      return false;
-    }
-    return true;
-  }
   const size_t present = static_cast<size_t>((present_size + entry_size - 1) / entry_size);
   if (!afford_absent(count - present)) return false;
   const size_t stride = (size_t{entry_size} + 3) / 4 * 4;
@@ -129,19 +140,23 @@ bool Elf::load_table(HeaderTable<Record>& table, uint32_t offset, uint32_t count
     elf_set_error(4);
     return false;
   }
-  if (read_object(offset, entries, present_size) < 0) return false;
-  if (stride != entry_size) {
-    for (size_t i = present; i-- > 1;) {
-      std::memmove(entries + i * stride, entries + i * entry_size, entry_size);
-      std::memset(entries + i * stride + entry_size, 0, stride - entry_size);
+  constexpr size_t piece_size = 16 * 1024;
+  const size_t piece = is_image() ? std::max<size_t>(piece_size / entry_size, 1) : present;
+  for (size_t first = 0; first < present; first += piece) {
+    const uint64_t start = uint64_t{first} * entry_size;
+    const size_t here = std::min(piece, present - first);
+    const uint64_t size = std::min(uint64_t{here} * entry_size, present_size - start);
+    unsigned char* const bytes = entries + first * stride;
+    const int64_t got = peek_object(offset + start, bytes, size);
+    if (got < 0) return false;
+    std::memset(bytes + got, 0, here * stride - static_cast<size_t>(got));
+    if (stride != entry_size) spread(bytes, here, entry_size, stride);
+    if (!foreign()) continue;
+    if (stride == sizeof(Record)) {
+      swap_block(bytes, bytes, static_cast<uint32_t>(here), type);
+    } else {
+      for (size_t i = 0; i < here; ++i) swap_block(bytes + i * stride, bytes + i * stride, 1, type);
     }
-    std::memset(entries + entry_size, 0, stride - entry_size);
-  }
-  if (!foreign()) return true;
-  if (stride == sizeof(Record)) {
-    swap_block(entries, entries, static_cast<uint32_t>(present), type);
-  } else {
-    for (size_t i = 0; i < present; ++i) swap_block(entries + i * stride, entries + i * stride, 1, type);
   }
   return true;
 }

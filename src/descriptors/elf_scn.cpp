@@ -19,13 +19,6 @@ constexpr std::string_view line_relocations = ".rela.lnno.";
 
 }  // namespace
 
-// Where the bytes of the section are: in a block of `blocks`, or in the image.
-struct Elf_Scn::Contents {
-  unsigned char* bytes = nullptr;
-  uint32_t present = 0;  // of sh_size bytes; zeros follow, in blocks only
-  bool in_image = false;
-};
-
 // A section header as it was before the load. sh_type changes for the time of the load alone; a narrowed
 // section's size and entry size stay changed, but not where the load fails, since the next try starts over.
 class Elf_Scn::HeaderEdit {
@@ -47,6 +40,12 @@ class Elf_Scn::HeaderEdit {
   bool kept_ = false;
 };
 
+// Whether the name is to be had, and none that says how contents are converted.
+bool Elf_Scn::has_plain_name() const {
+  const TableString name = elf->find_string(elf->name_table(), shdr->sh_name);
+  return name && !name.starts_with(line_relocations) && !DataDesc::converts_by_name(name);
+}
+
 bool Elf_Scn::initialize() {
   shdr = elf->get_shdr(index);
   if (shdr == nullptr) {
@@ -58,11 +57,15 @@ bool Elf_Scn::initialize() {
 
   if (!has_known_type()) return false;
   HeaderEdit edit(*shdr);
-  Contents contents;
+  LoadedBlock contents;
   // That its name is not to be had shows behind the reading; where that goes on and on, before it.
   FileDesc& input = *elf->file_desc;
   if (input.wasted_reads > input.input_size() && name_matters() && !fetch_name()) return false;
-  if (!elf->afford_contents() || !locate(contents)) return false;
+  if (!elf->file_desc->afford_contents()) {
+    elf_set_error(4);
+    return false;
+  }
+  if (!locate(contents)) return false;
   const uint64_t size = shdr->sh_size;
   const uint64_t present = contents.present;
   if (name_matters() && !look_at_name(contents)) {
@@ -70,13 +73,13 @@ bool Elf_Scn::initialize() {
     return false;
   }
   if (!make_data(contents)) return false;
-  elf->count_contents(size, present);
+  elf->file_desc->count_contents(size, present);
   edit.keep();
   return true;
 }
 
 // The load looks at a section's name in files of the foreign byte order alone.
-bool Elf_Scn::name_matters() const { return elf->foreign() && index != elf->header().e_shstrndx; }
+bool Elf_Scn::name_matters() const { return elf->foreign() && index != elf->name_table(); }
 
 // Refuses a section whose type nobody knows (28) before its contents are read for nothing, maybe over and over.
 bool Elf_Scn::has_known_type() {
@@ -92,7 +95,7 @@ bool Elf_Scn::has_known_type() {
 
 // The name, or null after 25, 26 or what find_string reports.
 TableString Elf_Scn::fetch_name() {
-  const size_t name_table = elf->header().e_shstrndx;
+  const size_t name_table = elf->name_table();
   TableString name;
   if (name_table == SHN_UNDEF) {
     elf_set_error(25);
@@ -103,7 +106,7 @@ TableString Elf_Scn::fetch_name() {
   return name;
 }
 
-bool Elf_Scn::locate(Contents& contents) {
+bool Elf_Scn::locate(LoadedBlock& contents) {
   if (!elf->is_image()) return read_into_block(contents);
   unsigned char* const base = elf->file_desc->image_base();
   if (base == nullptr) return false;
@@ -111,37 +114,45 @@ bool Elf_Scn::locate(Contents& contents) {
   if (!fits(shdr->sh_offset, size, elf->file_desc->image_size) || elf->shares_bytes(index)) {
     return read_into_block(contents);
   }
-  contents = {base + shdr->sh_offset, size, true};
   // Strings are handed out terminated, and a block has a terminator behind it.
-  const bool last_open = size != 0 && contents.bytes[size - 1] != 0;
-  const bool holds_strings = shdr->sh_type == SHT_STRTAB || index == elf->header().e_shstrndx;
-  return holds_strings && last_open ? read_into_block(contents) : true;
+  const bool holds_strings = shdr->sh_type == SHT_STRTAB || index == elf->name_table();
+  if (holds_strings && size != 0 && base[shdr->sh_offset + (size - 1)] != 0) return read_into_block(contents);
+  contents.buf = base + shdr->sh_offset;
+  contents.present = size;
+  contents.in_image = true;
+  return true;
 }
 
 // Reads the contents into a block, with a zero byte behind it. What the input does not have stays zero, in
 // memory that nothing touches.
-bool Elf_Scn::read_into_block(Contents& contents) {
-  MemoryBlock block = zeroed_block(uint64_t{shdr->sh_size} + 1);
+bool Elf_Scn::read_into_block(LoadedBlock& contents) {
+  const uint64_t size = shdr->sh_size;
+  const bool whole = present_bytes(shdr->sh_offset, size, elf->object_size()) == size;
+  MemoryBlock block = whole ? unset_block(size + 1) : zeroed_block(size + 1);
   if (!block) {
     elf_set_error(4);
     return false;
   }
   unsigned char* const bytes = block.get();
-  const int64_t got = elf->read_object(shdr->sh_offset, bytes, shdr->sh_size);
+  const int64_t got = elf->read_object(shdr->sh_offset, bytes, size);
   if (got < 0) return false;
-  contents = {bytes, static_cast<uint32_t>(got), false};
+  if (whole) std::memset(bytes + got, 0, size + 1 - static_cast<size_t>(got));
+  contents.buf = bytes;
+  contents.present = static_cast<uint32_t>(got);
+  contents.in_image = false;
   return keep_block(std::move(block));
 }
 
 bool Elf_Scn::keep_block(MemoryBlock block) {
-  if (blocks.add(std::move(block))) return true;
+  if (!make_contents()) return false;
+  if (contents_->blocks.add(std::move(block))) return true;
   elf_set_error(74);
   return false;
 }
 
 // COFF debug sections and the relocations of line numbers are known by their names. In a file of the foreign
 // byte order their records are wider than in memory, or count in wider records.
-bool Elf_Scn::look_at_name(Contents& contents) {
+bool Elf_Scn::look_at_name(LoadedBlock& contents) {
   const TableString name = fetch_name();
   if (!name) return false;
   const bool lsb = elf->encoding() == ELFDATA2LSB;
@@ -161,7 +172,8 @@ bool Elf_Scn::look_at_name(Contents& contents) {
 
 // Copies the records into a block of `target_record` bytes each: the last bytes of wider ones are dropped,
 // and so are the bytes behind the last whole record.
-bool Elf_Scn::narrow(Contents& contents, uint32_t sh_type, uint32_t source_record, uint32_t target_record) {
+bool Elf_Scn::narrow(LoadedBlock& contents, uint32_t sh_type, uint32_t source_record,
+                     uint32_t target_record) {
   const uint32_t count = shdr->sh_size / source_record;
   const uint32_t copied = std::min(source_record, target_record);
   MemoryBlock block = zeroed_block(uint64_t{count} * target_record + 1);
@@ -173,55 +185,102 @@ bool Elf_Scn::narrow(Contents& contents, uint32_t sh_type, uint32_t source_recor
   const uint32_t present_records = (contents.present + source_record - 1) / source_record;
   const uint32_t records = std::min(count, present_records);
   for (uint32_t i = 0; i < records; ++i) {
-    std::memcpy(bytes + size_t{i} * target_record, contents.bytes + size_t{i} * source_record, copied);
+    std::memcpy(bytes + size_t{i} * target_record, contents.buf + size_t{i} * source_record, copied);
   }
   if (!keep_block(std::move(block))) return false;
   shdr->sh_type = sh_type;
   shdr->sh_size = count * target_record;
   shdr->sh_entsize = target_record;
-  contents = {bytes, records * target_record, false};
+  contents.buf = bytes;
+  contents.present = records * target_record;
+  contents.in_image = false;
   return true;
 }
 
-bool Elf_Scn::make_data(Contents contents) {
+bool Elf_Scn::make_data(LoadedBlock contents) {
   // Entries wider than their records end up closer together than they were. That has no way back, so it does
   // not happen in the caller's image.
-  const uint32_t sh_type = shdr->sh_type;
-  const uint32_t type = sh_type <= greatest_section_type ? data_type_of_section(sh_type) : ELF_T_BYTE;
+  const uint32_t type = data_type_of_section(shdr->sh_type);
+  if (type == ELF_T_NONE) return false;
   const bool packs = type != ELF_T_BYTE && shdr->sh_entsize > record_layout(type).size;
   if (contents.in_image && packs && !read_into_block(contents)) return false;
 
-  std::unique_ptr<DataDesc> block = make_or_report<DataDesc>(31, this);
-  if (!block) return false;
-  block->d_buf = contents.bytes;
-  block->loaded.present = contents.present;
-  block->loaded.in_image = contents.in_image;
-  if (!block->initialize()) return false;
-  data.push_back(std::move(block));
+  contents.size = shdr->sh_size;
+  contents.type = type;
+  DataDesc* const block = add_block(contents);
+  if (block != nullptr) block->convert_loaded();
+  return block != nullptr;
+}
+
+LoadedBlock Elf_Scn::noted_block() const {
+  LoadedBlock block;
+  block.buf = reinterpret_cast<unsigned char*>(elf->file_desc->image) + noted_offset_;
+  block.size = noted_size_;
+  block.present = noted_size_;
+  block.type = noted_type_;
+  block.in_image = true;
+  return block;
+}
+
+bool Elf_Scn::make_noted_block() {
+  if (add_block(noted_block()) == nullptr) return false;
+  noted_type_ = nothing_noted;
   return true;
 }
 
+bool Elf_Scn::make_contents() {
+  if (!contents_) {
+    contents_ = make_or_report<SectionContents>(4);
+    elf->scns.touch(index);
+  }
+  return contents_ != nullptr;
+}
+
+DataDesc* Elf_Scn::add_block(const LoadedBlock& contents) {
+  if (!make_contents()) return nullptr;
+  std::unique_ptr<DataDesc> block = make_or_report<DataDesc>(31, this, contents);
+  if (!block) return nullptr;
+  contents_->data.push_back(std::move(block));
+  return contents_->data.back().get();
+}
+
+DataDesc* Elf_Scn::add_data() {
+  if (!complete() || !make_contents()) return nullptr;
+  std::unique_ptr<DataDesc> block = make_or_report<DataDesc>(31, this);
+  if (!block) return nullptr;
+  block->d_version = EV_CURRENT;
+  contents_->data.push_back(std::move(block));
+  return contents_->data.back().get();
+}
+
 DataDesc* Elf_Scn::get_data(const Elf_Data* prev) {
-  if (data.empty()) {
+  if (data().empty()) {
     elf_set_error(36);
     return nullptr;
   }
+  const DataList& list = contents_->data;
+  size_t& last_given = contents_->last_given;
   if (prev == nullptr) {
-    last_given_ = 0;
-    return data.front().get();
+    last_given = 0;
+    return list.front().get();
   }
   // A walk asks for the block behind the one that it was given last.
-  if (last_given_ >= data.size() || data[last_given_].get() != prev) {
-    const auto found = std::find_if(data.begin(), data.end(), [&](const auto& d) { return d.get() == prev; });
-    last_given_ = static_cast<size_t>(found - data.begin());
+  if (last_given >= list.size() || list[last_given].get() != prev) {
+    const auto found = std::find_if(list.begin(), list.end(), [&](const auto& d) { return d.get() == prev; });
+    last_given = static_cast<size_t>(found - list.begin());
   }
-  if (last_given_ + 1 >= data.size()) {
+  if (last_given + 1 >= list.size()) {
     elf_set_error(37);
     return nullptr;
   }
-  return data[++last_given_].get();
+  return list[++last_given].get();
 }
 
 void Elf_Scn::restoreToFileOrder() {
-  for (const std::unique_ptr<DataDesc>& block : data) block->restore();
+  if (noted_type_ != nothing_noted) {
+    // Memory may be short; the way back must not be.
+    DataDesc block(this, noted_block());
+    block.restore();
+  }
+  for (const std::unique_ptr<DataDesc>& block : data()) block->restore();
 }

@@ -7,6 +7,7 @@
 
 #include <ambielf/ambielf.h>
 
+#include <algorithm>
 #include <cstdint>
 
 #include "frame/library_state.h"
@@ -26,6 +27,20 @@ struct FileDesc {
   Elf_Kind initialize();
 
   uint64_t input_size() const { return is_image ? image_size : file_size; }
+
+  // Whether contents may be loaded. A hostile header table may lay thousands of sections over the same bytes; memory is
+  // given for contents in proportion to the input, all members of an archive together. The count is the same for a file
+  // and for an image, whether a section's bytes are copied or not.
+  bool afford_contents() const {
+    // Sections of sound objects do not share bytes, so their contents are no larger than the input.
+    constexpr uint64_t allowance = uint64_t{1} << 20;
+    return contents_taken <= 2 * input_size() + allowance;
+  }
+  void count_contents(uint64_t size, uint64_t present) {
+    // Even a block that nothing is read into costs its first page.
+    constexpr uint64_t page = 4096;
+    contents_taken += std::max(present, std::min(size, page));
+  }
 
   // The start of the image, or null after 7.
   unsigned char* image_base() const;

@@ -24,16 +24,17 @@ class HeaderTable {
 
   // The record at `index`, which is below size().
   Record* operator[](size_t index) const {
+    if (index < present_) return reinterpret_cast<Record*>(block_.get() + index * stride_);
     if (index >= loaded_) return added_[index - loaded_].get();
-    const size_t place =
-        index < present_ ? index * stride_ : present_ * stride_ + (index - present_) * sizeof(Record);
-    return reinterpret_cast<Record*>(block_.get() + place);
+    return reinterpret_cast<Record*>(block_.get() + present_ * stride_) + (index - present_);
   }
 
-  // Makes room for `count` zeroed entries, of which the first `present` take `stride` bytes each, a multiple
-  // of 4 and not below the record's size. The place of the first, or null when memory is short.
+  // Makes room for `count` entries. The first `present` take `stride` bytes each, a multiple of 4 and not below the
+  // record's size; the caller fills them. The others are zero. The place of the first, or null when memory is short.
   unsigned char* reserve(size_t count, size_t present, size_t stride) {
-    block_ = zeroed_block(uint64_t{present} * stride + uint64_t{count - present} * sizeof(Record));
+    const uint64_t size = uint64_t{present} * stride;
+    block_ = present == count ? unset_block(size)
+                              : zeroed_block(size + uint64_t{count - present} * sizeof(Record));
     if (!block_) return nullptr;
     loaded_ = count;
     present_ = present;

@@ -62,28 +62,30 @@ size_t elf_ndxscn(Elf_Scn* scn) { return usable(scn) ? scn->index : 0; }
 
 Elf32_Shdr* elf32_getshdr(Elf_Scn* scn) {
   if (!usable(scn)) return nullptr;
-  int code = 0;
   if (scn->shdr == nullptr) {
-    code = 27;
+    elf_set_error(27);
   } else if (scn->elf == nullptr) {
-    code = 53;
+    elf_set_error(53);
   } else if (scn->elf->ehdr == nullptr) {
-    code = 44;
+    elf_set_error(44);
+  } else {
+    return scn->shdr;
   }
-  if (code == 0) return scn->shdr;
-  elf_set_error(code);
   return nullptr;
 }
 
 Elf_Data* elf_getdata(Elf_Scn* scn, Elf_Data* data) {
   if (!usable(scn)) return nullptr;
   if (data != nullptr && !data_desc_magic.check()) return nullptr;
+  if (!scn->complete()) return nullptr;
   Elf_Data* const found = scn->get_data(data);
   if (found == nullptr) elf_set_error(37);
   return found;
 }
 
-char* elf_strptr(Elf* elf, size_t section, size_t offset) {
+namespace {
+
+[[gnu::noinline]] char* search_string(Elf* elf, size_t section, size_t offset) {
   return guard<char*>(nullptr, [&]() -> char* {
     if (elf == nullptr) {
       elf_set_error(32);
@@ -95,6 +97,17 @@ char* elf_strptr(Elf* elf, size_t section, size_t offset) {
     }
     return elf_magic.check() ? elf->find_string(section, offset).text : nullptr;
   });
+}
+
+}  // namespace
+
+char* elf_strptr(Elf* elf, size_t section, size_t offset) {
+  // Most callers ask for one name after the other.
+  if (elf != nullptr && section != SHN_UNDEF && elf_magic.intact()) {
+    const TableString found = elf->find_loaded_string(section, offset);
+    if (found) return found.text;
+  }
+  return search_string(elf, section, offset);
 }
 
 int elf_cntl(Elf* elf, Elf_Cmd cmd) {

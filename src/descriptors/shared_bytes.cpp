@@ -5,35 +5,68 @@
 #include "frame/checked.h"
 
 namespace ambielf {
+namespace {
 
-std::vector<bool> sections_sharing_bytes(const HeaderTable<Elf32_Shdr>& shdrs, uint64_t image_size) {
-  struct Extent {
-    uint64_t start;
-    uint64_t end;
-    size_t section;
-  };
-  const size_t header = shdrs.size();  // stands for the ELF header among the sections
-  std::vector<Extent> extents;
-  extents.reserve(shdrs.size() + 1);
-  extents.push_back({0, sizeof(Elf32_Ehdr), header});
-  for (size_t i = 0; i < shdrs.size(); ++i) {
-    const Elf32_Shdr& shdr = *shdrs[i];
-    if (shdr.sh_type == SHT_NULL || shdr.sh_type == SHT_NOBITS) continue;
-    const uint64_t present = present_bytes(shdr.sh_offset, shdr.sh_size, image_size);
-    if (present != 0) extents.push_back({shdr.sh_offset, shdr.sh_offset + present, i});
+// A section's bytes in the image, or the header's.
+struct Extent {
+  uint64_t start;
+  uint64_t end;
+  size_t section;
+};
+
+// Takes extents in order of their starts. One of them meets an earlier one exactly if it starts before the furthest
+// end so far, and a later one exactly if the very next starts before its end.
+class Sweep {
+ public:
+  explicit Sweep(std::vector<uint8_t>& shared) : shared_(shared) {}
+
+  // False if the extent starts before the last one.
+  bool take(const Extent& extent) {
+    if (extent.start < last_.start) return false;
+    if (extent.start < furthest_) shared_[extent.section] = 1;
+    if (extent.start < last_.end) shared_[last_.section] = 1;
+    furthest_ = std::max(furthest_, extent.end);
+    last_ = extent;
+    return true;
   }
-  std::sort(extents.begin(), extents.end(),
-            [](const Extent& a, const Extent& b) { return a.start < b.start; });
 
-  // In order of their starts, an extent meets an earlier one exactly if it starts before the furthest end so
-  // far, and a later one exactly if the very next starts before its end.
-  std::vector<bool> shared(shdrs.size() + 1, false);
-  uint64_t furthest = 0;
-  for (size_t i = 0; i < extents.size(); ++i) {
-    const bool meets_earlier = extents[i].start < furthest;
-    const bool meets_later = i + 1 < extents.size() && extents[i + 1].start < extents[i].end;
-    if (meets_earlier || meets_later) shared[extents[i].section] = true;
-    furthest = std::max(furthest, extents[i].end);
+ private:
+  std::vector<uint8_t>& shared_;
+  Extent last_{0, 0, 0};
+  uint64_t furthest_ = 0;
+};
+
+}  // namespace
+
+std::vector<uint8_t> sections_sharing_bytes(const HeaderTable<Elf32_Shdr>& shdrs, uint64_t image_size) {
+  const Extent header = {0, sizeof(Elf32_Ehdr), shdrs.size()};  // stands among the sections, behind the last
+  const auto extent_of = [&](size_t section) -> Extent {
+    const Elf32_Shdr& shdr = *shdrs[section];
+    const bool has_bytes = shdr.sh_type != SHT_NULL && shdr.sh_type != SHT_NOBITS;
+    const uint64_t present = has_bytes ? present_bytes(shdr.sh_offset, shdr.sh_size, image_size) : 0;
+    return {shdr.sh_offset, shdr.sh_offset + present, section};
+  };
+
+  // As a rule sections lie in the order of their headers.
+  std::vector<uint8_t> shared(shdrs.size() + 1, 0);
+  Sweep sweep(shared);
+  bool ordered = sweep.take(header);
+  for (size_t i = 0; i < shdrs.size() && ordered; ++i) {
+    const Extent extent = extent_of(i);
+    if (extent.start != extent.end) ordered = sweep.take(extent);
+  }
+  if (!ordered) {
+    std::vector<Extent> extents = {header};
+    extents.reserve(shdrs.size() + 1);
+    for (size_t i = 0; i < shdrs.size(); ++i) {
+      const Extent extent = extent_of(i);
+      if (extent.start != extent.end) extents.push_back(extent);
+    }
+    std::sort(extents.begin(), extents.end(),
+              [](const Extent& a, const Extent& b) { return a.start < b.start; });
+    shared.assign(shdrs.size() + 1, 0);
+    Sweep sorted(shared);
+    for (const Extent& extent : extents) sorted.take(extent);
   }
   shared.resize(shdrs.size());
   return shared;

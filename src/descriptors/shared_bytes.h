@@ -14,7 +14,7 @@
 namespace ambielf {
 
 // For each section of an image of `image_size` bytes, in n log n.
-std::vector<bool> sections_sharing_bytes(const HeaderTable<Elf32_Shdr>& shdrs, uint64_t image_size);
+std::vector<uint8_t> sections_sharing_bytes(const HeaderTable<Elf32_Shdr>& shdrs, uint64_t image_size);
 
 }  // namespace ambielf
 

@@ -7,6 +7,8 @@
 
 #include <cstdint>
 
+#include "frame/error.h"
+
 namespace ambielf {
 
 struct MagicWord {
@@ -14,8 +16,13 @@ struct MagicWord {
   uint32_t expected;
   int code;  // reported when the two differ
 
+  bool intact() const { return word == expected; }
+
   // Reports and gives false when the word is damaged.
-  bool check() const;
+  bool check() const {
+    if (!intact()) elf_set_error(code);
+    return intact();
+  }
 };
 
 extern MagicWord elf_magic;        // `Elf`, code 70

@@ -6,6 +6,7 @@
 #define AMBIELF_FRAME_ONE_OR_MANY_H
 
 #include <cstddef>
+#include <memory>
 #include <utility>
 #include <vector>
 
@@ -15,11 +16,13 @@ namespace ambielf {
 template <class Owner>
 class OneOrMany {
  public:
-  size_t size() const { return one_ ? 1 : many_.size(); }
+  size_t size() const { return many_ ? many_->size() : one_ ? 1 : 0; }
   bool empty() const { return size() == 0; }
-  const Owner* begin() const { return one_ ? &one_ : many_.data(); }
+  const Owner* begin() const { return many_ ? many_->data() : &one_; }
   const Owner* end() const { return begin() + size(); }
   const Owner& operator[](size_t index) const { return begin()[index]; }
+  auto* only() const { return one_.get(); }
+  auto* first() const { return empty() ? nullptr : begin()->get(); }
   const Owner& front() const { return *begin(); }
   const Owner& back() const { return end()[-1]; }
 
@@ -28,16 +31,18 @@ class OneOrMany {
       one_ = std::move(element);
       return;
     }
-    if (one_) {
-      many_.reserve(2);
-      many_.push_back(std::move(one_));
+    if (!many_) {
+      auto many = std::make_unique<std::vector<Owner>>();
+      many->reserve(2);
+      many->push_back(std::move(one_));
+      many_ = std::move(many);
     }
-    many_.push_back(std::move(element));
+    many_->push_back(std::move(element));
   }
 
  private:
-  Owner one_;                // the only element, or null
-  std::vector<Owner> many_;  // all elements where they are more
+  Owner one_;                                 // the only element, or null
+  std::unique_ptr<std::vector<Owner>> many_;  // all elements where they are more
 };
 
 }  // namespace ambielf

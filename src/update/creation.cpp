@@ -44,11 +44,12 @@ Record* append_or_report(HeaderTable<Record>& table) {
 // Makes the section of the header that was appended last. Null after 34 or 4; the header stays then.
 Elf_Scn* add_section(Elf& elf) {
   const size_t index = elf.shdrs.size() - 1;
-  elf.scns.resize(elf.shdrs.size());
-  std::unique_ptr<Elf_Scn> scn = make_or_report<Elf_Scn>(34, &elf, index);
-  if (!scn || !scn->initialize()) return nullptr;
-  elf.scns[index] = std::move(scn);
-  return elf.scns[index].get();
+  if (!elf.scns.has_slab(index) && !elf.scns.make_slab(index)) {
+    elf_set_error(34);
+    return nullptr;
+  }
+  SectionTable::Candidate scn = elf.scns.make(&elf, index);
+  return scn->initialize() ? elf.scns.enter(std::move(scn)) : nullptr;
 }
 
 void count_sections(Elf& elf, size_t count) {
@@ -132,11 +133,8 @@ Elf_Data* elf_newdata(Elf_Scn* scn) {
       return nullptr;
     }
     if (!elf_scn_magic.check() || !takes_contents(*scn->elf)) return nullptr;
-    std::unique_ptr<DataDesc> block = make_or_report<DataDesc>(31, scn);
-    if (!block || !block->initialize()) return nullptr;
-    block->d_version = EV_CURRENT;
-    scn->data.push_back(std::move(block));
-    scn->dirty = true;
-    return scn->data.back().get();
+    DataDesc* const block = scn->add_data();
+    if (block != nullptr) scn->dirty = true;
+    return block;
   });
 }

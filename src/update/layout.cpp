@@ -57,7 +57,7 @@ bool update_layout(DataDesc& block, uint64_t& extent) {
 bool place(Elf_Scn& scn, uint64_t& offset) {
   uint64_t extent = 0;
   uint32_t alignment = scn.shdr->sh_addralign;
-  for (const std::unique_ptr<DataDesc>& block : scn.data) {
+  for (const std::unique_ptr<DataDesc>& block : scn.data()) {
     if (!update_layout(*block, extent)) return false;
     alignment = std::max(alignment, static_cast<uint32_t>(block->d_align));
     if (block->changed) scn.dirty = true;
@@ -72,7 +72,7 @@ bool place(Elf_Scn& scn, uint64_t& offset) {
 // Measures a section that the caller has placed. False after 29, or 30 when its blocks reach past its end.
 bool measure(Elf_Scn& scn, uint64_t& offset) {
   uint64_t extent = 0;
-  for (const std::unique_ptr<DataDesc>& block : scn.data) {
+  for (const std::unique_ptr<DataDesc>& block : scn.data()) {
     extent = std::max(extent, uint64_t{static_cast<uint32_t>(block->d_off)} + block->d_size);
     if (block->changed) scn.dirty = true;
   }

@@ -27,8 +27,8 @@ Elf_Data* elf32_getphdrdata(Elf* elf, unsigned index) {
       return nullptr;
     }
     Elf_Scn* const scn = elf->get_scn(section);
-    if (scn == nullptr) return nullptr;
-    if (scn->first_data() == nullptr) elf_set_error(101);
+    if (scn == nullptr || !scn->complete()) return nullptr;
+    if (scn->data().empty()) elf_set_error(101);
     return scn->first_data();
   });
 }

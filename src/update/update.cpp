@@ -15,17 +15,25 @@ using namespace ambielf;
 namespace {
 
 bool any_block_needs_a_name(const Elf& elf, size_t name_table) {
-  for (const std::unique_ptr<Elf_Scn>& scn : elf.scns) {
-    if (scn && scn->index != name_table && !scn->data.empty() && has_file_contents(*scn->shdr)) return true;
-  }
-  return false;
+  bool any = false;
+  elf.scns.for_each([&](const Elf_Scn& scn) {
+    if (scn.index != name_table && scn.has_data() && has_file_contents(*scn.shdr)) any = true;
+  });
+  return any;
+}
+
+// Layout and writing go over the blocks of every loaded section. False after 31.
+bool complete_sections(Elf& elf) {
+  bool all = true;
+  elf.scns.for_each([&](Elf_Scn& scn) { all = all && scn.complete(); });
+  return all;
 }
 
 // Conversion goes by the section's name, so the name table is loaded before layout: layout and writing then
 // see the same sections. The file position stays the caller's. A table that cannot be loaded gives no names.
 bool load_names(Elf& elf) {
   if (elf.ehdr == nullptr || !elf.dirty || elf.cntl_command != ELF_C_NULL) return true;
-  const size_t name_table = elf.header().e_shstrndx;
+  const size_t name_table = elf.name_table();
   if (name_table == SHN_UNDEF || elf.loaded_scn(name_table) != nullptr) return true;
   if (!any_block_needs_a_name(elf, name_table)) return true;
   const int64_t position = platform::tell(elf.file_desc->file_id);
@@ -44,7 +52,7 @@ int32_t write(Elf& elf) {
     elf_set_error(61);
     return -1;
   }
-  if (!load_names(elf)) return -1;
+  if (!load_names(elf) || !complete_sections(elf)) return -1;
   NewOffsets new_offsets;
   if (update_layout(elf, new_offsets) == -1) return -1;
   if (elf.file_desc == nullptr) {
@@ -76,6 +84,7 @@ int32_t elf_update(Elf* elf, Elf_Cmd cmd) {
     }
     if (cmd == ELF_C_WRITE) return write(*elf);
     if (cmd != ELF_C_NULL) return 0;
+    if (!complete_sections(*elf)) return -1;
     NewOffsets new_offsets;
     return update_layout(*elf, new_offsets);
   });

@@ -121,9 +121,9 @@ class ImageWriter {
 
 // A program header that is linked to a section follows it.
 void link_program_headers(Elf& elf) {
-  for (const std::unique_ptr<Elf_Scn>& scn : elf.scns) {
-    if (scn && scn->phdr_link != nullptr) scn->phdr_link->p_offset = scn->shdr->sh_offset;
-  }
+  elf.scns.for_each([](const Elf_Scn& scn) {
+    if (scn.phdr_link != nullptr) scn.phdr_link->p_offset = scn.shdr->sh_offset;
+  });
 }
 
 }  // namespace
@@ -160,7 +160,7 @@ void commit(Elf& elf, const NewOffsets& new_offsets) {
     Elf_Scn* const scn = elf.loaded_scn(index);
     if (scn == nullptr) {
       elf.shdrs[index]->sh_offset = new_offsets[index];
-    } else if (!scn->data.empty() && has_file_contents(*scn->shdr)) {
+    } else if (!scn->data().empty() && has_file_contents(*scn->shdr)) {
       scn->dirty = false;
     }
   }

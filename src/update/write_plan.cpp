@@ -27,10 +27,10 @@ bool WritePlan::start_at(uint64_t offset) {
 
 bool WritePlan::add_loaded(const Elf_Scn& scn) {
   const Elf32_Shdr& shdr = *scn.shdr;
-  if (scn.data.empty() || !has_file_contents(shdr)) return true;
+  if (scn.data().empty() || !has_file_contents(shdr)) return true;
   if (!start_at(shdr.sh_offset)) return false;
   const uint64_t section_end = uint64_t{shdr.sh_offset} + shdr.sh_size;
-  for (const std::unique_ptr<DataDesc>& block : scn.data) {
+  for (const std::unique_ptr<DataDesc>& block : scn.data()) {
     if (!add_block(scn, *block, section_end)) return false;
   }
   end_ = section_end;

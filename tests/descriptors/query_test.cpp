@@ -79,16 +79,16 @@ TEST(Strings, InTablesOfSeveralBlocks) {
   Elf_Scn* const scn = in.scn(1);
   char second[] = "defg";
   for (const int32_t start : {3, 6}) {
-    scn->data.push_back(std::make_unique<DataDesc>(scn));
-    scn->data.back()->d_buf = second;
-    scn->data.back()->d_size = 2;
-    scn->data.back()->d_off = start;
+    DataDesc* const block = scn->add_data();
+    block->d_buf = second;
+    block->d_size = 2;
+    block->d_off = start;
   }
   in.shdr(1)->sh_size = 10;
-  EXPECT_EQ(elf_getdata(scn, in.data(1)), scn->data[1].get());
-  EXPECT_EQ(elf_getdata(scn, scn->data[1].get()), scn->data[2].get());
-  EXPECT_EQ(elf_getdata(scn, in.data(1)), scn->data[1].get()) << "a walk may start over anywhere";
-  EXPECT_TRUE(failed(elf_getdata(scn, scn->data[2].get()), nullptr, 37));
+  EXPECT_EQ(elf_getdata(scn, in.data(1)), scn->data()[1].get());
+  EXPECT_EQ(elf_getdata(scn, scn->data()[1].get()), scn->data()[2].get());
+  EXPECT_EQ(elf_getdata(scn, in.data(1)), scn->data()[1].get()) << "a walk may start over anywhere";
+  EXPECT_TRUE(failed(elf_getdata(scn, scn->data()[2].get()), nullptr, 37));
   const struct {
     size_t offset;
     const char* expected;
@@ -104,7 +104,7 @@ TEST(Strings, InTablesOfSeveralBlocks) {
     EXPECT_TRUE(failed(elf_strptr(in, 1, row.offset), row.expected, row.expected == nullptr ? 37 : 0))
         << row.offset;
   }
-  scn->data[1]->d_buf = nullptr;
+  scn->data()[1]->d_buf = nullptr;
   EXPECT_TRUE(failed(elf_strptr(in, 1, 4), nullptr, 37));
 }
 

@@ -10,6 +10,7 @@
 
 #include "descriptors/elf.h"
 #include "platform/platform.h"
+#include "support/failing_allocation.h"
 #include "support/input.h"
 
 namespace ambielf::test {
@@ -22,9 +23,7 @@ INSTANTIATE_EVERY_ORDER_AND_ROAD(Sections);
 
 std::vector<size_t> loaded(const Elf* elf) {
   std::vector<size_t> indices;
-  for (size_t i = 0; i < elf->scns.size(); ++i) {
-    if (elf->loaded_scn(i) != nullptr) indices.push_back(i);
-  }
+  elf->scns.for_each([&](const Elf_Scn& scn) { indices.push_back(scn.index); });
   return indices;
 }
 
@@ -75,6 +74,61 @@ TEST_P(Sections, HaveOneBlockOrNone) {
   EXPECT_TRUE(failed(elf_getdata(in.scn(2), data), nullptr, 37));
   EXPECT_FALSE(in.scn(0)->get_data(nullptr));
   EXPECT_EQ(elf_errno(), 36);
+}
+
+// Whenever the block is first asked for, it is what the load found.
+TEST_P(Sections, EditsOfAHeaderComeTooLateForTheBlock) {
+  for (const uint32_t type : std::initializer_list<uint32_t>{SHT_PROGBITS, SHT_SYMTAB}) {
+    const ObjectBuilder object = builder().section("a", type, Bytes(32, 'x'), {.entsize = 16});
+    Input edited = open(object.build());
+    *edited.shdr(1) = {};
+    const Input plain = open(object.build());
+    EXPECT_EQ(edited.data(1)->d_type, plain.data(1)->d_type);
+    EXPECT_EQ(edited.contents(1), plain.contents(1));
+    edited.shdr(1)->sh_type = type;
+    EXPECT_TRUE(edited.ends_restored());
+  }
+}
+
+// What teardown does to an image depends on the behaviour that it finds, not on whether anybody saw the contents.
+TEST_P(Sections, BehaviourSetAfterALoadCountsWithoutABlock) {
+  for (const int behavior : {ELF_SWAP_TO_HOST, ELF_SWAP_TO_LSB, ELF_SWAP_TO_MSB, ELF_SWAP_NEVER}) {
+    for (const uint32_t type : std::initializer_list<uint32_t>{SHT_PROGBITS, SHT_SYMTAB}) {
+      Bytes images[2];
+      for (const bool looked : {false, true}) {
+        Bytes image =
+            builder().section("a", type, text_bytes("0123456789abcdef"), {.entsize = 16}).build().bytes;
+        Elf* const elf = elf_memory(reinterpret_cast<char*>(image.data()), image.size());
+        Elf_Scn* const scn = elf_getscn(elf, 1);
+        EXPECT_TRUE(!looked || elf_getdata(scn, nullptr) != nullptr);
+        EXPECT_EQ(elf_setswapbehavior(scn, behavior), 0);
+        elf_end(elf);
+        images[looked] = image;
+      }
+      EXPECT_EQ(images[0], images[1]) << behavior << ' ' << type;
+    }
+  }
+}
+
+TEST_P(Sections, BlockIsThereOnceMemoryIs) {
+  const Input in =
+      open(builder().section("a", SHT_PROGBITS, "abc").section("b", SHT_PROGBITS, "def").build());
+  Elf_Scn* const scn = in.scn(2);
+  in.scn(1);
+  for (size_t nth = 1;; ++nth) {
+    const Elf_Data* data = nullptr;
+    bool failed = false;
+    {
+      const FailingAllocation shortage(nth);
+      data = elf_getdata(scn, nullptr);
+      failed = shortage.happened();
+    }
+    if (!failed) break;
+    EXPECT_EQ(data, nullptr);
+    const int code = elf_errno();
+    EXPECT_TRUE(code == 4 || code == 31) << code;
+  }
+  EXPECT_EQ(in.contents(2), text_bytes("def"));
 }
 
 // The contents of sections whose bytes lie past the end, in whole or in part, at every length.
