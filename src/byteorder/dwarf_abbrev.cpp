@@ -47,59 +47,60 @@ AbbrevEntry read_entry(AbbrevReader& reader, uint32_t code, AttrPlans& plans) {
     if (pair.attribute != 0 && pair.form == DW_FORM_implicit_const) reader.number();
   } while (pair.attribute != 0 && reader.ok());
   if (!reader.ok()) plans.add_unwalkable();
-  return {code, has_children, plans.end()};
+  return {code, has_children, plans.end() & (UINT32_MAX >> 1)};
 }
 
 }  // namespace
 
 AbbrevStore::AbbrevStore(const unsigned char* section, uint32_t size) {
+  // Room for the most that sections of an ordinary size hold, since lists that grow are copied again and again; what is
+  // not used is not touched.
+  constexpr uint32_t smallest_abbreviation = 5;
+  const uint32_t ordinary = std::min(size, uint32_t{4} << 20);
+  entries_.reserve(ordinary / smallest_abbreviation);
+  plans_.reserve(ordinary);
   AbbrevReader reader(section, size);
   while (reader.more()) {
-    sets_.push_back({reader.offset(), reader.offset(), static_cast<uint32_t>(entries_.size()), 0, false});
+    const uint32_t offset = reader.offset();
+    const size_t first = entries_.size();
     while (reader.more()) {
       const uint32_t code = reader.number();
       if (code == 0) break;
       entries_.push_back(read_entry(reader, code, plans_));
     }
-    close_set();
+    close_set(offset, first, reader.offset());
   }
+  close_set(size, entries_.size(), size);
 }
 
-// Brings the last set's entries into the order of their codes. Of those with the same code the first counts.
-// Padding of zeros is a sequence of empty sets, which share one place in the list.
-void AbbrevStore::close_set() {
-  AbbrevSet& set = sets_.back();
-  const bool empty = set.first == entries_.size();
-  if (empty && sets_.size() > 1) {
-    AbbrevSet& before = sets_[sets_.size() - 2];
-    if (before.count == 0 && before.last_offset + 1 == set.offset) {
-      before.last_offset = set.offset;
-      sets_.pop_back();
-      return;
-    }
-  }
-  const auto first = entries_.begin() + set.first;
-  if (!std::is_sorted(first, entries_.end(), codes_ascend)) {
-    std::stable_sort(first, entries_.end(), codes_ascend);
-  }
-  set.count = static_cast<uint32_t>(entries_.size()) - set.first;
-  set.dense = true;
-  for (uint32_t i = 0; i < set.count && set.dense; ++i) set.dense = entries_[set.first + i].code == i + 1;
+// Brings the entries from `first` on, those of the set between the two offsets, into the order of their codes. Of
+// those with the same code the first counts. Padding of zeros shares one place in the list.
+void AbbrevStore::close_set(uint32_t offset, size_t first, uint32_t end) {
+  const auto begin = entries_.begin() + static_cast<std::ptrdiff_t>(first);
+  const bool zero = begin == entries_.end() && end == offset + 1;
+  if (zero && !sets_.empty() && sets_.back().zeros != 0) return;
+  if (!std::is_sorted(begin, entries_.end(), codes_ascend))
+    std::stable_sort(begin, entries_.end(), codes_ascend);
+  bool dense = true;
+  for (size_t i = first; i < entries_.size() && dense; ++i) dense = entries_[i].code == i - first + 1;
+  constexpr uint32_t greatest_first = UINT32_MAX >> 2;
+  sets_.push_back({offset, static_cast<uint32_t>(first) & greatest_first, dense, zero});
 }
 
-const AbbrevSet* AbbrevStore::find_set(uint32_t offset) const {
-  const auto found =
-      std::lower_bound(sets_.begin(), sets_.end(), offset,
-                       [](const AbbrevSet& set, uint32_t wanted) { return set.last_offset < wanted; });
-  return found != sets_.end() && found->offset <= offset ? &*found : nullptr;
+std::optional<AbbrevSet> AbbrevStore::find_set(uint32_t offset) const {
+  const auto next =
+      std::upper_bound(sets_.begin(), sets_.end(), offset,
+                       [](uint32_t wanted, const SetPlace& set) { return wanted < set.offset; });
+  if (next == sets_.begin() || next == sets_.end()) return std::nullopt;
+  const SetPlace& set = next[-1];
+  if (set.offset != offset && set.zeros == 0) return std::nullopt;
+  return AbbrevSet{entries_.data() + set.first, entries_.data() + next->first, set.dense != 0};
 }
 
-const AbbrevEntry* AbbrevStore::search(const AbbrevSet& set, uint32_t code) const {
-  const AbbrevEntry* const first = entries_.data() + set.first;
-  const AbbrevEntry* const last = first + set.count;
+const AbbrevEntry* AbbrevStore::search(const AbbrevSet& set, uint32_t code) {
   const AbbrevEntry* const found = std::lower_bound(
-      first, last, code, [](const AbbrevEntry& entry, uint32_t key) { return entry.code < key; });
-  return found != last && found->code == code ? found : nullptr;
+      set.first, set.last, code, [](const AbbrevEntry& entry, uint32_t key) { return entry.code < key; });
+  return found != set.last && found->code == code ? found : nullptr;
 }
 
 }  // namespace ambielf

@@ -8,24 +8,24 @@
 #define AMBIELF_BYTEORDER_DWARF_ABBREV_H
 
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "byteorder/dwarf_attributes.h"
 
 namespace ambielf {
 
+// Both take little, since hostile sections have one for every few bytes.
 struct AbbrevEntry {
   uint32_t code;
-  bool has_children;
-  AttrPlan attributes;
+  uint32_t has_children : 1;
+  uint32_t attributes : 31;  // an AttrPlan
 };
 
-// A run of abbreviations: `count` entries of the store from `first` on, in ascending order of their codes.
+// A run of abbreviations: the entries of the store from `first` to `last`, in ascending order of their codes.
 struct AbbrevSet {
-  uint32_t offset;       // of the run, in .debug_abbrev
-  uint32_t last_offset;  // above `offset` for several empty sets, each a single zero byte
-  uint32_t first;
-  uint32_t count;
+  const AbbrevEntry* first;
+  const AbbrevEntry* last;
   bool dense;  // the codes are 1, 2, 3 and so on
 };
 
@@ -38,23 +38,31 @@ class AbbrevStore {
   // bytes, ends the parse; a unit that uses it cannot be walked. Throws std::bad_alloc.
   AbbrevStore(const unsigned char* section, uint32_t size);
 
-  // The set whose run starts at `offset`, or null.
-  const AbbrevSet* find_set(uint32_t offset) const;
+  // The set whose run starts at `offset`, if there is one.
+  std::optional<AbbrevSet> find_set(uint32_t offset) const;
 
   // The first entry of the set with that code, or null.
-  const AbbrevEntry* find(const AbbrevSet& set, uint64_t code) const {
+  static const AbbrevEntry* find(const AbbrevSet& set, uint64_t code) {
     const uint32_t wanted = static_cast<uint32_t>(code);
     if (!set.dense) return search(set, wanted);
-    return wanted - 1 < set.count ? &entries_[set.first + wanted - 1] : nullptr;
+    return wanted - 1 < set.last - set.first ? set.first + (wanted - 1) : nullptr;
   }
 
   const AttrPlans& plans() const { return plans_; }
 
  private:
-  void close_set();
-  const AbbrevEntry* search(const AbbrevSet& set, uint32_t code) const;
+  // A set up to where the next begins; or, in `zeros`, a sequence of empty sets of a single zero byte each, all up to there.
+  struct SetPlace {
+    uint32_t offset;  // in .debug_abbrev
+    uint32_t first : 30;
+    uint32_t dense : 1;
+    uint32_t zeros : 1;
+  };
 
-  std::vector<AbbrevSet> sets_;  // in ascending order of their offsets
+  void close_set(uint32_t offset, size_t first, uint32_t end);
+  static const AbbrevEntry* search(const AbbrevSet& set, uint32_t code);
+
+  std::vector<SetPlace> sets_;  // in ascending order of their offsets, and one behind the last
   std::vector<AbbrevEntry> entries_;
   AttrPlans plans_;
 };

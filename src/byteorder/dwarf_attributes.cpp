@@ -5,7 +5,36 @@
 namespace ambielf {
 namespace {
 
-using Kind = AttrStep::Kind;
+// A step is a word, its kind in the low bits and above them
+// - for `fixed` how many numbers it has: its size follows, and an item of a SwapList for each number;
+// - for blocks what they contain;
+// and for `indirect` the attribute follows in two words.
+enum class Kind : uint16_t {
+  end,     // of the plan
+  fixed,   // bytes whose number is known
+  leb128,  // a LEB128 number
+  string,  // a string with its terminator
+  block,   // a LEB128 length, and as many bytes
+  block1,  // the same with a length of 1, 2 or 4 bytes
+  block2,
+  block4,
+  indirect,  // a LEB128 form, and the attribute in it
+  no_rule,   // a form of unknown size: an entry that has it cannot be walked
+};
+constexpr unsigned kind_bits = 4;
+
+// Where the bytes of a block are an expression, and by which table of operations.
+enum class BlockContent : uint16_t { bytes, location, expression };
+
+constexpr uint16_t step_word(Kind kind, size_t rest = 0) {
+  return static_cast<uint16_t>(rest << kind_bits | static_cast<uint16_t>(kind));
+}
+constexpr Kind kind_of(uint16_t step) { return static_cast<Kind>(step & ((1U << kind_bits) - 1)); }
+constexpr uint32_t numbers_of(uint16_t step) { return step >> kind_bits; }
+constexpr BlockContent content_of(uint16_t step) { return static_cast<BlockContent>(step >> kind_bits); }
+
+// The size of one fixed step: its numbers can be counted in a step, and their places told in items.
+constexpr size_t greatest_fixed = SwapList::greatest_gap;
 
 // A form of known size holds `bytes` bytes, all of which are a number where `is_number` says so.
 struct FormRule {
@@ -129,13 +158,6 @@ BlockContent content_of(AbbrevAttr pair) {
   return location && pair.form == DW_FORM_block ? BlockContent::location : BlockContent::expression;
 }
 
-AttrStep step_of(AbbrevAttr pair) {
-  const FormRule rule = rule_of(pair.form);
-  const BlockContent content = content_of(pair);
-  const uint16_t numbers = rule.is_number ? 1 : 0;
-  return {rule.kind, content, numbers, rule.bytes, pair.attribute};
-}
-
 void walkBlock(DwarfStream& stream, uint64_t length, BlockContent content, ExpressionWalker& expressions) {
   switch (content) {
     case BlockContent::bytes:
@@ -147,26 +169,22 @@ void walkBlock(DwarfStream& stream, uint64_t length, BlockContent content, Expre
   }
 }
 
-// `numbers` are those of a fixed step. Not for indirect ones.
-inline void walkStep(DwarfStream& stream, const AttrStep& step, const DwarfStream::Number* numbers,
-                     ExpressionWalker& expressions) {
-  switch (step.kind) {
-    case Kind::fixed:
-      return stream.swapItems(step.size, numbers, step.numbers);
+// A step of any kind that holds nothing else.
+inline void walkStep(DwarfStream& stream, uint16_t step, ExpressionWalker& expressions) {
+  switch (kind_of(step)) {
     case Kind::leb128:
       return stream.copyLeb128();
     case Kind::string:
       return stream.copyString();
     case Kind::block:
-      return walkBlock(stream, stream.copyUleb128Value(), step.content, expressions);
+      return walkBlock(stream, stream.copyUleb128Value(), content_of(step), expressions);
     case Kind::block1:
-      return walkBlock(stream, stream.copySwappedValue(1), step.content, expressions);
+      return walkBlock(stream, stream.copySwappedValue(1), content_of(step), expressions);
     case Kind::block2:
-      return walkBlock(stream, stream.copySwappedValue(2), step.content, expressions);
+      return walkBlock(stream, stream.copySwappedValue(2), content_of(step), expressions);
     case Kind::block4:
-      return walkBlock(stream, stream.copySwappedValue(4), step.content, expressions);
-    case Kind::indirect:
-    case Kind::no_rule:
+      return walkBlock(stream, stream.copySwappedValue(4), content_of(step), expressions);
+    default:
       return stream.fail();
   }
 }
@@ -176,61 +194,82 @@ void walkIndirect(DwarfStream& stream, uint32_t attribute, ExpressionWalker& exp
   while (form == DW_FORM_indirect && stream.ok()) form = static_cast<uint32_t>(stream.copyUleb128Value());
   // The number of DW_FORM_implicit_const would be in .debug_abbrev, where no form that the stream holds has one.
   if (!stream.ok() || form == DW_FORM_implicit_const) return stream.fail();
-  const AttrStep step = step_of({attribute, form});
-  const DwarfStream::Number number = {0, static_cast<uint8_t>(step.size)};
-  walkStep(stream, step, &number, expressions);
-}
-
-// Two fixed steps become one while the places of their numbers fit their 16 bits.
-bool joins(const AttrStep& before, const AttrStep& step) {
-  return before.kind == Kind::fixed && step.kind == Kind::fixed && before.size + step.size <= UINT16_MAX;
+  const FormRule rule = rule_of(form);
+  if (rule.kind == Kind::fixed) {
+    const uint16_t number = SwapList::item(0, rule.bytes);
+    return stream.swapItems(rule.bytes, &number, rule.is_number ? 1 : 0);
+  }
+  walkStep(stream, step_word(rule.kind, static_cast<size_t>(content_of({attribute, form}))), expressions);
 }
 
 }  // namespace
 
 void AttrPlans::begin() {
-  open_.first_step = static_cast<uint32_t>(steps_.size());
-  open_.first_number = static_cast<uint32_t>(numbers_.size());
+  if (words_.empty()) words_.push_back(step_word(Kind::end));  // so that no plan is `nothing`
+  start_ = words_.size();
+  fixed_ = 0;
 }
 
 void AttrPlans::add(AbbrevAttr pair) {
   if (pair.attribute == 0) return;
-  const AttrStep step = step_of(pair);
-  if (step.kind == Kind::fixed && step.size == 0) return;
-  const bool joined = steps_.size() > open_.first_step && joins(steps_.back(), step);
-  if (!joined) steps_.push_back({step.kind, step.content, 0, 0, step.attribute});
-  AttrStep& into = steps_.back();
-  if (step.numbers != 0) {
-    numbers_.push_back({static_cast<uint16_t>(into.size), static_cast<uint8_t>(step.size)});
-    ++into.numbers;
+  const FormRule rule = rule_of(pair.form);
+  if (rule.kind == Kind::fixed) return add_fixed(rule.bytes, rule.is_number);
+  fixed_ = 0;
+  words_.push_back(step_word(rule.kind, static_cast<size_t>(content_of(pair))));
+  if (rule.kind != Kind::indirect) return;
+  words_.push_back(static_cast<uint16_t>(pair.attribute));
+  words_.push_back(static_cast<uint16_t>(pair.attribute >> 16));
+}
+
+void AttrPlans::add_fixed(uint32_t bytes, bool is_number) {
+  if (bytes == 0) return;
+  if (fixed_ == 0 || words_[fixed_ + 1] + bytes > greatest_fixed) {
+    fixed_ = words_.size();
+    words_.insert(words_.end(), {step_word(Kind::fixed), 0});
+    gap_ = 0;
   }
-  into.size += step.size;
+  if (is_number) {
+    words_.push_back(SwapList::item(gap_, bytes));
+    words_[fixed_] = step_word(Kind::fixed, numbers_of(words_[fixed_]) + 1);
+    gap_ = 0;
+  } else {
+    gap_ += bytes;
+  }
+  words_[fixed_ + 1] = static_cast<uint16_t>(words_[fixed_ + 1] + bytes);
 }
 
-void AttrPlans::add_unwalkable() { steps_.push_back({Kind::no_rule, BlockContent::bytes, 0, 0, 0}); }
-
-AttrPlan AttrPlans::end() const {
-  AttrPlan plan = open_;
-  plan.steps = static_cast<uint32_t>(steps_.size()) - plan.first_step;
-  return plan;
+void AttrPlans::add_unwalkable() {
+  fixed_ = 0;
+  words_.push_back(step_word(Kind::no_rule));
 }
 
-void AttrPlans::clear() {
-  steps_.clear();
-  numbers_.clear();
+AttrPlan AttrPlans::end() {
+  if (words_.size() == start_) return nothing;
+  words_.push_back(step_word(Kind::end));
+  return static_cast<AttrPlan>(start_);
 }
 
 void AttrPlans::walkAttributes(DwarfStream& stream, AttrPlan plan, ExpressionWalker& expressions) const {
-  const AttrStep* step = steps_.data() + plan.first_step;
-  const AttrStep* const last = step + plan.steps;
-  const DwarfStream::Number* number = numbers_.data() + plan.first_number;
-  for (; step != last && stream.ok(); ++step) {
-    if (step->kind == Kind::indirect) {
-      walkIndirect(stream, step->attribute, expressions);
-    } else {
-      walkStep(stream, *step, number, expressions);
+  const uint16_t* word = words_.data() + plan;
+  while (stream.ok()) {
+    const uint16_t step = *word++;
+    switch (kind_of(step)) {
+      case Kind::end:
+        return;
+      case Kind::fixed: {
+        const uint32_t numbers = numbers_of(step);
+        const uint32_t size = *word++;
+        stream.swapItems(size, word, numbers);
+        word += numbers;
+        break;
+      }
+      case Kind::indirect:
+        walkIndirect(stream, word[0] | uint32_t{word[1]} << 16, expressions);
+        word += 2;
+        break;
+      default:
+        walkStep(stream, step, expressions);
     }
-    number += step->numbers;
   }
 }
 

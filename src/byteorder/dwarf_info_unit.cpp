@@ -43,8 +43,9 @@ uint32_t walkUnitHeader(DwarfStream& stream) {
 uint32_t InfoUnitWalker::walk(DwarfStream& stream, bool header_only) {
   const uint32_t abbrev_offset = walkUnitHeader(stream);
   const uint32_t header = static_cast<uint32_t>(stream.offset());
-  const AbbrevSet* const set = header_only ? nullptr : store_.find_set(abbrev_offset);
-  if (set == nullptr) return header;
+  if (header_only) return header;
+  const std::optional<AbbrevSet> set = store_.find_set(abbrev_offset);
+  if (!set) return header;
   walkDie(stream, *set);
   return 0;
 }
@@ -58,10 +59,11 @@ void InfoUnitWalker::walkDie(DwarfStream& stream, const AbbrevSet& set) {
       --open_lists;
       continue;
     }
-    const AbbrevEntry* const entry = store_.find(set, stream.copyUleb128Value());
+    const AbbrevEntry* const entry = AbbrevStore::find(set, stream.copyUleb128Value());
     if (entry == nullptr) continue;
-    if (entry->attributes.steps != 0) store_.plans().walkAttributes(stream, entry->attributes, expressions_);
-    if (entry->has_children) ++open_lists;
+    if (entry->attributes != AttrPlans::nothing)
+      store_.plans().walkAttributes(stream, entry->attributes, expressions_);
+    if (entry->has_children != 0) ++open_lists;
   } while (open_lists != 0 && stream.ok());
 }
 

@@ -80,7 +80,7 @@ void LineUnitWalker::walkEntryTable(DwarfStream& stream) {
   }
   const AttrPlan entry = plans_.end();
   const uint64_t count = stream.copyUleb128Value();
-  if (entry.steps == 0) return;
+  if (entry == AttrPlans::nothing) return;
   for (uint64_t i = 0; i < count && stream.ok(); ++i) plans_.walkAttributes(stream, entry, expressions_);
 }
 

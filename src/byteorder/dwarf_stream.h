@@ -69,15 +69,11 @@ class DwarfStream {
     cursor_ += width;
   }
 
-  // Several items whose sizes are known: `size` bytes with a number at each of the `count` places.
-  struct Number {
-    uint16_t offset;
-    uint8_t width;
-  };
-  void swapItems(uint32_t size, const Number* numbers, uint32_t count) {
+  // Several items whose sizes are known: `size` bytes, and among them `count` numbers as a SwapList notes them, the
+  // first behind the stream's place.
+  void swapItems(uint32_t size, const uint16_t* numbers, uint32_t count) {
     if (size > remaining()) return fail();
-    const size_t here = offset();
-    for (uint32_t i = 0; i < count; ++i) swaps_.add(here + numbers[i].offset, numbers[i].width);
+    if (count != 0) swaps_.add_items(offset(), numbers, count);
     cursor_ += size;
   }
 

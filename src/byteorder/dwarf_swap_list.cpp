@@ -36,8 +36,8 @@ void SwapList::convert(const unsigned char* unit, uint32_t size, DestBuffer& des
     std::memcpy(piece, unit + done, available);
     size_t position = 0;
     for (; item != last && position <= piece_size - longest_item; ++item) {
-      const unsigned width = *item & ((1U << width_bits) - 1);
-      position += *item >> width_bits;
+      const unsigned width = width_of(*item);
+      position += gap_of(*item);
       if (width != 0) reverse_number(piece + position, width);
       position += width;
     }

@@ -25,6 +25,15 @@ class SwapList {
     end_ = 0;
   }
 
+  // An item: a number's width, and behind how many bytes it follows the number before.
+  static constexpr unsigned width_bits = 4;
+  static constexpr size_t greatest_gap = (size_t{1} << (16 - width_bits)) - 1;
+  static constexpr uint16_t item(size_t gap, unsigned width) {
+    return static_cast<uint16_t>(gap << width_bits | width);
+  }
+  static constexpr size_t gap_of(uint16_t item) { return item >> width_bits; }
+  static constexpr unsigned width_of(uint16_t item) { return item & ((1U << width_bits) - 1); }
+
   // Notes the number of `width` bytes (2, 3, 4 or 8) at `offset` bytes into the unit; offsets ascend and
   // numbers do not overlap. Throws std::bad_alloc.
   void add(size_t offset, unsigned width) {
@@ -34,17 +43,25 @@ class SwapList {
     end_ = offset + width;
   }
 
+  // Notes `count` items, at least one, of which the first follows the byte before `offset`.
+  void add_items(size_t offset, const uint16_t* items, size_t count) {
+    add(offset + gap_of(items[0]), width_of(items[0]));
+    if (count - 1 > items_.size() - count_) make_room(count - 1);
+    for (size_t i = 1; i < count; ++i) {
+      items_[count_++] = items[i];
+      end_ += gap_of(items[i]) + width_of(items[i]);
+    }
+  }
+
   // Sends the unit's `size` bytes to the sink, the noted numbers reversed. The sink's write position may be the
   // unit itself.
   void convert(const unsigned char* unit, uint32_t size, DestBuffer& destination) const;
 
  private:
-  static constexpr unsigned width_bits = 4;
-  static constexpr size_t greatest_gap = (size_t{1} << (16 - width_bits)) - 1;
-
+  void make_room(size_t items) { items_.resize(count_ + count_ / 2 + items + 64); }
   void push(size_t gap, unsigned width) {
-    if (count_ == items_.size()) items_.resize(count_ + count_ / 2 + 64);
-    items_[count_++] = static_cast<uint16_t>(gap << width_bits | width);
+    if (count_ == items_.size()) make_room(1);
+    items_[count_++] = item(gap, width);
   }
 
   std::vector<uint16_t> items_;  // the first count_ are in use
