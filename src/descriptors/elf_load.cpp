@@ -140,7 +140,7 @@ bool Elf::load_table(HeaderTable<Record>& table, uint32_t offset, uint32_t count
     elf_set_error(4);
     return false;
   }
-  constexpr size_t piece_size = 16 * 1024;
+  constexpr size_t piece_size = 16384;
   const size_t piece = is_image() ? std::max<size_t>(piece_size / entry_size, 1) : present;
   for (size_t first = 0; first < present; first += piece) {
     const uint64_t start = uint64_t{first} * entry_size;

@@ -1,28 +1,9 @@
 // The read-side operations: a short run of checks in front of a field. None reads the file but through
 // Elf::get_scn, which loads a section that was not touched yet.
-#include "descriptors/elf.h"
-#include "frame/error.h"
+#include "descriptors/argument_checks.h"
 #include "frame/guard.h"
-#include "frame/magic.h"
 
 using namespace ambielf;
-
-namespace {
-
-// The test for NULL (32) and the magic check that open most operations.
-bool usable(const Elf* elf) {
-  if (elf != nullptr) return elf_magic.check();
-  elf_set_error(32);
-  return false;
-}
-
-bool usable(const Elf_Scn* scn) {
-  if (scn != nullptr) return elf_scn_magic.check();
-  elf_set_error(32);
-  return false;
-}
-
-}  // namespace
 
 int64_t elf_getbase(Elf* elf) {
   if (!usable(elf)) return -1;

@@ -2,10 +2,8 @@
 //
 // Records come zeroed but for what only the library knows; their fields are the caller's to fill in, and layout
 // supplies the rest. Nothing is ever removed.
-#include "descriptors/elf.h"
-#include "frame/error.h"
+#include "descriptors/argument_checks.h"
 #include "frame/guard.h"
-#include "frame/magic.h"
 #include "frame/make.h"
 
 using namespace ambielf;
@@ -14,18 +12,6 @@ namespace {
 
 // The header counts sections and program headers in 16 bits.
 constexpr size_t most_headers = UINT16_MAX;
-
-// The test for NULL (32) and the magic check.
-bool usable(const Elf* elf) {
-  if (elf != nullptr) return elf_magic.check();
-  elf_set_error(32);
-  return false;
-}
-
-bool has_header(const Elf& elf) {
-  if (elf.ehdr == nullptr) elf_set_error(44);
-  return elf.ehdr != nullptr;
-}
 
 // Archives, their members and memory images take no new sections and blocks.
 bool takes_contents(const Elf& elf) {
@@ -128,11 +114,7 @@ Elf_Scn* elf_newscn(Elf* elf) {
 
 Elf_Data* elf_newdata(Elf_Scn* scn) {
   return guard<Elf_Data*>(nullptr, [&]() -> Elf_Data* {
-    if (scn == nullptr) {
-      elf_set_error(32);
-      return nullptr;
-    }
-    if (!elf_scn_magic.check() || !takes_contents(*scn->elf)) return nullptr;
+    if (!usable(scn) || !takes_contents(*scn->elf)) return nullptr;
     DataDesc* const block = scn->add_data();
     if (block != nullptr) scn->dirty = true;
     return block;

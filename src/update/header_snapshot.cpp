@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "descriptors/elf.h"
-#include "frame/error.h"
-#include "frame/magic.h"
+#include "descriptors/argument_checks.h"
 #include "frame/memory_block.h"
 
 using namespace ambielf;
@@ -29,24 +27,16 @@ Record* snapshot(Elf& elf, const HeaderTable<Record>& table, size_t count, uint3
   return reinterpret_cast<Record*>(block.release());
 }
 
-bool has_header(const Elf* elf) {
-  if (elf == nullptr) {
-    elf_set_error(32);
-    return false;
-  }
-  if (!elf_magic.check()) return false;
-  if (elf->ehdr == nullptr) elf_set_error(44);
-  return elf->ehdr != nullptr;
-}
-
 }  // namespace
 
 Elf32_Phdr* elf32_getphdr(Elf* elf) {
-  return has_header(elf) ? snapshot(*elf, elf->phdrs, elf->header().e_phnum, ELF_T_PHDR) : nullptr;
+  return usable(elf) && has_header(*elf) ? snapshot(*elf, elf->phdrs, elf->header().e_phnum, ELF_T_PHDR)
+                                         : nullptr;
 }
 
 Elf32_Shdr* elf32_getshdrtab(Elf* elf) {
-  return has_header(elf) ? snapshot(*elf, elf->shdrs, elf->header().e_shnum, ELF_T_SHDR) : nullptr;
+  return usable(elf) && has_header(*elf) ? snapshot(*elf, elf->shdrs, elf->header().e_shnum, ELF_T_SHDR)
+                                         : nullptr;
 }
 
 void elf32_freeshdrtab(void* table) { FreeBlock()(table); }

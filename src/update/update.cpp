@@ -1,7 +1,9 @@
 // elf_update: lays the object out and, if asked, writes it.
 #include <cerrno>
 
+#include "byteorder/dwarf_abbrev_section.h"
 #include "byteorder/file_dest_buffer.h"
+#include "byteorder/swap_policy.h"
 #include "descriptors/elf.h"
 #include "frame/error.h"
 #include "frame/guard.h"
@@ -29,18 +31,27 @@ bool complete_sections(Elf& elf) {
   return all;
 }
 
-// Conversion goes by the section's name, so the name table is loaded before layout: layout and writing then
-// see the same sections. The file position stays the caller's. A table that cannot be loaded gives no names.
-bool load_names(Elf& elf) {
+bool converts_debug_info(Elf& elf) {
+  bool any = false;
+  elf.scns.for_each([&](const Elf_Scn& scn) {
+    if (!scn.has_data() || !elf.section_name(scn.index).is(".debug_info")) return;
+    any = any || decide_swap(scn.swap_behavior, elf.encoding()) == SwapDecision::due;
+  });
+  return any;
+}
+
+// Conversion goes by the section's name, and that of debug information by the abbreviations. So these sections are
+// loaded before layout: layout and writing then see the same sections. The file position stays the caller's. What
+// cannot be loaded counts as not there.
+bool load_what_conversion_needs(Elf& elf) {
   if (elf.ehdr == nullptr || !elf.dirty || elf.cntl_command != ELF_C_NULL) return true;
   const size_t name_table = elf.name_table();
-  if (name_table == SHN_UNDEF || elf.loaded_scn(name_table) != nullptr) return true;
-  if (!any_block_needs_a_name(elf, name_table)) return true;
+  if (name_table == SHN_UNDEF || !any_block_needs_a_name(elf, name_table)) return true;
   const int64_t position = platform::tell(elf.file_desc->file_id);
   if (position == -1) return true;  // the sink will tell
   {
     const KeepError keep;
-    elf.get_scn(name_table);
+    if (elf.get_scn(name_table) != nullptr && converts_debug_info(elf)) loadAbbrevStore(elf, true, false);
   }
   if (platform::seek(elf.file_desc->file_id, static_cast<uint64_t>(position)) != -1) return true;
   elf_seek_error(errno);
@@ -52,7 +63,7 @@ int32_t write(Elf& elf) {
     elf_set_error(61);
     return -1;
   }
-  if (!load_names(elf) || !complete_sections(elf)) return -1;
+  if (!load_what_conversion_needs(elf) || !complete_sections(elf)) return -1;
   NewOffsets new_offsets;
   if (update_layout(elf, new_offsets) == -1) return -1;
   if (elf.file_desc == nullptr) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <list>
 
+#include "support/debug_object.h"
 #include "update/new_object.h"
 #include "update/scattered_object.h"
 
@@ -234,6 +235,34 @@ TEST(Rewriting, SectionsLandWhereLayoutSaidBehindOnesThatSendNothing) {
     ASSERT_EQ(elf_update(elf.get(), ELF_C_WRITE), size);
     EXPECT_EQ(bytes_at(file.contents(), caller_laid ? 96 : 64, 4), text_bytes("note"));
     EXPECT_EQ(elf32_getshdr(elf_getscn(elf.get(), 2))->sh_offset, caller_laid ? 96u : 64u);
+  }
+}
+
+// The walk needs the abbreviations, which nobody may have asked for while the section was loaded as it was.
+TEST(Rewriting, DebugInformationThatWasLoadedRawConvertsWhole) {
+  const DebugObject object{
+      ".debug_info",
+      [](DwarfEncoder& e) {
+        e.unit([](DwarfEncoder& u) { u.info_header(4, 0).uleb("code", 1).u32("number", 1); });
+      },
+      [](DwarfEncoder& e) {
+        e.abbrev(1, false, {{0x03, 0x06}}).u8("end of set", 0);
+      }};
+  for (const ByteOrder order : both_orders) {
+    const TempFile file(object.build(order).bytes);
+    Elf* const elf = begin_rewriting(file);
+    elf_setreadswapcontroller(elf, [](const Elf32_Shdr*, const char*) { return int{ELF_SWAP_NEVER}; });
+    Elf_Scn* const scn = elf_getscn(elf, DebugObject::index);
+    Bytes converted = encode(other(order), object.contents).done();
+    elf_getdata(scn, nullptr)->d_buf = converted.data();
+    elf_setswapbehavior(scn, order == ByteOrder::big ? ELF_SWAP_TO_HOST : ELF_SWAP_TO_MSB);
+    elf_flagelf(elf, ELF_C_SET, ELF_F_DIRTY | ELF_F_LAYOUT);
+    file.seek(0);
+    const int32_t size = elf_update(elf, ELF_C_WRITE);
+    EXPECT_EQ(file.position(), size);
+    const Bytes in_file = encode(order, object.contents).done();
+    EXPECT_EQ(bytes_at(file.contents(), elf32_getshdr(scn)->sh_offset, in_file.size()), in_file);
+    elf_end(elf);
   }
 }
 
