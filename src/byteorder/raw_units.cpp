@@ -27,26 +27,29 @@ uint32_t checksum_of(const RawUnit& unit, const unsigned char* block) {
 }  // namespace
 
 void RawUnits::add(uint32_t offset, uint32_t length, uint32_t header) {
-  if (header == 0 && !units_.empty()) {
-    RawUnit& last = units_.back();
+  if (!units_) units_ = std::make_unique<std::vector<RawUnit>>();
+  if (header == 0 && !units_->empty()) {
+    RawUnit& last = units_->back();
     if (last.header == 0 && last.offset + last.length == offset) {
       last.length += length;
       return;
     }
   }
-  units_.push_back({offset, length, 0, header});
+  units_->push_back({offset, length, 0, header});
 }
 
 void RawUnits::seal(const unsigned char* block) {
-  for (RawUnit& unit : units_) unit.checksum = checksum_of(unit, block);
+  if (!units_) return;
+  for (RawUnit& unit : *units_) unit.checksum = checksum_of(unit, block);
 }
 
 std::optional<RawUnit> RawUnits::find(uint32_t offset, const unsigned char* block, uint32_t size) const {
-  if (stopped_at_.has_value() && offset >= *stopped_at_) return RawUnit{offset, size - offset, 0, 0};
+  if (offset >= stopped_at_) return RawUnit{offset, size - offset, 0, 0};
+  if (!units_) return std::nullopt;
   const auto found =
-      std::lower_bound(units_.begin(), units_.end(), offset,
+      std::lower_bound(units_->begin(), units_->end(), offset,
                        [](const RawUnit& unit, uint32_t wanted) { return unit.offset < wanted; });
-  if (found == units_.end() || found->offset != offset) return std::nullopt;
+  if (found == units_->end() || found->offset != offset) return std::nullopt;
   if (!fits(offset, found->length, size) || checksum_of(*found, block) != found->checksum)
     return std::nullopt;
   return *found;

@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <vector>
 
@@ -30,7 +31,7 @@ class RawUnits {
 
   // Whether a walk in that direction goes the way back, and has to ask.
   bool lead_back(bool value_before_swap) const {
-    return value_before_swap_ != value_before_swap && (!units_.empty() || stopped_at_.has_value());
+    return value_before_swap_ != value_before_swap && (count() != 0 || stopped_at_ != nowhere);
   }
 
   // Notes a place; offsets ascend. Throws std::bad_alloc, the list unchanged.
@@ -45,11 +46,14 @@ class RawUnits {
   // The place at `offset` of a block, if its bytes are still those that were left raw.
   std::optional<RawUnit> find(uint32_t offset, const unsigned char* block, uint32_t size) const;
 
-  size_t count() const { return units_.size(); }
+  size_t count() const { return units_ ? units_->size() : 0; }
 
  private:
-  std::vector<RawUnit> units_;
-  std::optional<uint32_t> stopped_at_;
+  static constexpr uint32_t nowhere = UINT32_MAX;
+
+  // Every block of an object has such lists, and hardly one has anything in them.
+  std::unique_ptr<std::vector<RawUnit>> units_;
+  uint32_t stopped_at_ = nowhere;
   bool value_before_swap_ = false;
 };
 
