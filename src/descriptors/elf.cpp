@@ -150,7 +150,7 @@ bool Elf::note_suffices(const Elf_Scn& waiting) {
     loaded_name_table_ = names;
   }
   if (waiting.index == names || read_swap_controller != default_read_swap_controller) return false;
-  if (cntl_command != ELF_C_NULL || !file_desc->afford_contents()) return false;
+  if (cntl_command != ELF_C_NULL || !file_desc->afford_contents(waiting.noted_size())) return false;
   return !foreign() || waiting.note_suffices_in_foreign_order();
 }
 

@@ -61,7 +61,7 @@ bool Elf_Scn::initialize() {
   // That its name is not to be had shows behind the reading; where that goes on and on, before it.
   FileDesc& input = *elf->file_desc;
   if (input.wasted_reads > input.input_size() && name_matters() && !fetch_name()) return false;
-  if (!elf->file_desc->afford_contents()) {
+  if (!input.afford_contents(present_bytes(shdr->sh_offset, shdr->sh_size, elf->object_size()))) {
     elf_set_error(4);
     return false;
   }

@@ -28,13 +28,14 @@ struct FileDesc {
 
   uint64_t input_size() const { return is_image ? image_size : file_size; }
 
-  // Whether contents may be loaded. A hostile header table may lay thousands of sections over the same bytes; memory is
-  // given for contents in proportion to the input, all members of an archive together. The count is the same for a file
-  // and for an image, whether a section's bytes are copied or not.
-  bool afford_contents() const {
-    // Sections of sound objects do not share bytes, so their contents are no larger than the input.
-    constexpr uint64_t allowance = uint64_t{1} << 20;
-    return contents_taken <= 2 * input_size() + allowance;
+  // Whether contents may be loaded of which the input has `present` bytes. A hostile header table may lay thousands of
+  // sections over the same bytes; memory is given for contents in proportion to the input, all members of an archive
+  // together. The count is the same for a file and for an image, whether a section's bytes are copied or not.
+  bool afford_contents(uint64_t present) const {
+    // Sections of sound objects do not share bytes, so their contents are no larger than the input. In a small one they
+    // may share what they like.
+    constexpr uint64_t small = uint64_t{1} << 20;
+    return contents_taken + present <= std::max(input_size() + small / 4, small);
   }
   void count_contents(uint64_t size, uint64_t present) {
     // Even a block that nothing is read into costs its first page.
