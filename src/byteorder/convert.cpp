@@ -67,8 +67,6 @@ void convert_block(unsigned char* source, DestBuffer& destination, uint32_t coun
 
 }  // namespace
 
-bool DataDesc::converts_by_name(const TableString& name) { return debug_section(name) != DebugSection::none; }
-
 int32_t DataDesc::convert(unsigned char* bytes, DestBuffer& destination, uint32_t type, bool to_file,
                           bool force) {
   if (type > greatest_data_type) {

@@ -37,9 +37,6 @@ struct DataDesc : Elf_Data {
   static DataDesc* of(Elf_Data* data) { return static_cast<DataDesc*>(data); }
   static const DataDesc* of(const Elf_Data* data) { return static_cast<const DataDesc*>(data); }
 
-  // Whether the name of a section, and not its type, tells how its contents are converted.
-  static bool converts_by_name(const TableString& name);
-
   // Converts the block as loading does. A failed conversion leaves it raw, and its code stored.
   void convert_loaded();
 

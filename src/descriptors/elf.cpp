@@ -97,11 +97,6 @@ Elf32_Shdr* Elf::get_shdr(size_t index) const {
 }
 
 Elf_Scn* Elf::load_scn(size_t index) {
-  if (Elf_Scn* const waiting = scns.waiting(index); waiting != nullptr && note_suffices(*waiting)) {
-    file_desc->count_contents(waiting->noted_size(), waiting->noted_size());
-    scns.enter_waiting(index);
-    return waiting;
-  }
   if (index >= shdrs.size()) {
     elf_set_error(21);
     return nullptr;
@@ -111,7 +106,7 @@ Elf_Scn* Elf::load_scn(size_t index) {
     return nullptr;
   }
   if (!scns.has_slab(index)) {
-    if (make_slab(index)) return load_scn(index);
+    if (make_slab(index)) return get_scn(index);
     elf_set_error(4);
     return nullptr;
   }
@@ -139,19 +134,6 @@ bool Elf::make_slab(size_t index) {
   }
   scns.make_waiting(this, first, ready, shdrs);
   return true;
-}
-
-// Whether loading a section of an image comes to what its note says: the name table is there, which the first load
-// brings in, nobody is to be asked, and nothing to be converted.
-bool Elf::note_suffices(const Elf_Scn& waiting) {
-  const size_t names = name_table();
-  if (names != loaded_name_table_) {
-    if (scns[names] == nullptr) return false;
-    loaded_name_table_ = names;
-  }
-  if (waiting.index == names || read_swap_controller != default_read_swap_controller) return false;
-  if (cntl_command != ELF_C_NULL || !file_desc->afford_contents(waiting.noted_size())) return false;
-  return !foreign() || waiting.note_suffices_in_foreign_order();
 }
 
 bool Elf::load_all() {

@@ -60,10 +60,11 @@ struct Elf : public ambielf::ByteSwap {
 
   // The section at `index`, loaded if it was not; null after a report. One that is being loaded, which a
   // controller may ask for, is not there yet: 21.
-  Elf_Scn* get_scn(size_t index) {
-    Elf_Scn* const scn = scns[index];
-    return scn != nullptr ? scn : load_scn(index);
-  }
+  Elf_Scn* get_scn(size_t index);
+
+  // Its short way: a section that is loaded, or waits in its slab and comes to no more than that. Null, and no report,
+  // elsewhere.
+  Elf_Scn* quick_scn(size_t index);
 
   // The section at `index` if it is loaded, else null; reports nothing.
   Elf_Scn* loaded_scn(size_t index) const { return scns[index]; }
@@ -73,20 +74,10 @@ struct Elf : public ambielf::ByteSwap {
 
   // The string `offset` bytes into the string table `section`. Null after 21, 27, 37, 68, or a failure of
   // loading.
-  ambielf::TableString find_string(size_t section, uint64_t offset) {
-    const ambielf::TableString found = find_loaded_string(section, offset);
-    return found ? found : search_string(section, offset);
-  }
+  ambielf::TableString find_string(size_t section, uint64_t offset);
 
   // Its short way, for what is the rule: a table that is loaded, and one block. Null, and no report, elsewhere.
-  ambielf::TableString find_loaded_string(size_t section, uint64_t offset) const {
-    if (last_strings_ == nullptr || last_strings_->index != section) last_strings_ = scns[section];
-    const Elf_Scn* const scn = last_strings_;
-    const ambielf::DataDesc* const block = scn != nullptr ? scn->only_data() : nullptr;
-    if (block == nullptr || scn->shdr->sh_type != SHT_STRTAB || offset > scn->shdr->sh_size) return {};
-    if (block->d_off != 0 || offset >= block->d_size || block->d_buf == nullptr) return {};
-    return {static_cast<char*>(block->d_buf) + offset, block->d_size - offset};
-  }
+  ambielf::TableString find_loaded_string(size_t section, uint64_t offset) const;
 
   // The name of the section at `index` for those who do without: null, and no report, for the name table
   // itself and where the table or the name is not there. Loads the name table if need be.
@@ -166,5 +157,7 @@ struct Elf : public ambielf::ByteSwap {
   mutable const Elf_Scn* last_strings_ = nullptr;  // the table of the last look-up, if it is loaded
   size_t loaded_name_table_ = SIZE_MAX;            // the name table that was last seen loaded
 };
+
+#include "descriptors/elf_quick.h"
 
 #endif

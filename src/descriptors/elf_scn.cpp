@@ -40,12 +40,6 @@ class Elf_Scn::HeaderEdit {
   bool kept_ = false;
 };
 
-// Whether the name is to be had, and none that says how contents are converted.
-bool Elf_Scn::has_plain_name() const {
-  const TableString name = elf->find_string(elf->name_table(), shdr->sh_name);
-  return name && !name.starts_with(line_relocations) && !DataDesc::converts_by_name(name);
-}
-
 bool Elf_Scn::initialize() {
   shdr = elf->get_shdr(index);
   if (shdr == nullptr) {

@@ -45,8 +45,7 @@ struct Elf_Scn {
     noted_size_ = header.sh_size;
   }
 
-  // Whether contents that were noted stay as they are in the other byte order too.
-  bool note_suffices_in_foreign_order() const { return noted_type_ == ELF_T_BYTE && has_plain_name(); }
+  bool noted_as_bytes() const { return noted_type_ == ELF_T_BYTE; }
 
   uint32_t noted_size() const { return noted_size_; }
 
@@ -89,7 +88,6 @@ struct Elf_Scn {
   class HeaderEdit;
   static constexpr uint8_t nothing_noted = 0xFF;
 
-  bool has_plain_name() const;
   bool name_matters() const;
   bool has_known_type();
   ambielf::TableString fetch_name();

@@ -28,7 +28,9 @@ Elf_Scn* elf_getscn(Elf* elf, size_t index) {
   return guard<Elf_Scn*>(nullptr, [&] { return usable(elf) ? elf->get_scn(index) : nullptr; });
 }
 
-Elf_Scn* elf_nextscn(Elf* elf, Elf_Scn* scn) {
+namespace {
+
+[[gnu::noinline]] Elf_Scn* load_next_scn(Elf* elf, Elf_Scn* scn) {
   return guard<Elf_Scn*>(nullptr, [&]() -> Elf_Scn* {
     if (!usable(elf)) return nullptr;
     if (scn != nullptr && !elf_scn_magic.check()) return nullptr;
@@ -39,19 +41,22 @@ Elf_Scn* elf_nextscn(Elf* elf, Elf_Scn* scn) {
   });
 }
 
+}  // namespace
+
+Elf_Scn* elf_nextscn(Elf* elf, Elf_Scn* scn) {
+  // Walks go over sections by the thousand, most of which need no loading.
+  if (elf != nullptr && scn != nullptr && elf_magic.intact() && elf_scn_magic.intact()) {
+    if (Elf_Scn* const next = elf->quick_scn(size_t{scn->index} + 1)) return next;
+  }
+  return load_next_scn(elf, scn);
+}
+
 size_t elf_ndxscn(Elf_Scn* scn) { return usable(scn) ? scn->index : 0; }
 
 Elf32_Shdr* elf32_getshdr(Elf_Scn* scn) {
   if (!usable(scn)) return nullptr;
-  if (scn->shdr == nullptr) {
-    elf_set_error(27);
-  } else if (scn->elf == nullptr) {
-    elf_set_error(53);
-  } else if (scn->elf->ehdr == nullptr) {
-    elf_set_error(44);
-  } else {
-    return scn->shdr;
-  }
+  if (scn->shdr != nullptr && scn->elf != nullptr && scn->elf->ehdr != nullptr) return scn->shdr;
+  elf_set_error(scn->shdr == nullptr ? 27 : scn->elf == nullptr ? 53 : 44);
   return nullptr;
 }
 

@@ -86,10 +86,17 @@ class SectionTable {
   // slab that begins at index `first`.
   void make_waiting(Elf* owner, size_t first, uint32_t which, const HeaderTable<Elf32_Shdr>& headers);
 
-  // The section that waits at `index`, or null.
-  Elf_Scn* waiting(size_t index) const {
-    return has_slab(index) ? slabs_[index / slab_size]->find(slabs_[index / slab_size]->waiting, index)
-                           : nullptr;
+  // The section at `index`, in the table or waiting; null where none is.
+  struct Place {
+    Elf_Scn* scn;
+    bool waiting;
+  };
+  Place find(size_t index) const {
+    if (!has_slab(index)) return {nullptr, false};
+    Slab& slab = *slabs_[index / slab_size];
+    const uint32_t bit = Slab::bit(index);
+    const bool waiting = (slab.waiting & bit) != 0;
+    return {waiting || (slab.present & bit) != 0 ? slab.place(index) : nullptr, waiting};
   }
 
   // Takes the section that waits at `index` into the table.

@@ -53,7 +53,7 @@ std::vector<uint8_t> sections_sharing_bytes(const HeaderTable<Elf32_Shdr>& shdrs
   bool ordered = sweep.take(header);
   for (size_t i = 0; i < shdrs.size() && ordered; ++i) {
     const Extent extent = extent_of(i);
-    if (extent.start != extent.end) ordered = sweep.take(extent);
+    ordered = extent.start == extent.end || sweep.take(extent);
   }
   if (!ordered) {
     std::vector<Extent> extents = {header};

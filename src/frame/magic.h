@@ -20,8 +20,9 @@ struct MagicWord {
 
   // Reports and gives false when the word is damaged.
   bool check() const {
-    if (!intact()) elf_set_error(code);
-    return intact();
+    if (intact()) return true;
+    elf_set_error(code);
+    return false;
   }
 };
 
