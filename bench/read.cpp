@@ -97,6 +97,15 @@ void section_by_index(benchmark::State& state) {
   per_item(state, order.size());
 }
 
+// The floor of a walk through a file's symbols: its bytes, in memory that nothing has touched.
+void read_symbols(benchmark::State& state, size_t count) {
+  const InputFile& input = many_symbols(ByteOrder::big, count);
+  for (auto _ : state) {
+    const std::unique_ptr<char[]> bytes(new char[input.object.size()]);
+    benchmark::DoNotOptimize(pread(input.file.id(), bytes.get(), input.object.size(), 0));
+  }
+}
+
 const bool added = [] {
   for (const ByteOrder order : both_orders) {
     for (const size_t count : {600, 6'000, 60'000})
@@ -104,6 +113,10 @@ const bool added = [] {
     for (const size_t count : {10'000, 100'000, 1'000'000}) {
       add_walks("symbols", many_symbols, walk_symbols, order, count);
     }
+  }
+  for (const size_t count : {10'000, 100'000, 1'000'000}) {
+    add("symbols/read/" + std::to_string(count),
+        [=](benchmark::State& state) { read_symbols(state, count); });
   }
   add("open/gigabyte", open_gigabyte)->Unit(benchmark::kMicrosecond);
   add("open/floor", open_floor)->Unit(benchmark::kMicrosecond);

@@ -19,13 +19,13 @@ namespace ambielf {
 template <class Record>
 class HeaderTable {
  public:
-  size_t size() const { return loaded_ + added_.size(); }
+  size_t size() const { return loaded_ + added_; }
   bool empty() const { return size() == 0; }
 
   // The record at `index`, which is below size().
   Record* operator[](size_t index) const {
     if (index < present_) return reinterpret_cast<Record*>(block_.get() + index * stride_);
-    if (index >= loaded_) return added_[index - loaded_].get();
+    if (index >= loaded_) return &chunks_[(index - loaded_) / chunk_size][(index - loaded_) % chunk_size];
     return reinterpret_cast<Record*>(block_.get() + present_ * stride_) + (index - present_);
   }
 
@@ -44,10 +44,12 @@ class HeaderTable {
 
   // Adds a zeroed record at the end, or gives null when memory is short.
   Record* append() {
-    std::unique_ptr<Record> record(new (std::nothrow) Record());
-    if (!record) return nullptr;
-    added_.push_back(std::move(record));
-    return added_.back().get();
+    if (added_ % chunk_size == 0) {
+      std::unique_ptr<Record[]> chunk(new (std::nothrow) Record[chunk_size]());
+      if (!chunk) return nullptr;
+      chunks_.push_back(std::move(chunk));
+    }
+    return &chunks_.back()[added_++ % chunk_size];
   }
 
  private:
@@ -55,7 +57,10 @@ class HeaderTable {
   size_t loaded_ = 0;
   size_t present_ = 0;
   size_t stride_ = sizeof(Record);
-  std::vector<std::unique_ptr<Record>> added_;
+  // Records that were added, which never move.
+  static constexpr size_t chunk_size = 16;
+  std::vector<std::unique_ptr<Record[]>> chunks_;
+  size_t added_ = 0;
 };
 
 }  // namespace ambielf
