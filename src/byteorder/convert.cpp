@@ -74,6 +74,7 @@ int32_t DataDesc::convert(unsigned char* bytes, DestBuffer& destination, uint32_
     return -1;
   }
   Elf& elf = *scn->elf;
+  if (!elf.load_names()) return -1;
   const bool on_load = !to_file && !force;
   const TableString name = elf.section_name(scn->index);
   if (on_load && name) {

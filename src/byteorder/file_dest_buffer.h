@@ -28,6 +28,9 @@ class FileDestBuffer : public DestBuffer {
   // Sends what is gathered to the file. A failure is latched like any other.
   void flush();
 
+  // Forgets what is gathered: output that has lost its end must not take the place of the old.
+  void drop() { gathered_size = 0; }
+
   // True while no output has failed; otherwise reports 79, 86 or 64.
   bool check() const;
 

@@ -179,6 +179,25 @@ TableString Elf::search_string(size_t section, uint64_t offset) {
   return {};
 }
 
+bool Elf::load_names() {
+  const size_t name_table = ehdr == nullptr ? SHN_UNDEF : header().e_shstrndx;
+  if (name_table == SHN_UNDEF || loaded_scn(name_table) != nullptr) return true;
+  const int before = elf_peek_error();
+  if (get_scn(name_table) != nullptr) return true;
+  switch (elf_peek_error()) {
+    case 4:
+    case 31:
+    case 8:
+    case 17:
+    case 88:
+    case 89:
+      return false;
+    default:
+      elf_set_error(before);
+      return true;
+  }
+}
+
 TableString Elf::section_name(size_t index) {
   if (ehdr == nullptr || index >= shdrs.size()) return {};
   const size_t table_index = name_table();

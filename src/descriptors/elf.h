@@ -79,6 +79,10 @@ struct Elf : public ambielf::ByteSwap {
   // Its short way, for what is the rule: a table that is loaded, and one block. Null, and no report, elsewhere.
   ambielf::TableString find_loaded_string(size_t section, uint64_t offset) const;
 
+  // Loads the name table, for look-ups that do without names where the file has none. False, with the code, where
+  // it is the memory or the reading that failed: then nobody can tell what a section is called.
+  bool load_names();
+
   // The name of the section at `index` for those who do without: null, and no report, for the name table
   // itself and where the table or the name is not there. Loads the name table if need be.
   ambielf::TableString section_name(size_t index);

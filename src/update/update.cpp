@@ -49,11 +49,12 @@ bool load_what_conversion_needs(Elf& elf) {
   if (name_table == SHN_UNDEF || !any_block_needs_a_name(elf, name_table)) return true;
   const int64_t position = platform::tell(elf.file_desc->file_id);
   if (position == -1) return true;  // the sink will tell
-  {
+  const bool loaded = elf.load_names();
+  if (loaded) {
     const KeepError keep;
-    if (elf.get_scn(name_table) != nullptr && converts_debug_info(elf)) loadAbbrevStore(elf, true, false);
+    if (converts_debug_info(elf)) loadAbbrevStore(elf, true, false);
   }
-  if (platform::seek(elf.file_desc->file_id, static_cast<uint64_t>(position)) != -1) return true;
+  if (platform::seek(elf.file_desc->file_id, static_cast<uint64_t>(position)) != -1) return loaded;
   elf_seek_error(errno);
   return false;
 }
@@ -73,7 +74,10 @@ int32_t write(Elf& elf) {
   FileDestBuffer file;
   if (!file.attach(elf.file_desc->file_id)) return -1;
   const int32_t result = write2buff(elf, new_offsets, file);
-  if (result == -1) return -1;
+  if (result == -1) {
+    file.drop();
+    return -1;
+  }
   file.flush();
   if (!file.check()) return -1;
   if (elf.dirty) commit(elf, new_offsets);

@@ -8,27 +8,31 @@ namespace {
 
 // Not thread_local: on Windows the compiler's support for that allocates, and would come here again. Tests have
 // one thread.
-size_t allocations_left = 0;  // 0: none is to fail
-bool failed = false;
+size_t failing = 0;  // the number of the allocation that is to fail; 0: none is
+size_t asked = 0;
+bool goes_on = false;
 
 bool is_to_fail() {
-  if (allocations_left == 0 || --allocations_left != 0) return false;
-  failed = true;
-  return true;
+  if (failing == 0) return false;
+  ++asked;
+  return goes_on ? asked >= failing : asked == failing;
 }
 
 }  // namespace
 
 namespace ambielf::test {
 
-FailingAllocation::FailingAllocation(size_t nth) {
-  failed = false;
-  allocations_left = nth;
+FailingAllocation::FailingAllocation(size_t nth, bool for_ever) {
+  asked = 0;
+  goes_on = for_ever;
+  failing = nth;
 }
 
-FailingAllocation::~FailingAllocation() { allocations_left = 0; }
+FailingAllocation::~FailingAllocation() { failing = 0; }
 
-bool FailingAllocation::happened() const { return failed; }
+size_t FailingAllocation::count() const { return asked; }
+
+bool FailingAllocation::happened() const { return asked >= failing; }
 
 }  // namespace ambielf::test
 
@@ -64,9 +68,9 @@ void* wrap_realloc(void* block, size_t size) { return is_to_fail() ? nullptr : r
 
 // In a static program operator new's own call of malloc is routed here as well; it is no allocation of its own.
 static void* uncounted(void* (*real)(size_t), size_t size) {
-  const size_t left = std::exchange(allocations_left, 0);
+  const size_t kept = std::exchange(failing, 0);
   void* const block = real(size);
-  allocations_left = left;
+  failing = kept;
   return block;
 }
 
