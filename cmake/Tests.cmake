@@ -49,7 +49,8 @@ target_compile_definitions(ambielf_test_support INTERFACE
   AMBIELF_TEST_DATA="${PROJECT_SOURCE_DIR}/tests/data" AMBIELF_TEST_SCRATCH="${PROJECT_BINARY_DIR}/scratch"
   AMBIELF_EXAMPLES_DIR="${PROJECT_BINARY_DIR}/examples")
 file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/scratch)
-# tests/support/failing_allocation.cpp stands between the tests and the allocators.
+# tests/support/failing_allocation.cpp stands between the tests and the allocators, reported_codes.cpp before elf_errno.
+set(reported_codes ${PROJECT_BINARY_DIR}/reported_codes)
 if(WIN32)
   set(size_letter y)
 elseif(CMAKE_SIZEOF_VOID_P EQUAL 8)
@@ -57,15 +58,16 @@ elseif(CMAKE_SIZEOF_VOID_P EQUAL 8)
 else()
   set(size_letter j)
 endif()
-foreach(allocator IN ITEMS malloc calloc realloc _Znw${size_letter} _Zna${size_letter}
+foreach(function IN ITEMS elf_errno malloc calloc realloc _Znw${size_letter} _Zna${size_letter}
     _Znw${size_letter}RKSt9nothrow_t _Zna${size_letter}RKSt9nothrow_t)
-  list(APPEND wrapped -Wl,--wrap=${allocator})
+  list(APPEND wrapped -Wl,--wrap=${function})
 endforeach()
 
 if(support MATCHES "\\.cpp")
   add_library(ambielf_test_support_objects OBJECT ${support})
   ambielf_own_target(ambielf_test_support_objects)
   target_link_libraries(ambielf_test_support_objects PUBLIC ambielf_core ambielf_test_support)
+  target_compile_definitions(ambielf_test_support_objects PRIVATE AMBIELF_REPORTED_CODES="${reported_codes}")
   target_link_options(ambielf_test_support_objects INTERFACE ${wrapped})
 endif()
 
@@ -81,5 +83,5 @@ foreach(folder IN LISTS folders)
     set(discovery DISCOVERY_MODE PRE_TEST)
   endif()
   gtest_discover_tests(${program} TEST_PREFIX ${folder}/ DISCOVERY_TIMEOUT 120 ${discovery}
-    PROPERTIES TIMEOUT 300)
+    PROPERTIES TIMEOUT 300 FIXTURES_SETUP all_tests)
 endforeach()

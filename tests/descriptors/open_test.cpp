@@ -161,7 +161,7 @@ TEST(Begin, ChecksInTheirOrder) {
   EXPECT_TRUE(failed(elf_memory(nullptr, 100), nullptr, 3));
   char image[16] = {};
   EXPECT_TRUE(failed(elf_memory(image, 0), nullptr, 3));
-  EXPECT_TRUE(failed(elf_memory(image, size_t{1} << 32), nullptr, 6));  // never read past the probe
+  EXPECT_TRUE(failed(elf_memory(image, beyond_32_bits(0)), nullptr, 6));  // never read past the probe
   const int closed = file.id();
   file.close_id();
   EXPECT_TRUE(failed(elf_begin(closed, ELF_C_READ, nullptr), nullptr, 5));

@@ -16,8 +16,6 @@
 namespace ambielf::test {
 namespace {
 
-constexpr size_t beyond_32_bits = (size_t{1} << 32) + 1;
-
 class Sections : public EveryOrderAndRoad {};
 INSTANTIATE_EVERY_ORDER_AND_ROAD(Sections);
 
@@ -42,7 +40,7 @@ TEST_P(Sections, AreMadeOnceWhenAskedFor) {
   EXPECT_EQ(elf_ndxscn(in.scn(0)), 0u);
   EXPECT_EQ(elf_errno(), 0);
   EXPECT_TRUE(failed(elf_nextscn(in, in.scn(7)), nullptr, 21));
-  for (const size_t missing : {size_t{8}, beyond_32_bits, SIZE_MAX}) {
+  for (const size_t missing : {size_t{8}, beyond_32_bits(1), SIZE_MAX}) {
     EXPECT_TRUE(failed(elf_getscn(in, missing), nullptr, 21)) << missing;
     EXPECT_TRUE(failed(elf_strptr(in, missing, 0), nullptr, 21)) << missing;
   }

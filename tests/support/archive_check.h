@@ -58,7 +58,7 @@ class ArchiveCheck {
       // A member that is no object fails the first time, and is there the second time all the same.
       Elf* elf = elf_begin(file_id_, ELF_C_READ, archive);
       elf_errno();
-      if (elf_rand(archive, member.start) != member.start) return "elf_rand" + place;
+      if (elf_rand(archive, static_cast<size_t>(member.start)) != member.start) return "elf_rand" + place;
       Elf* const again = elf_begin(file_id_, ELF_C_READ, archive);
       if (again == nullptr || (elf != nullptr && elf != again)) return "descriptor" + place;
       if (elf_kind(again) != ELF_K_AR || elf_getbase(again) != static_cast<int64_t>(member.contents)) {

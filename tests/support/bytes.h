@@ -70,6 +70,11 @@ class Emit {
   Bytes bytes_;
 };
 
+// A number that would become `low` if somebody kept 32 bits of it. Where size_t has no more, the greatest there is.
+constexpr size_t beyond_32_bits(uint32_t low) {
+  return sizeof(size_t) > sizeof low ? static_cast<size_t>((uint64_t{1} << 32) + low) : SIZE_MAX;
+}
+
 inline Bytes text_bytes(std::string_view text) { return {text.begin(), text.end()}; }
 
 }  // namespace ambielf::test

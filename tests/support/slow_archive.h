@@ -69,8 +69,10 @@ class SlowReader {
   }
 
   size_t take(void* to, size_t count) {
-    const size_t got = position_ < bytes_.size() ? std::min(count, bytes_.size() - position_) : 0;
-    if (got != 0) std::memcpy(to, bytes_.data() + position_, got);
+    if (position_ >= bytes_.size()) return 0;
+    const size_t start = static_cast<size_t>(position_);
+    const size_t got = std::min(count, bytes_.size() - start);
+    std::memcpy(to, bytes_.data() + start, got);
     position_ += got;
     return got;
   }
@@ -138,7 +140,7 @@ class SlowReader {
   }
 
   const Bytes& bytes_;
-  size_t position_ = 0;
+  uint64_t position_ = 0;
 };
 
 inline SlowArchive slow_archive(const Bytes& bytes) { return SlowReader(bytes).read(); }

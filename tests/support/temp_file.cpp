@@ -1,4 +1,6 @@
 // The one file of the tests that knows how each system makes a temporary file and works on its id.
+#define _FILE_OFFSET_BITS 64
+
 #include "support/temp_file.h"
 
 #include <fcntl.h>

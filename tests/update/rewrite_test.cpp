@@ -55,7 +55,7 @@ class Rewrite {
     ASSERT_GT(size, 1) << elf_errno();
     EXPECT_EQ(file_.position(), start + size);
     const Bytes all = file_.contents();
-    const Bytes image(all.begin() + start, all.end());
+    const Bytes image(all.begin() + static_cast<ptrdiff_t>(start), all.end());
     const Input written(Road::image, image);
     ASSERT_TRUE(written.elf()) << elf_errno();
     ASSERT_EQ(elf32_getehdr(written)->e_shnum, expected_.size());
