@@ -332,5 +332,18 @@ TEST(AllocationFailureCode, TellsWhatWasMissed) {
   }
 }
 
+TEST(AllocationFailureCode, OfAPathIsThatOfItsCanonicalForm) {
+  const std::string path = std::string(300, '/') + "absent";  // longer than what is on hand for it
+  void* view = nullptr;
+  for (const bool maps : {false, true}) {
+    int64_t result = 0;
+    {
+      const FailingAllocation failing(1);
+      result = maps ? elf_mopen(path.c_str(), &view) : elf_open(path.c_str(), 0, 0);
+    }
+    EXPECT_TRUE(failed(result, -1, 103));
+  }
+}
+
 }  // namespace
 }  // namespace ambielf::test
