@@ -1,6 +1,10 @@
 // Properties of any input: a file and an image of the same bytes give the same answers, and neither is changed.
 #include <random>
 
+#ifndef _WIN32
+#include <sys/mman.h>
+#endif
+
 #include "support/describe.h"
 #include "support/input.h"
 
@@ -60,6 +64,35 @@ TEST_P(SameAnswers, CutAtEveryLength) {
     ASSERT_EQ(difference(object.first(cut)), "") << "cut at " << cut;
   }
 }
+
+#ifndef _WIN32
+// An image that ends where the readable pages end, and begins at any address: a byte read behind it ends the process.
+TEST_P(SameAnswers, InAnImageThatEndsAtAnUnreadablePage) {
+  const Object object = rich_object(GetParam());
+  constexpr size_t page = 4096;
+  const size_t room = (object.size() / page + 1) * page;
+  void* const pages = mmap(nullptr, room + page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  ASSERT_NE(pages, MAP_FAILED);
+  char* const end = static_cast<char*>(pages) + room;
+  ASSERT_EQ(mprotect(end, page, PROT_NONE), 0);
+  for (size_t cut = 1; cut <= object.size(); ++cut) {
+    char* const image = end - cut;
+    std::copy_n(object.bytes.begin(), cut, image);
+    Elf* const elf = elf_memory(image, cut);
+    if (elf == nullptr) continue;
+    for (size_t i = 1; i < 16; ++i) {
+      elf_getscn(elf, i);
+      elf_strptr(elf, i, 1);
+    }
+    elf32_freeshdrtab(elf32_getshdrtab(elf));
+    elf_end(elf);
+    ASSERT_TRUE(std::equal(image, end, object.first(cut).begin(), [](char a, unsigned char b) {
+      return static_cast<unsigned char>(a) == b;
+    })) << cut;
+  }
+  munmap(pages, room + page);
+}
+#endif
 
 // Numbers that tables and sections state, changed to what is next to a limit or to anything at all.
 TEST_P(SameAnswers, WithDamagedNumbers) {

@@ -29,6 +29,7 @@ struct Fault {
   int at = 0;             // the n-th call of the kind, from 0
   bool for_ever = false;  // and all that follow
   int error = 0;          // 0: the call moves at most one byte
+  off_t cut_to = -1;      // or somebody has cut the file to this size just before it
   int seen = 0;
   bool fired = false;
 
@@ -39,6 +40,14 @@ struct Fault {
     fired = fired || now;
     if (now && error != 0) errno = error;
     return now;
+  }
+
+  // As strikes, for calls that read.
+  bool strikes_reading(int id) {
+    const bool now = strikes(Call::read);
+    if (!now || cut_to < 0) return now;
+    (void)!ftruncate(id, cut_to);
+    return false;
   }
 };
 
@@ -56,7 +65,7 @@ constexpr bool wide_host = sizeof(long) == 8;
 // These stand in front of the system's own for the whole test program.
 extern "C" ssize_t read(int id, void* buffer, size_t count) {
   static const auto real = next<ssize_t(int, void*, size_t)>("read");
-  const bool strikes = armed.strikes(Call::read);
+  const bool strikes = armed.strikes_reading(id);
   if (strikes && armed.error != 0) return -1;
   return real(id, buffer, strikes && count > 1 ? 1 : count);
 }
@@ -70,7 +79,7 @@ extern "C" ssize_t write(int id, const void* buffer, size_t count) {
 
 extern "C" ssize_t pread(int id, void* buffer, size_t count, off_t offset) {
   static const auto real = next<ssize_t(int, void*, size_t, off_t)>(wide_host ? "pread" : "pread64");
-  const bool strikes = armed.strikes(Call::read);
+  const bool strikes = armed.strikes_reading(id);
   if (strikes && armed.error != 0) return -1;
   return real(id, buffer, strikes && count > 1 ? 1 : count, offset);
 }
@@ -177,6 +186,20 @@ Outcome rewrite(const TempFile& file) {
   return {};
 }
 
+Outcome create(const TempFile& file) {
+  const ElfOwner elf(elf_begin(file.id(), ELF_C_WRITE, nullptr));
+  if (elf == nullptr) return failure();
+  elf32_newehdr(elf.get());
+  Elf_Scn* const scn = elf_newscn(elf.get());
+  *elf32_getshdr(scn) = {1, SHT_PROGBITS, 0, 0, 0, 0, 0, 0, 1, 0};
+  std::string contents(300'000, 'x');  // more than one write
+  Elf_Data* const data = elf_newdata(scn);
+  data->d_buf = contents.data();
+  data->d_size = static_cast<uint32_t>(contents.size());
+  if (elf_update(elf.get(), ELF_C_WRITE) == -1) return failure();
+  return {};
+}
+
 using Scenario = std::function<Outcome(const TempFile&)>;
 
 // Runs a scenario on a fresh file with the fault, which strikes the library's calls alone. The file as it ends
@@ -269,7 +292,19 @@ TEST_P(IoFaults, EndlessInterruptionsEnd) {
   }
 }
 
-// The image has gone out by the time its duplicate is closed.
+// What was there when the size was asked is not there any more: zeros stand for it, or a code says so.
+TEST_P(IoFaults, AFileMayBeCutWhileItIsOpen) {
+  const off_t size = static_cast<off_t>(GetParam().input.size());
+  for (const off_t left : {off_t{0}, off_t{7}, off_t{60}, size / 2, size - 1}) {
+    for (int at = 0;; ++at) {
+      const Outcome outcome = run_with({.call = Call::read, .at = at, .cut_to = left});
+      if (!armed.fired) break;
+      const std::set<int> expected = {0, 6, 8, 10, 11, 12, 68, 37};
+      EXPECT_TRUE(expected.count(outcome.code) == 1) << "read " << at << " code " << outcome.code;
+    }
+  }
+}
+
 TEST(IoCost, SectionsThatCannotHaveANameAreNotReadOverAndOver) {
   // All over the same bytes, in a file of the foreign order whose name table is none.
   constexpr int sections = 1000;
@@ -285,6 +320,7 @@ TEST(IoCost, SectionsThatCannotHaveANameAreNotReadOverAndOver) {
   armed = {};
 }
 
+// The image has gone out by the time its duplicate is closed.
 TEST_P(IoFaults, AFailingCloseOfTheDuplicateIsNobodysConcern) {
   const Outcome sound = run_with({});
   const Outcome outcome = run_with({Call::close, 0, true, EIO});
@@ -296,7 +332,8 @@ INSTANTIATE_TEST_SUITE_P(Scenarios, IoFaults,
                          testing::Values(Case{"ReadObject", read_object, sample(ByteOrder::big)},
                                          Case{"WalkArchive", walk_archive, sample_archive()},
                                          Case{"LoadWholeArchive", load_whole_archive, sample_archive()},
-                                         Case{"Rewrite", rewrite, sample(ByteOrder::big)}),
+                                         Case{"Rewrite", rewrite, sample(ByteOrder::big)},
+                                         Case{"Create", create, {}}),
                          [](const auto& scenario) { return scenario.param.name; });
 
 }  // namespace
