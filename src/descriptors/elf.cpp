@@ -180,10 +180,10 @@ TableString Elf::search_string(size_t section, uint64_t offset) {
 }
 
 bool Elf::load_names() {
-  const size_t name_table = ehdr == nullptr ? SHN_UNDEF : header().e_shstrndx;
-  if (name_table == SHN_UNDEF || loaded_scn(name_table) != nullptr) return true;
+  const size_t table = ehdr == nullptr ? SHN_UNDEF : name_table();
+  if (table == SHN_UNDEF || loaded_scn(table) != nullptr) return true;
   const int before = elf_peek_error();
-  if (get_scn(name_table) != nullptr) return true;
+  if (get_scn(table) != nullptr) return true;
   switch (elf_peek_error()) {
     case 4:
     case 31:

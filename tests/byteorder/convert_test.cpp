@@ -1,4 +1,5 @@
 // Conversion of section contents: entry sizes, swap behaviours and their controller, and conversion on demand.
+#include <cstddef>
 #include <functional>
 #include <random>
 
@@ -173,6 +174,18 @@ TEST_P(Controllers, MayAskForSections) {
   EXPECT_EQ(in.contents(2), Bytes(host().words({2})));
   EXPECT_EQ(asked.size(), 2u);
   EXPECT_TRUE(in.ends_restored());
+}
+
+// Entries wider than their records, of which the file has two of four.
+TEST_P(Conversion, PackedEntriesThatTheInputDoesNotHaveAreZeros) {
+  Object object = builder().section("wide", SHT_HASH, "", {.entsize = 8, .size = 32}).build();
+  put_number(object.bytes, object.shdr_field(1, offsetof(Elf32_Shdr, sh_offset)), object.size(), 4, order());
+  const Bytes entries = emit().words({1, 2, 3, 4});
+  object.bytes.insert(object.bytes.end(), entries.begin(), entries.end());
+  const Input in = open(object);
+  const Bytes packed = host().words({1, 3}).zeros(24);
+  const Bytes as_it_is = emit().words({1, 2, 3, 4}).zeros(16);
+  EXPECT_EQ(in.contents(1), foreign() ? packed : as_it_is);
 }
 
 TEST_P(Conversion, BehaviorsAndControllersAreStored) {

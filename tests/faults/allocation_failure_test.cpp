@@ -117,7 +117,8 @@ void read_sections(Calls& calls, Elf* elf, Seen& seen) {
   for (size_t i = 1; i < sections; ++i) {
     Elf_Scn* const scn = calls([&] { return elf_getscn(elf, i); });
     ASSERT_NE(scn, nullptr) << i;
-    const Elf_Data* const data = elf_getdata(scn, nullptr);
+    const Elf_Data* const data = calls([&] { return elf_getdata(scn, nullptr); });
+    ASSERT_NE(data, nullptr) << i;
     seen.add(data->d_buf, data->d_size);
   }
   const char* const name = calls([&] { return elf_strptr(elf, sections - 1, 1); });
