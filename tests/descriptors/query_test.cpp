@@ -64,9 +64,9 @@ TEST_P(Queries, StringsInsideTheirTable) {
   const struct {
     size_t section, offset;
     int code;
-  } rows[] = {{0, 0, 25},        {0, 99, 25},        {3, 0, 68},         {1, 6, 68},
-              {1, SIZE_MAX, 68}, {1, wraps, 68},     {1, wraps_to_1, 68}, {1, 5, 37},
-              {4, 0, 37},        {wraps_to_1, 0, 21}, {7, 0, 21},         {5, 0, 28}};
+  } rows[] = {{0, 0, 25},        {0, 99, 25},         {3, 0, 68},          {1, 6, 68},
+              {1, SIZE_MAX, 68}, {1, wraps, 68},      {1, wraps_to_1, 68}, {1, 5, 37},
+              {4, 0, 37},        {wraps_to_1, 0, 21}, {7, 0, 21},          {5, 0, 28}};
   for (const auto& row : rows) {
     // A foreign file needs the name first, which it has.
     EXPECT_TRUE(failed(elf_strptr(in, row.section, row.offset), nullptr, row.code))
