@@ -139,6 +139,17 @@ TEST_P(RewriteInPlace, ContentsOfSeveralWindows) {
   }
 }
 
+// Small pieces that follow one another in a window, or jump to another.
+TEST_P(RewriteInPlace, ManyPiecesOfFewWindows) {
+  std::mt19937 random(4);
+  for (const uint32_t windows : {1, 2, 5}) {
+    const ScatteredObject object(GetParam(), random, 600, windows * 250'000, 1200);
+    Rewrite rewrite(object, random);
+    rewrite.write_and_check(0);
+    if (HasFatalFailure()) return;
+  }
+}
+
 TEST_P(RewriteInPlace, IsAFixpoint) {
   std::mt19937 random(3);
   for (int i = 0; i < 40; ++i) {

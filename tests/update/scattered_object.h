@@ -11,8 +11,11 @@ namespace ambielf::test {
 
 class ScatteredObject {
  public:
-  // `count` sections between the null section and the name table, in a file of about `size` bytes.
-  ScatteredObject(ByteOrder order, std::mt19937& random, uint32_t count, uint32_t size) {
+  // `count` sections between the null section and the name table, of less than `largest` bytes each, in a file of about
+  // `size` bytes.
+  ScatteredObject(ByteOrder order, std::mt19937& random, uint32_t count, uint32_t size)
+      : ScatteredObject(order, random, count, size, size / 2) {}
+  ScatteredObject(ByteOrder order, std::mt19937& random, uint32_t count, uint32_t size, uint32_t largest) {
     const auto below = [&](uint32_t limit) { return static_cast<uint32_t>(random() % limit); };
     Bytes contents(size);
     for (unsigned char& byte : contents) byte = static_cast<unsigned char>(random());
@@ -25,7 +28,7 @@ class ScatteredObject {
       const uint32_t types[] = {SHT_PROGBITS, SHT_PROGBITS, SHT_NOTE, SHT_NOBITS};
       const uint32_t aligns[] = {0, 1, 4, 7, 16};
       sections_.push_back(
-          {1, types[below(4)], 0, 0, below(size + 40), below(size / 2), 0, 0, aligns[below(5)], 0});
+          {1, types[below(4)], 0, 0, below(size + 40), below(largest), 0, 0, aligns[below(5)], 0});
     }
     sections_.push_back({4, SHT_STRTAB, 0, 0, 52 + names_place, 11, 0, 0, 1, 0});
 
