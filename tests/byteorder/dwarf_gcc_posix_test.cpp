@@ -44,9 +44,7 @@ Bytes with_converted_sections(const Bytes& big) {
     const std::string name = elf_strptr(in, header->e_shstrndx, in.shdr(i)->sh_name);
     if (name.starts_with(".debug_")) little.section(name, SHT_PROGBITS, in.contents(i));
   }
-  const Bytes* const image = &in.image();
-  in.end();
-  EXPECT_TRUE(*image == big);
+  EXPECT_TRUE(in.ends_restored());
   return little.build().bytes;
 }
 

@@ -12,14 +12,14 @@ enum : uint64_t {
   const_value = 0x1c,
   data_member_location = 0x38,
   frame_base = 0x40,
-  vtable_elem_location = 0x4d,
 };
 enum : uint64_t {
   form_data1 = 0x0b,
   form_data2 = 0x05,
   form_data4 = 0x06,
   form_block = 0x09,
-  form_indirect = 0x16
+  form_indirect = 0x16,
+  form_implicit_const = 0x21
 };
 
 DebugObject info(const Description& contents, const Description& abbrev) {
@@ -28,90 +28,61 @@ DebugObject info(const Description& contents, const Description& abbrev) {
 
 // A unit whose root entry has an attribute of that form, and then a number that shows whether step was kept.
 DebugObject with_form(uint64_t attribute, uint64_t form, const Description& value, uint64_t version = 4) {
-  return info(
-      [=](DwarfEncoder& e) {
-        e.unit([&](DwarfEncoder& u) {
-          u.info_header(version, 0).uleb("code", 1);
-          value(u);
-          u.u32("number behind it", 0xa1b2c3d4);
-        });
-      },
-      [=](DwarfEncoder& e) {
-        e.abbrev(1, false, {{attribute, form, -129}, {name, form_data4}}).u8("end of set", 0);
-      });
+  return info(units([=](DwarfEncoder& u) {
+                u.info_header(version, 0).uleb("code", 1);
+                value(u);
+                u.u32("number behind it", 0xa1b2c3d4);
+              }),
+              [=](DwarfEncoder& e) {
+                e.abbrev(1, false, {{attribute, form, -129}, {name, form_data4}}).u8("end of set", 0);
+              });
+}
+
+Description block(size_t length_width) {
+  return [=](DwarfEncoder& e) {
+    e.sized("block", length_width, [](DwarfEncoder& b) { b.bytes("bytes", {0x10, 0x01, 0x02, 0x03}); });
+  };
 }
 
 TEST(DwarfForms, AllTakeTheBytesOfTheStandard) {
-  const Bytes some = {0x10, 0x01, 0x02, 0x03};
   const struct {
-    uint64_t form;
+    std::vector<uint64_t> forms;
     Description value;
   } rows[] = {
-      {0x01, [](DwarfEncoder& e) { e.u32("addr", 0x01020304); }},
-      {0x03,
-       [&](DwarfEncoder& e) { e.sized("block2", 2, [&](DwarfEncoder& b) { b.bytes("bytes", some); }); }},
-      {0x04,
-       [&](DwarfEncoder& e) { e.sized("block4", 4, [&](DwarfEncoder& b) { b.bytes("bytes", some); }); }},
-      {0x05, [](DwarfEncoder& e) { e.u16("data2", 0x0102); }},
-      {0x06, [](DwarfEncoder& e) { e.u32("data4", 0x01020304); }},
-      {0x07, [](DwarfEncoder& e) { e.u64("data8", 0x0102030405060708); }},
-      {0x08, [](DwarfEncoder& e) { e.string("string", "a string"); }},
-      {0x09, [&](DwarfEncoder& e) { e.sized("block", 0, [&](DwarfEncoder& b) { b.bytes("bytes", some); }); }},
-      {0x0a,
-       [&](DwarfEncoder& e) { e.sized("block1", 1, [&](DwarfEncoder& b) { b.bytes("bytes", some); }); }},
-      {0x0b, [](DwarfEncoder& e) { e.u8("data1", 1); }},
-      {0x0c, [](DwarfEncoder& e) { e.u8("flag", 1); }},
-      {0x0d, [](DwarfEncoder& e) { e.sleb("sdata", -70000); }},
-      {0x0e, [](DwarfEncoder& e) { e.u32("strp", 0x01020304); }},
-      {0x0f, [](DwarfEncoder& e) { e.uleb("udata", 70000); }},
-      {0x10, [](DwarfEncoder& e) { e.u32("ref_addr", 0x01020304); }},
-      {0x11, [](DwarfEncoder& e) { e.u8("ref1", 0x12); }},
-      {0x12, [](DwarfEncoder& e) { e.u16("ref2", 0x1234); }},
-      {0x13, [](DwarfEncoder& e) { e.u32("ref4", 0x12345678); }},
-      {0x14, [](DwarfEncoder& e) { e.u64("ref8", 0x123456789abcdef0); }},
-      {0x15, [](DwarfEncoder& e) { e.uleb("ref_udata", 300); }},
-      {0x17, [](DwarfEncoder& e) { e.u32("sec_offset", 0x01020304); }},
-      {0x18, [](DwarfEncoder& e) { e.sized("exprloc", 0, [](DwarfEncoder& b) { b.u8("op", 0x9c); }); }},
-      {0x19, [](DwarfEncoder&) {}},  // flag_present
-      {0x1a, [](DwarfEncoder& e) { e.uleb("strx", 300); }},
-      {0x1b, [](DwarfEncoder& e) { e.uleb("addrx", 300); }},
-      {0x1c, [](DwarfEncoder& e) { e.u32("ref_sup4", 0x01020304); }},
-      {0x1d, [](DwarfEncoder& e) { e.u32("strp_sup", 0x01020304); }},
-      {0x1e,
+      {{0x0b, 0x0c, 0x11, 0x25, 0x29}, [](DwarfEncoder& e) { e.u8("number", 0x12); }},
+      {{0x05, 0x12, 0x26, 0x2a}, [](DwarfEncoder& e) { e.u16("number", 0x0102); }},
+      {{0x27, 0x2b}, [](DwarfEncoder& e) { e.u24("number", 0x010203); }},
+      {{0x01, 0x06, 0x0e, 0x10, 0x13, 0x17, 0x1c, 0x1d, 0x1f, 0x28, 0x2c, 0x1f20, 0x1f21},
+       [](DwarfEncoder& e) { e.u32("number", 0x01020304); }},
+      {{0x07, 0x14, 0x20, 0x24}, [](DwarfEncoder& e) { e.u64("number", 0x0102030405060708); }},
+      {{0x1e},
        [](DwarfEncoder& e) {
          e.bytes("data16", {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15, 16});
        }},
-      {0x1f, [](DwarfEncoder& e) { e.u32("line_strp", 0x01020304); }},
-      {0x20, [](DwarfEncoder& e) { e.u64("ref_sig8", 0x0102030405060708); }},
-      {0x21, [](DwarfEncoder&) {}},  // implicit_const
-      {0x22, [](DwarfEncoder& e) { e.uleb("loclistx", 300); }},
-      {0x23, [](DwarfEncoder& e) { e.uleb("rnglistx", 300); }},
-      {0x24, [](DwarfEncoder& e) { e.u64("ref_sup8", 0x0102030405060708); }},
-      {0x25, [](DwarfEncoder& e) { e.u8("strx1", 1); }},
-      {0x26, [](DwarfEncoder& e) { e.u16("strx2", 0x0102); }},
-      {0x27, [](DwarfEncoder& e) { e.u24("strx3", 0x010203); }},
-      {0x28, [](DwarfEncoder& e) { e.u32("strx4", 0x01020304); }},
-      {0x29, [](DwarfEncoder& e) { e.u8("addrx1", 1); }},
-      {0x2a, [](DwarfEncoder& e) { e.u16("addrx2", 0x0102); }},
-      {0x2b, [](DwarfEncoder& e) { e.u24("addrx3", 0x010203); }},
-      {0x2c, [](DwarfEncoder& e) { e.u32("addrx4", 0x01020304); }},
-      {0x1f01, [](DwarfEncoder& e) { e.uleb("GNU_addr_index", 300); }},
-      {0x1f02, [](DwarfEncoder& e) { e.uleb("GNU_str_index", 300); }},
-      {0x1f20, [](DwarfEncoder& e) { e.u32("GNU_ref_alt", 0x01020304); }},
-      {0x1f21, [](DwarfEncoder& e) { e.u32("GNU_strp_alt", 0x01020304); }},
+      {{0x0d}, [](DwarfEncoder& e) { e.sleb("sdata", -70000); }},
+      {{0x0f, 0x15, 0x1a, 0x1b, 0x22, 0x23, 0x1f01, 0x1f02},
+       [](DwarfEncoder& e) { e.uleb("number", 70000); }},
+      {{0x08}, [](DwarfEncoder& e) { e.string("string", "a string"); }},
+      {{0x03}, block(2)},
+      {{0x04}, block(4)},
+      {{0x09}, block(0)},
+      {{0x0a}, block(1)},
+      {{0x18}, [](DwarfEncoder& e) { e.sized("exprloc", 0, [](DwarfEncoder& b) { b.u8("op", 0x9c); }); }},
+      {{0x19, form_implicit_const}, [](DwarfEncoder&) {}},  // the first being flag_present
   };
   for (const auto& row : rows) {
-    SCOPED_TRACE(row.form);
-    for (const uint64_t version : std::initializer_list<uint64_t>{2, 4, 5})
-      expect_converts(with_form(const_value, row.form, row.value, version));
-    // The same through the stream, also where the form says twice that it comes from there.
-    constexpr uint64_t implicit_const = 0x21;
-    const Description indirect = [&](DwarfEncoder& e) {
-      e.uleb("form", form_indirect).uleb("form", row.form);
-      row.value(e);
-    };
-    const DebugObject object = with_form(const_value, form_indirect, indirect);
-    row.form == implicit_const ? expect_raw(object) : expect_converts(object);
+    for (const uint64_t form : row.forms) {
+      SCOPED_TRACE(form);
+      for (const uint64_t version : std::initializer_list<uint64_t>{2, 4, 5}) {
+        expect_converts(with_form(const_value, form, row.value, version));
+      }
+      // The same through the stream, also where the form says twice that it comes from there.
+      const DebugObject object = with_form(const_value, form_indirect, [&](DwarfEncoder& e) {
+        e.uleb("form", form_indirect).uleb("form", form);
+        row.value(e);
+      });
+      form == form_implicit_const ? expect_raw(object) : expect_converts(object);
+    }
   }
 }
 
@@ -124,13 +95,11 @@ TEST(DwarfForms, UnknownOneLeavesTheUnitAsItIs) {
 
 TEST(DwarfForms, LocationInAConstantFormHasNoExpression) {
   // The block in front of it is 4 bytes long; nothing of that may be walked again behind the constant.
-  const Description contents = [](DwarfEncoder& e) {
-    e.unit([](DwarfEncoder& u) {
-      u.info_header(3, 0).uleb("code", 1);
-      u.sized("frame_base", 0, [](DwarfEncoder& b) { b.bytes("ops", {0x50, 0x51, 0x52, 0x53}); });
-      u.u32("location", 0x01020304).u16("data_member_location", 0x0a0b).u32("number", 0x03030303);
-    });
-  };
+  const Description contents = units([](DwarfEncoder& u) {
+    u.info_header(3, 0).uleb("code", 1);
+    u.sized("frame_base", 0, [](DwarfEncoder& b) { b.bytes("ops", {0x50, 0x51, 0x52, 0x53}); });
+    u.u32("location", 0x01020304).u16("data_member_location", 0x0a0b).u32("number", 0x03030303);
+  });
   expect_converts(info(contents, [](DwarfEncoder& e) {
     e.abbrev(1, false,
              {{frame_base, form_block},
@@ -154,50 +123,45 @@ void small_abbrev(DwarfEncoder& e) {
   e.abbrev(1, true, {{name, form_data4}}).abbrev(2, false, {{name, form_data2}}).u8("end of set", 0);
 }
 
+// A section of units with that tree behind what the function writes.
+Description trees(const Description& header, int count = 1) {
+  return units(
+      [=](DwarfEncoder& u) {
+        header(u);
+        small_tree(u);
+      },
+      count);
+}
+
+const Description sound = trees([](DwarfEncoder& u) { u.info_header(2, 0); });
+
 TEST(DwarfUnits, EveryVersionAndTypeHasItsHeader) {
   for (const uint64_t version : std::initializer_list<uint64_t>{0, 1, 2, 3, 4, 6, 0x0500, 0xffff}) {
     SCOPED_TRACE(version);
-    expect_converts(info(
-        [=](DwarfEncoder& e) {
-          for (int i = 0; i < 2; ++i) {
-            e.unit([=](DwarfEncoder& u) {
-              u.info_header(version, 0);
-              small_tree(u);
-            });
-          }
-        },
-        small_abbrev));
+    expect_converts(info(trees([=](DwarfEncoder& u) { u.info_header(version, 0); }, 2), small_abbrev));
   }
   for (uint64_t type = 1; type <= 7; ++type) {
     SCOPED_TRACE(type);
-    const DebugObject object = info(
-        [=](DwarfEncoder& e) {
-          e.unit([=](DwarfEncoder& u) {
-            u.info_header(5, 0, type);
-            if (type == 4 || type == 5) u.u64("dwo_id", 0x0102030405060708);
-            if (type == 2 || type == 6)
-              u.u64("type_signature", 0x0102030405060708).u32("type_offset", 0x01020304);
-            small_tree(u);
-          });
-        },
-        small_abbrev);
+    const DebugObject object =
+        info(trees([=](DwarfEncoder& u) {
+               u.info_header(5, 0, type);
+               if (type == 4 || type == 5) u.u64("dwo_id", 0x0102030405060708);
+               if (type != 2 && type != 6) return;
+               u.u64("type_signature", 0x0102030405060708).u32("type_offset", 0x01020304);
+             }),
+             small_abbrev);
     type == 7 ? expect_raw(object) : expect_converts(object);
   }
 }
 
 TEST(DwarfUnits, BytesBehindTheTreePassUpToTheUnitsEnd) {
   for (size_t padding = 0; padding < 10; ++padding) {
-    expect_converts(info(
-        [=](DwarfEncoder& e) {
-          for (int i = 0; i < 2; ++i) {
-            e.unit([=](DwarfEncoder& u) {
-              u.info_header(2, 0);
-              small_tree(u);
-              u.bytes("padding", Bytes(padding, 0x2f));
-            });
-          }
-        },
-        small_abbrev));
+    const Description body = [=](DwarfEncoder& u) {
+      u.info_header(2, 0);
+      small_tree(u);
+      u.bytes("padding", Bytes(padding, 0x2f));
+    };
+    expect_converts(info(units(body, 2), small_abbrev));
   }
 }
 
@@ -209,27 +173,29 @@ TEST(DwarfUnits, SetsAreFoundByTheOffsetOfTheirFirstByte) {
     e.abbrev(0x12345, false, {{name, form_data2}}).abbrev(3, false, {{name, form_data4}});
     e.abbrev(3, false, {{name, form_data1}}).u8("end of set", 0);
   };
-  // Codes in any order, and the first of two that are the same.
+  // Codes in any order, and the first of two that are the same; offsets inside a run, and behind the table, match
+  // no set.
+  const struct {
+    size_t set;
+    uint64_t code;
+    Bytes rest{};
+  } rows[] = {{second + 2, 3},
+              {second + 2, 0x12345},
+              {0, 2},
+              {second, 3, {1, 2, 3, 4}},
+              {second + 1, 3, {1, 2, 3, 4}},
+              {1, 2, {1, 2, 3, 4}},
+              {second + 3, 2, {1, 2, 3, 4}},
+              {0xffffffff, 2, {1, 2, 3, 4}},
+              {0, 2}};
   expect_converts(info(
-      [=](DwarfEncoder& e) {
-        e.unit(
-            [=](DwarfEncoder& u) { u.info_header(4, second + 2).uleb("code", 3).u32("number", 0x01020304); });
-        e.unit([=](DwarfEncoder& u) {
-          u.info_header(4, second + 2).uleb("code", 0x12345).u16("number", 0x0102);
-        });
-        e.unit([=](DwarfEncoder& u) { u.info_header(4, 0).uleb("code", 2).u16("number", 0x0102); });
-        for (size_t empty = second; empty < second + 2; ++empty) {
-          e.unit([=](DwarfEncoder& u) {
-            u.info_header(4, empty).uleb("code", 3).bytes("rest", {1, 2, 3, 4});
+      [&](DwarfEncoder& e) {
+        for (const auto& row : rows) {
+          e.unit([&](DwarfEncoder& u) {
+            u.info_header(4, row.set).uleb("code", row.code).bytes("rest", row.rest);
+            if (row.rest.empty()) row.code == 3 ? u.u32("number", 0x01020304) : u.u16("number", 0x0102);
           });
         }
-        // Offsets inside a run, and behind the table, match no set.
-        for (const uint64_t none : {uint64_t{1}, uint64_t{second + 3}, uint64_t{0xffffffff}}) {
-          e.unit([=](DwarfEncoder& u) {
-            u.info_header(4, none).uleb("code", 2).bytes("rest", {1, 2, 3, 4});
-          });
-        }
-        e.unit([=](DwarfEncoder& u) { u.info_header(2, 0).uleb("code", 2).u16("number", 0x0102); });
       },
       two_sets));
 }
@@ -261,77 +227,50 @@ TEST(DwarfUnits, UnsoundOnePassesWholeBetweenTwoThatConvert) {
     e.abbrev(1, true, {{name, form_data4}}).abbrev(2, false, {{name, form_data2}});
     e.abbrev(3, false, {{name, 0x08}}).u8("end of set", 0);
   };
-  const auto sound = [](DwarfEncoder& e) {
-    e.unit([](DwarfEncoder& u) {
-      u.info_header(2, 0);
-      small_tree(u);
-    });
-  };
   for (const Description& body : unsound) {
     const auto section = [&](ByteOrder order, ByteOrder order_of_unsound) {
-      return encode(order, [&](DwarfEncoder& e) {
-        sound(e);
-        const DwarfEncoder raw = encode(order_of_unsound, [&](DwarfEncoder& u) { u.unit(body); });
-        e.bytes("unsound unit", raw.done());
-        sound(e);
-      });
+      DwarfEncoder e = encode(order, sound);
+      return e.bytes("unsound unit", encode(order_of_unsound, units(body)).done())
+          .bytes("sound unit", encode(order, sound).done());
     };
-    const DebugObject object =
-        info([&](DwarfEncoder& e) { e.bytes("section", section(e.order(), e.order()).done()); }, abbrev);
-    expect_reads(object, [&](ByteOrder in_file, ByteOrder in_memory) { return section(in_memory, in_file); });
+    expect_converts_around(".debug_info", section, abbrev);
   }
 }
 
 TEST(DwarfUnits, LengthThatLeavesTheSectionEndsTheWalk) {
   for (const uint64_t length : {0x80u, 0xffffffefu, 0xfffffff0u, 0xffffffffu}) {
-    const auto section = [=](ByteOrder order, ByteOrder order_of_rest) {
-      return encode(order, [=](DwarfEncoder& e) {
-        e.unit([](DwarfEncoder& u) { u.info_header(2, 0).uleb("code", 2).u16("number", 0x0102); });
-        const DwarfEncoder rest = encode(order_of_rest, [=](DwarfEncoder& r) {
-          r.u32("unit_length", length).info_header(2, 0).uleb("code", 2).u16("number", 0x0102);
-        });
-        e.bytes("rest", rest.done());
-      });
+    const Description rest = [=](DwarfEncoder& e) {
+      e.u32("unit_length", length).info_header(2, 0).uleb("code", 2).u16("number", 0x0102);
     };
-    const DebugObject object = info(
-        [=](DwarfEncoder& e) { e.bytes("section", section(e.order(), e.order()).done()); }, small_abbrev);
-    expect_reads(object, [=](ByteOrder in_file, ByteOrder in_memory) { return section(in_memory, in_file); });
+    const auto section = [&](ByteOrder order, ByteOrder order_of_rest) {
+      return encode(order, sound).bytes("rest", encode(order_of_rest, rest).done());
+    };
+    expect_converts_around(".debug_info", section, small_abbrev);
   }
 }
 
 TEST(DwarfUnits, NumbersOfLeb128MayBePaddedToSixteenBytes) {
-  expect_converts(info(
-      [](DwarfEncoder& e) {
-        e.unit([](DwarfEncoder& u) { u.info_header(2, 0).long_uleb("code", 2, 16).u16("number", 0x0102); });
-      },
-      small_abbrev));
+  expect_converts(
+      info(units([](DwarfEncoder& u) { u.info_header(2, 0).long_uleb("code", 2, 16).u16("number", 0x0102); }),
+           small_abbrev));
 }
 
 TEST(DwarfUnits, ABlockLengthBeyondTheUnitIsUnsound) {
   for (const uint64_t length : {uint64_t{5}, uint64_t{0xffffffff}, uint64_t{0x100000004}, ~uint64_t{0}}) {
     const Description abbrev = [](DwarfEncoder& e) { e.abbrev(1, false, {{const_value, form_block}}); };
-    expect_raw(info(
-        [=](DwarfEncoder& e) {
-          e.unit([=](DwarfEncoder& u) {
-            u.info_header(2, 0).uleb("code", 1).uleb("length", length).u32("bytes", 0x01020304);
-          });
-        },
-        abbrev));
+    expect_raw(info(units([=](DwarfEncoder& u) {
+                      u.info_header(2, 0).uleb("code", 1).uleb("length", length).u32("bytes", 0x01020304);
+                    }),
+                    abbrev));
   }
 }
 
 TEST(DwarfUnits, ACutAbbreviationTableConvertsWhatItStillDescribes) {
   const Bytes table = encode(ByteOrder::big, small_abbrev).done();
-  const Description contents = [](DwarfEncoder& e) {
-    e.unit([](DwarfEncoder& u) {
-      u.info_header(2, 0);
-      small_tree(u);
-    });
-  };
   for (size_t cut = 1; cut < table.size(); ++cut) {
     SCOPED_TRACE(cut);
     const Bytes part(table.begin(), table.begin() + static_cast<long>(cut));
-    const DebugObject object = info(contents, [&](DwarfEncoder& e) { e.bytes("table", part); });
+    const DebugObject object = info(sound, [&](DwarfEncoder& e) { e.bytes("table", part); });
     // The second abbreviation begins at byte 7; without it, its entry's number is taken for an entry.
     const bool first_is_whole = cut >= 7;
     const bool second_is_whole = cut + 1 >= table.size();
@@ -345,12 +284,10 @@ TEST(DwarfUnits, ACutAbbreviationTableConvertsWhatItStillDescribes) {
 
 TEST(DwarfUnits, EntriesMayNestAMillionDeep) {
   constexpr size_t depth = 1'000'000;
-  const Description contents = [](DwarfEncoder& e) {
-    e.unit([](DwarfEncoder& u) {
-      u.info_header(4, 0);
-      u.bytes("entries", Bytes(depth, 1)).bytes("ends of children", Bytes(depth, 0)).u8("padding", 0xff);
-    });
-  };
+  const Description contents = units([](DwarfEncoder& u) {
+    u.info_header(4, 0);
+    u.bytes("entries", Bytes(depth, 1)).bytes("ends of children", Bytes(depth, 0)).u8("padding", 0xff);
+  });
   expect_converts(info(contents, [](DwarfEncoder& e) { e.abbrev(1, true, {}).u8("end of set", 0); }));
 }
 
@@ -358,14 +295,12 @@ TEST(DwarfUnits, LongRunsOfFixedAttributesAndLongGapsBetweenNumbers) {
   // More bytes than one step holds, and plain bytes beyond what an item of the list counts.
   std::vector<DwarfEncoder::Attribute> attributes;
   for (int i = 0; i < 9000; ++i) attributes.push_back({const_value, i % 1000 == 0 ? 0x06u : 0x1eu});
-  const Description contents = [&](DwarfEncoder& e) {
-    e.unit([&](DwarfEncoder& u) {
-      u.info_header(4, 0).uleb("code", 1);
-      for (const DwarfEncoder::Attribute& pair : attributes) {
-        pair.form == 0x06 ? u.u32("data4", 0x01020304) : u.bytes("data16", Bytes(16, 0x77));
-      }
-    });
-  };
+  const Description contents = units([&](DwarfEncoder& u) {
+    u.info_header(4, 0).uleb("code", 1);
+    for (const DwarfEncoder::Attribute& pair : attributes) {
+      pair.form == 0x06 ? u.u32("data4", 0x01020304) : u.bytes("data16", Bytes(16, 0x77));
+    }
+  });
   expect_converts(
       info(contents, [&](DwarfEncoder& e) { e.abbrev(1, false, attributes).u8("end of set", 0); }));
 }

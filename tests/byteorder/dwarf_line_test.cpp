@@ -33,20 +33,27 @@ void tables(DwarfEncoder& u, uint64_t version) { version == 5 ? entry_tables(u) 
 
 // A unit of one version with this program behind plain tables.
 DebugObject program(uint64_t version, const Description& operations) {
-  return line([=](DwarfEncoder& e) {
-    for (int i = 0; i < 2; ++i) {
-      e.unit([=](DwarfEncoder& u) {
+  return line(units(
+      [=](DwarfEncoder& u) {
         u.line_header(version);
         tables(u, version);
         operations(u);
-      });
-    }
-  });
+      },
+      2));
 }
 
 void set_address(DwarfEncoder& u) {
   u.u8("extended", 0).u8("length", 5).u8("set_address", 2).u32("address", 0x01020304);
 }
+
+enum : uint64_t {
+  form_data2 = 0x05,
+  form_block1 = 0x0a,
+  form_data1 = 0x0b,
+  form_indirect = 0x16,
+  form_flag_present = 0x19,
+  form_unknown = 0x99
+};
 
 constexpr uint64_t every_version[] = {0, 1, 2, 3, 4, 5, 6, 0xffff};
 
@@ -56,12 +63,10 @@ TEST(DwarfLine, EveryVersionHasItsHeaderAndTables) {
     expect_converts(program(version, set_address));
     if (version == 5) continue;
     // Empty tables are two zero bytes.
-    expect_converts(line([=](DwarfEncoder& e) {
-      e.unit([=](DwarfEncoder& u) {
-        u.line_header(version).u8("end of directories", 0).u8("end of files", 0);
-        set_address(u);
-      });
-    }));
+    expect_converts(line(units([=](DwarfEncoder& u) {
+      u.line_header(version).u8("end of directories", 0).u8("end of files", 0);
+      set_address(u);
+    })));
   }
 }
 
@@ -96,20 +101,18 @@ TEST(DwarfLine, PublishedProgramsGoByTheirLengths) {
       set_address(u);
     }));
     // Operations behind the known ones have as many operands as the header says, and none from opcode_base on.
-    expect_converts(line([=](DwarfEncoder& e) {
-      e.unit([=](DwarfEncoder& u) {
-        u.line_header(version, {0, 1, 1, 1, 1, 0, 0, 0, 1, 0, 0, 1, 0, 3});
-        tables(u, version);
-        u.u8("op 13", 13).u8("op 14", 14).uleb("a", 300).uleb("b", 2).uleb("c", 0).u8("op 15", 15);
-        set_address(u);
-      });
-      e.unit([=](DwarfEncoder& u) {
-        u.line_header(version, {0, 1});
-        tables(u, version);
-        u.u8("advance_pc", 2).uleb("operand", 300).bytes("special", {3, 4, 5, 9, 12});
-        set_address(u);
-      });
-    }));
+    expect_converts(line(units([=](DwarfEncoder& u) {
+      u.line_header(version, {0, 1, 1, 1, 1, 0, 0, 0, 1, 0, 0, 1, 0, 3});
+      tables(u, version);
+      u.u8("op 13", 13).u8("op 14", 14).uleb("a", 300).uleb("b", 2).uleb("c", 0).u8("op 15", 15);
+      set_address(u);
+    })));
+    expect_converts(line(units([=](DwarfEncoder& u) {
+      u.line_header(version, {0, 1});
+      tables(u, version);
+      u.u8("advance_pc", 2).uleb("operand", 300).bytes("special", {3, 4, 5, 9, 12});
+      set_address(u);
+    })));
   }
 }
 
@@ -124,54 +127,42 @@ TEST(DwarfLine, OtherVersionsKnowNoOperandOfFixedAdvance) {
   // Nor do they ask opcode_base or the lengths behind it.
   for (const std::initializer_list<uint8_t> lengths :
        {std::initializer_list<uint8_t>{}, {9}, {0, 0, 0, 0, 0, 0}}) {
-    expect_converts(line([=](DwarfEncoder& e) {
-      e.unit([=](DwarfEncoder& u) {
-        u.line_header(2, lengths);
-        name_tables(u);
-        u.u8("advance_line", 3).sleb("operand", -70000);
-        set_address(u);
-      });
-    }));
+    expect_converts(line(units([=](DwarfEncoder& u) {
+      u.line_header(2, lengths);
+      name_tables(u);
+      u.u8("advance_line", 3).sleb("operand", -70000);
+      set_address(u);
+    })));
   }
 }
 
 TEST(DwarfLine, FormsOfEntryTablesGoByTheTableOfForms) {
-  const auto with_format = [](const Description& format, uint64_t count, const Description& entries) {
-    return line([=](DwarfEncoder& e) {
-      e.unit([=](DwarfEncoder& u) {
-        u.line_header(5).u8("directory_entry_format_count", 0).uleb("directories_count", 0);
-        format(u);
-        u.uleb("file_names_count", count);
-        entries(u);
-        set_address(u);
-      });
-    });
+  // A format of these pairs, and so many entries by it.
+  const auto with_format = [](const std::vector<std::pair<uint64_t, uint64_t>>& format, uint64_t count,
+                              const Description& entries) {
+    return line(units([=](DwarfEncoder& u) {
+      u.line_header(5).u8("directory_entry_format_count", 0).uleb("directories_count", 0);
+      u.u8("format_count", format.size());
+      for (const auto& [content, form] : format) u.uleb("content type", content).uleb("form", form);
+      u.uleb("file_names_count", count);
+      entries(u);
+      set_address(u);
+    }));
   };
-  // Content type 2 is an index here; the attribute of that number holds an expression.
-  expect_converts(with_format(
-      [](DwarfEncoder& u) {
-        u.u8("format_count", 2).uleb("index", 2).uleb("block1", 0x0a).uleb("type", 0).uleb("data2", 5);
-      },
-      2,
-      [](DwarfEncoder& u) {
-        for (int i = 0; i < 2; ++i) {
-          u.sized("block1", 1, [](DwarfEncoder& b) {
-             b.bytes("bytes", {3, 1, 2, 3, 4});
-           }).u16("data2", 0x0102);
-        }
-      }));
-  expect_converts(
-      with_format([](DwarfEncoder& u) { u.u8("format_count", 1).uleb("path", 1).uleb("indirect", 0x16); }, 1,
-                  [](DwarfEncoder& u) { u.uleb("form: strp", 0x0e).u32("path", 0x01020304); }));
-  // Any number of entries without bytes.
-  expect_converts(
-      with_format([](DwarfEncoder& u) { u.u8("format_count", 1).uleb("type", 1).uleb("flag_present", 0x19); },
-                  ~uint64_t{0}, [](DwarfEncoder&) {}));
-  expect_raw(with_format([](DwarfEncoder& u) { u.u8("format_count", 1).uleb("type", 1).uleb("data1", 0x0b); },
-                         ~uint64_t{0}, [](DwarfEncoder&) {}));
-  expect_raw(
-      with_format([](DwarfEncoder& u) { u.u8("format_count", 1).uleb("type", 1).uleb("unknown", 0x99); }, 1,
-                  [](DwarfEncoder&) {}));
+  constexpr uint64_t type = 0;
+  constexpr uint64_t path = 1;
+  constexpr uint64_t index = 2;  // the attribute of that number holds an expression
+  expect_converts(with_format({{index, form_block1}, {type, form_data2}}, 2, [](DwarfEncoder& u) {
+    for (int i = 0; i < 2; ++i) {
+      u.sized("block1", 1, [](DwarfEncoder& b) { b.bytes("bytes", {3, 1, 2, 3, 4}); }).u16("data2", 0x0102);
+    }
+  }));
+  expect_converts(with_format({{path, form_indirect}}, 1,
+                              [](DwarfEncoder& u) { u.uleb("form: strp", 0x0e).u32("path", 0x01020304); }));
+  const Description none = [](DwarfEncoder&) {};
+  expect_converts(with_format({{path, form_flag_present}}, ~uint64_t{0}, none));
+  expect_raw(with_format({{path, form_data1}}, ~uint64_t{0}, none));
+  expect_raw(with_format({{path, form_unknown}}, 1, none));
 }
 
 TEST(DwarfLine, UnitsThatDoNotEndWhereTheyShouldStayAsTheyAre) {
@@ -183,21 +174,19 @@ TEST(DwarfLine, UnitsThatDoNotEndWhereTheyShouldStayAsTheyAre) {
       set_address(u);
       u.u8("advance_line", 3).sleb("operand", -70000);
     };
+    expect_converts(line(units(whole)));
     const Bytes body = encode(ByteOrder::big, whole).done();
     const size_t program_start = body.size() - 7 - 4;
     for (size_t cut = 0; cut < body.size(); ++cut) {
       SCOPED_TRACE(cut);
       // A program may end behind any of its operations.
-      const bool ends_well = cut == program_start || cut == program_start + 7;
-      const DebugObject object = line([&](DwarfEncoder& e) {
-        const Bytes bytes = encode(e.order(), whole).done();
-        e.unit([&](DwarfEncoder& u) {
-          u.bytes("body", Bytes(bytes.begin(), bytes.begin() + static_cast<long>(cut)));
-        });
-      });
-      if (!ends_well) expect_raw(object);
+      if (cut == program_start || cut == program_start + 7) continue;
+      expect_raw(line(units([&](DwarfEncoder& u) {
+        Bytes bytes = encode(u.order(), whole).done();
+        bytes.resize(cut);
+        u.bytes("body", bytes);
+      })));
     }
-    expect_converts(line([&](DwarfEncoder& e) { e.unit(whole); }));
   }
 }
 

@@ -25,6 +25,23 @@ inline ByteOrder other(ByteOrder order) {
   return order == ByteOrder::big ? ByteOrder::little : ByteOrder::big;
 }
 
+// That many units of this body.
+inline Description units(const Description& body, int count = 1) {
+  return [=](DwarfEncoder& e) {
+    for (int i = 0; i < count; ++i) e.unit(body);
+  };
+}
+
+// The first block of a section, translated to the order of a big-endian file or from it.
+inline Bytes translated(const Input& in, size_t index, decltype(&elf32_xlatetof) translate = elf32_xlatetof) {
+  const Elf_Data* const block = in.data(index);
+  Bytes to(block->d_size);
+  Elf_Data copy = *block;
+  copy.d_buf = to.data();
+  EXPECT_EQ(translate(&copy, block, ELFDATA2MSB), to.empty() ? nullptr : &copy);
+  return to;
+}
+
 inline int hold_big_endian(const Elf32_Shdr*, const char*) { return ELF_SWAP_TO_MSB; }
 
 // One debug section, its name, and the abbreviations that it goes by, if any.
@@ -64,20 +81,20 @@ inline void expect_reads(
       EXPECT_TRUE(reads_as(in.contents(DebugObject::index), wanted));
       EXPECT_EQ(elf_errno(), 0);
       // Only host order has a way back by translation.
-      if (order == ByteOrder::big && !in_file.empty()) {
-        Bytes back(in_file.size());
-        Elf_Data copy = *in.data(DebugObject::index);
-        copy.d_buf = back.data();
-        EXPECT_EQ(elf32_xlatetof(&copy, in.data(DebugObject::index), ELFDATA2MSB), &copy);
-        EXPECT_EQ(back, in_file) << "translated";
+      if (order == ByteOrder::big) {
+        EXPECT_EQ(translated(in, DebugObject::index), in_file);
       }
-      if (road == Road::image) {
-        const Bytes* const image = &in.image();
-        in.end();
-        EXPECT_EQ(*image, in.original()) << "restored";
-      }
+      EXPECT_TRUE(in.ends_restored());
     }
   }
+}
+
+// Part of the section stays as it is: the function describes all of it, with the order of that part as the second.
+using InTwoOrders = std::function<DwarfEncoder(ByteOrder order, ByteOrder order_of_raw_part)>;
+inline void expect_converts_around(const char* name, const InTwoOrders& section, const Description& abbrev) {
+  const DebugObject object{
+      name, [&](DwarfEncoder& e) { e.bytes("section", section(e.order(), e.order()).done()); }, abbrev};
+  expect_reads(object, [&](ByteOrder in_file, ByteOrder in_memory) { return section(in_memory, in_file); });
 }
 
 // The section reads as the description in the order that memory has.

@@ -248,10 +248,7 @@ TEST(Rewriting, SectionsLandWhereLayoutSaidBehindOnesThatSendNothing) {
 // The walk needs the abbreviations, which nobody may have asked for while the section was loaded as it was.
 TEST(Rewriting, DebugInformationThatWasLoadedRawConvertsWhole) {
   const DebugObject object{
-      ".debug_info",
-      [](DwarfEncoder& e) {
-        e.unit([](DwarfEncoder& u) { u.info_header(4, 0).uleb("code", 1).u32("number", 1); });
-      },
+      ".debug_info", units([](DwarfEncoder& u) { u.info_header(4, 0).uleb("code", 1).u32("number", 1); }),
       [](DwarfEncoder& e) {
         e.abbrev(1, false, {{0x03, 0x06}}).u8("end of set", 0);
       }};
