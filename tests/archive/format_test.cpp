@@ -55,8 +55,7 @@ TEST(ArchiveFormat, OneSymbolAndOneMemberByteForByte) {
     EXPECT_STREQ(elf_getarhdr(foo)->ar_rawname, "foo.o/  ");
     EXPECT_EQ(elf_getarhdr(foo)->ar_size, 5);
     EXPECT_EQ(elf_getbase(foo), 120);
-    EXPECT_EQ(elf_next(foo), ELF_C_NULL);
-    EXPECT_EQ(elf_errno(), 59);
+    EXPECT_TRUE(failed(elf_next(foo), ELF_C_NULL, 59));
   }
 }
 
@@ -166,8 +165,7 @@ TEST(ArchiveFormat, OnlyTheFirstEntryCanBeTheSymbolTable) {
     const Input in(Road::file, archive.bytes);
     ASSERT_TRUE(in.elf());
     EXPECT_EQ(in.file().position(), 8);
-    EXPECT_EQ(elf_getarsym(in, &count), nullptr);
-    EXPECT_EQ(elf_errno(), 15);
+    EXPECT_TRUE(failed(elf_getarsym(in, &count), nullptr, 15));
   }
   const Archive later =
       ArchiveBuilder().member("a", "aa").member("", empty_table, {.name_field = "/   "}).build();

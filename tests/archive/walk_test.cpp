@@ -65,8 +65,7 @@ TEST_P(ArchiveWalk, TheLoopSeesTheMembersInFileOrder) {
   EXPECT_EQ(names, (std::vector<std::string>{"little.o", "notes.txt", "big.o"}));
   EXPECT_EQ(codes, (std::vector<int>{0, 6, 0}));
   EXPECT_EQ(elf_errno(), 59);
-  EXPECT_EQ(walked.begin(cmd), nullptr);
-  EXPECT_EQ(elf_errno(), 0);
+  EXPECT_TRUE(failed(walked.begin(cmd), nullptr, 0));
 
   EXPECT_EQ(elf_next(walked.in), ELF_C_READ);
   EXPECT_EQ(walked.position(), walked.archive.headers[0]);
@@ -112,8 +111,7 @@ TEST(ArchivePosition, LoadingLeavesItBehindTheProgramHeaders) {
   EXPECT_EQ(walked.position(), walked.archive.headers[0]);
   ASSERT_NE(walked.begin(), nullptr);
   EXPECT_EQ(walked.position(), walked.archive.contents[0] + segmented.phoff + sizeof(Elf32_Phdr));
-  EXPECT_EQ(walked.begin(), nullptr);
-  EXPECT_EQ(elf_errno(), 13);
+  EXPECT_TRUE(failed(walked.begin(), nullptr, 13));
 
   Elf* const second = walked.member(1);
   EXPECT_EQ(walked.position(), walked.archive.contents[1] + elf32_getehdr(second)->e_phoff);
@@ -142,8 +140,7 @@ TEST(ArchivePosition, OnlyTheStartOfAHeaderIsAMember) {
                                           walked.archive.size(),
                                           (int64_t{1} << 32) + headers[0]};
   for (const int64_t position : elsewhere) {
-    EXPECT_EQ(walked.begin_at(position), nullptr) << position;
-    EXPECT_EQ(elf_errno(), 13) << position;
+    EXPECT_TRUE(failed(walked.begin_at(position), nullptr, 13)) << position;
     EXPECT_EQ(walked.position(), position);
   }
   EXPECT_NE(walked.member(0), nullptr);
@@ -152,16 +149,14 @@ TEST(ArchivePosition, OnlyTheStartOfAHeaderIsAMember) {
 TEST(ArchivePosition, ElfRandTakesWhatTheFileSystemTakes) {
   const Walked walked(mixed(ByteOrder::little));
   elf_errno();
-  EXPECT_EQ(elf_rand(walked.in, 0), 0u);
-  EXPECT_EQ(elf_errno(), 0);
+  EXPECT_TRUE(failed(elf_rand(walked.in, 0), 0u, 0));
   EXPECT_EQ(walked.position(), 0);
   const size_t far = beyond_32_bits(walked.archive.headers[0]);
   EXPECT_EQ(elf_rand(walked.in, far), far);
   EXPECT_EQ(static_cast<size_t>(walked.position()), far);
   for (const size_t refused : {SIZE_MAX, SIZE_MAX / 2 + 1}) {
     if (refused <= UINT32_MAX) continue;  // a host of 32 bits has none that is too large
-    EXPECT_EQ(elf_rand(walked.in, refused), 0u);
-    EXPECT_EQ(elf_errno(), 89);
+    EXPECT_TRUE(failed(elf_rand(walked.in, refused), 0u, 89));
     EXPECT_EQ(static_cast<size_t>(walked.position()), far);
   }
 }
@@ -170,8 +165,7 @@ TEST(ArchiveMember, CountsItsReferencesAndTheArchives) {
   const Walked walked(mixed(ByteOrder::little));
   Elf* const elf = walked.member(0);
   EXPECT_EQ(elf_end(elf), 1);
-  EXPECT_EQ(elf_end(elf), -1) << "the last reference is the archive's";
-  EXPECT_EQ(elf_errno(), 38);
+  EXPECT_TRUE(failed(elf_end(elf), -1, 38)) << "the last reference is the archive's";
   EXPECT_EQ(walked.member(0), elf);
   EXPECT_EQ(walked.member(0), elf);
   EXPECT_EQ(elf_end(elf), 2);
@@ -183,8 +177,7 @@ TEST(ArchiveMember, CountsItsReferencesAndTheArchives) {
 TEST(ArchiveMember, TakesNoMoreReferencesThanItCanCount) {
   const Walked walked(mixed(ByteOrder::little));
   for (int count = 2; count <= 65535; ++count) ASSERT_NE(walked.member(0), nullptr) << count;
-  EXPECT_EQ(walked.member(0), nullptr);
-  EXPECT_EQ(elf_errno(), 48);
+  EXPECT_TRUE(failed(walked.member(0), nullptr, 48));
   EXPECT_NE(walked.member(2), nullptr);
 }
 
@@ -195,14 +188,12 @@ TEST(ArchiveMember, CommandsOfElfBegin) {
   for (const auto& [cmd, code] :
        {std::pair{ELF_C_RDWR, 20}, {ELF_C_CLR, 39}, {static_cast<Elf_Cmd>(99), 39}}) {
     file.seek(0);
-    EXPECT_EQ(elf_begin(file.id(), cmd, nullptr), nullptr);
-    EXPECT_EQ(elf_errno(), code);
+    EXPECT_TRUE(failed(elf_begin(file.id(), cmd, nullptr), nullptr, code));
   }
   const Walked walked(mixed(ByteOrder::big));
   // A first try with a command that members don't take leaves a descriptor without a header.
   for (const auto& [index, cmd, code] : {std::tuple{0, ELF_C_RDWR, 20}, {2, ELF_C_SET, 39}}) {
-    EXPECT_EQ(walked.member(static_cast<size_t>(index), cmd), nullptr);
-    EXPECT_EQ(elf_errno(), code);
+    EXPECT_TRUE(failed(walked.member(static_cast<size_t>(index), cmd), nullptr, code));
     Elf* const elf = walked.member(static_cast<size_t>(index), cmd);
     ASSERT_NE(elf, nullptr);
     EXPECT_EQ(elf32_getehdr(elf), nullptr);
@@ -211,31 +202,25 @@ TEST(ArchiveMember, CommandsOfElfBegin) {
 
   // What ignores `ref`, and what refuses it.
   walked.in.file().seek(walked.archive.headers[0]);
-  EXPECT_EQ(elf_begin(-1, ELF_C_NULL, walked.in), nullptr);
-  EXPECT_EQ(elf_errno(), 0);
-  EXPECT_EQ(elf_begin(-1, ELF_C_READ, walked.in), nullptr);
-  EXPECT_EQ(elf_errno(), 1);
+  EXPECT_TRUE(failed(elf_begin(-1, ELF_C_NULL, walked.in), nullptr, 0));
+  EXPECT_TRUE(failed(elf_begin(-1, ELF_C_READ, walked.in), nullptr, 1));
   const ElfOwner written(walked.begin(ELF_C_WRITE));
   EXPECT_EQ(elf_kind(written.get()), ELF_K_ELF);
   EXPECT_EQ(walked.position(), walked.archive.headers[0]);
   Elf* const member = walked.begin();
-  EXPECT_EQ(elf_begin(walked.in.file().id(), ELF_C_READ, member), nullptr);
-  EXPECT_EQ(elf_errno(), 60);
+  EXPECT_TRUE(failed(elf_begin(walked.in.file().id(), ELF_C_READ, member), nullptr, 60));
   EXPECT_TRUE(ElfOwner(elf_begin(walked.in.file().id(), ELF_C_WRITE, member)));
 }
 
 TEST(ArchiveMember, WithoutAnObjectIsSafeEverywhere) {
   const Walked walked(mixed(ByteOrder::little));
-  EXPECT_EQ(walked.member(1), nullptr);
-  EXPECT_EQ(elf_errno(), 6);
+  EXPECT_TRUE(failed(walked.member(1), nullptr, 6));
   Elf* const elf = walked.member(1);
   ASSERT_NE(elf, nullptr) << "it is not tried again as a new one";
   EXPECT_STREQ(elf_getarhdr(elf)->ar_name, "notes.txt");
   size_t size = 1;
-  EXPECT_EQ(elf_getident(elf, &size), nullptr);
-  EXPECT_EQ(elf_errno(), 44);
-  EXPECT_EQ(elf_getscn(elf, 0), nullptr);
-  EXPECT_EQ(elf_errno(), 21);
+  EXPECT_TRUE(failed(elf_getident(elf, &size), nullptr, 44));
+  EXPECT_TRUE(failed(elf_getscn(elf, 0), nullptr, 21));
   EXPECT_EQ(elf_nextscn(elf, nullptr), nullptr);
   EXPECT_EQ(elf_strptr(elf, 1, 0), nullptr);
   EXPECT_EQ(elf_cntl(elf, ELF_C_FDREAD), 0);
@@ -281,8 +266,7 @@ TEST(ArchiveMember, TooSmallForAMagicIsNoObject) {
   for (const char* size : {"0", "3", "-1"}) {
     const Walked walked(
         ArchiveBuilder().member("a", "", {.size = size}).member("b", ELFMAG "more bytes").build());
-    EXPECT_EQ(walked.begin(), nullptr) << size;
-    EXPECT_EQ(elf_errno(), 6) << size;
+    EXPECT_TRUE(failed(walked.begin(), nullptr, 6)) << size;
   }
 }
 
@@ -295,15 +279,13 @@ TEST(ArchiveFdread, LoadsEveryMemberOnce) {
   elf_errno();
   EXPECT_EQ(elf_cntl(walked.in, ELF_C_FDREAD), 0);
   EXPECT_EQ(elf_errno(), 0);
-  EXPECT_EQ(elf_cntl(walked.in, ELF_C_FDREAD), -1);
-  EXPECT_EQ(elf_errno(), 42);
+  EXPECT_TRUE(failed(elf_cntl(walked.in, ELF_C_FDREAD), -1, 42));
   EXPECT_EQ(walked.member(0), first);
   Elf* const second = walked.member(1);
   EXPECT_EQ(walked.position(), walked.archive.headers[1]) << "it is loaded already";
   for (Elf* const elf : {first, second}) {
     EXPECT_NE(elf_getdata(elf_getscn(elf, 1), nullptr), nullptr);
-    EXPECT_EQ(elf_getscn(elf, 0), nullptr);
-    EXPECT_EQ(elf_errno(), 42);
+    EXPECT_TRUE(failed(elf_getscn(elf, 0), nullptr, 42));
   }
   EXPECT_EQ(elf_end(first), 2);
   EXPECT_EQ(elf_end(second), 1);
@@ -312,16 +294,13 @@ TEST(ArchiveFdread, LoadsEveryMemberOnce) {
   const Walked done(objects);
   EXPECT_EQ(elf_cntl(done.in, ELF_C_FDDONE), 0);
   EXPECT_NE(elf_getscn(done.member(0), 1), nullptr);
-  EXPECT_EQ(elf_cntl(done.in, ELF_C_FDREAD), -1);
-  EXPECT_EQ(elf_errno(), 42);
+  EXPECT_TRUE(failed(elf_cntl(done.in, ELF_C_FDREAD), -1, 42));
 }
 
 TEST(ArchiveFdread, StopsAtTheFirstMemberThatFails) {
   const Walked walked(mixed(ByteOrder::little));
-  EXPECT_EQ(elf_cntl(walked.in, ELF_C_FDREAD), -1);
-  EXPECT_EQ(elf_errno(), 6);
-  EXPECT_EQ(elf_cntl(walked.in, ELF_C_FDREAD), -1) << "the first member has been through it";
-  EXPECT_EQ(elf_errno(), 42);
+  EXPECT_TRUE(failed(elf_cntl(walked.in, ELF_C_FDREAD), -1, 6));
+  EXPECT_TRUE(failed(elf_cntl(walked.in, ELF_C_FDREAD), -1, 42)) << "the first member has been through it";
   Elf* const last = walked.member(2);
   EXPECT_NE(elf_getscn(last, 0), nullptr) << "the last has not";
 }
@@ -356,37 +335,27 @@ TEST(ArchiveInterface, DescriptorsThatAnOperationIsNotFor) {
   const Input alone(Road::file, object(ByteOrder::little, "a"));
   elf_errno();
   for (Elf* const elf : {static_cast<Elf*>(nullptr), walked.in.elf(), alone.elf()}) {
-    EXPECT_EQ(elf_getarhdr(elf), nullptr);
-    EXPECT_EQ(elf_errno(), 69);
+    EXPECT_TRUE(failed(elf_getarhdr(elf), nullptr, 69));
   }
   for (Elf* const elf : {static_cast<Elf*>(nullptr), alone.elf()}) {
-    EXPECT_EQ(elf_next(elf), ELF_C_NULL);
-    EXPECT_EQ(elf_errno(), 0);
+    EXPECT_TRUE(failed(elf_next(elf), ELF_C_NULL, 0));
   }
   size_t count = 7;
-  EXPECT_EQ(elf_getarsym(nullptr, &count), nullptr);
-  EXPECT_EQ(elf_errno(), 32);
-  EXPECT_EQ(elf_getarsym(walked.in, &count), nullptr);
-  EXPECT_EQ(elf_errno(), 15);
+  EXPECT_TRUE(failed(elf_getarsym(nullptr, &count), nullptr, 32));
+  EXPECT_TRUE(failed(elf_getarsym(walked.in, &count), nullptr, 15));
   EXPECT_EQ(count, 7u);
   for (Elf* const elf : {member, alone.elf()}) {
     count = 7;
-    EXPECT_EQ(elf_getarsym(elf, &count), nullptr);
-    EXPECT_EQ(elf_errno(), 60);
+    EXPECT_TRUE(failed(elf_getarsym(elf, &count), nullptr, 60));
     EXPECT_EQ(count, 0u);
-    EXPECT_EQ(elf_getarsym(elf, nullptr), nullptr);
-    EXPECT_EQ(elf_errno(), 60);
-    EXPECT_EQ(elf_rand(elf, 8), 0u);
-    EXPECT_EQ(elf_errno(), 9);
+    EXPECT_TRUE(failed(elf_getarsym(elf, nullptr), nullptr, 60));
+    EXPECT_TRUE(failed(elf_rand(elf, 8), 0u, 9));
   }
-  EXPECT_EQ(elf_rand(nullptr, 8), 0u);
-  EXPECT_EQ(elf_errno(), 32);
+  EXPECT_TRUE(failed(elf_rand(nullptr, 8), 0u, 32));
   EXPECT_EQ(elf32_getehdr(walked.in), nullptr);
-  EXPECT_EQ(elf_getident(walked.in, nullptr), nullptr);
-  EXPECT_EQ(elf_errno(), 44);
+  EXPECT_TRUE(failed(elf_getident(walked.in, nullptr), nullptr, 44));
   EXPECT_EQ(elf_getbase(walked.in), 0);
-  EXPECT_EQ(elf_getscn(walked.in, 0), nullptr);
-  EXPECT_EQ(elf_errno(), 21);
+  EXPECT_TRUE(failed(elf_getscn(walked.in, 0), nullptr, 21));
 }
 
 TEST(ArchiveInterface, AClosedFileIdIsASeekThatFails) {
@@ -397,21 +366,16 @@ TEST(ArchiveInterface, AClosedFileIdIsASeekThatFails) {
   Elf* const member = elf_begin(file.id(), ELF_C_READ, archive);
   const int id = file.id();
   file.close_id();
-  EXPECT_EQ(elf_begin(id, ELF_C_READ, archive), nullptr);
-  EXPECT_EQ(elf_errno(), 88);
-  EXPECT_EQ(elf_next(member), ELF_C_NULL);
-  EXPECT_EQ(elf_errno(), 88);
-  EXPECT_EQ(elf_next(archive), ELF_C_NULL);
-  EXPECT_EQ(elf_errno(), 88);
-  EXPECT_EQ(elf_rand(archive, 8), 0u);
-  EXPECT_EQ(elf_errno(), 88);
+  EXPECT_TRUE(failed(elf_begin(id, ELF_C_READ, archive), nullptr, 88));
+  EXPECT_TRUE(failed(elf_next(member), ELF_C_NULL, 88));
+  EXPECT_TRUE(failed(elf_next(archive), ELF_C_NULL, 88));
+  EXPECT_TRUE(failed(elf_rand(archive, 8), 0u, 88));
   EXPECT_EQ(elf_end(archive), 0);
 }
 
 TEST(ArchiveInterface, ASecondFreshOpenLooksWhereThePositionIs) {
   const Walked walked(mixed(ByteOrder::little));
-  EXPECT_EQ(elf_begin(walked.in.file().id(), ELF_C_READ, nullptr), nullptr);
-  EXPECT_EQ(elf_errno(), 6);
+  EXPECT_TRUE(failed(elf_begin(walked.in.file().id(), ELF_C_READ, nullptr), nullptr, 6));
   walked.in.file().seek(0);
   const ElfOwner second(elf_begin(walked.in.file().id(), ELF_C_READ, nullptr));
   ASSERT_TRUE(second);
@@ -423,8 +387,7 @@ TEST(ArchiveInterface, ASecondFreshOpenLooksWhereThePositionIs) {
 
 TEST(ArchiveInterface, AnImageIsNoWayToAnArchive) {
   Bytes bytes = mixed(ByteOrder::little).build().bytes;
-  EXPECT_EQ(elf_memory(reinterpret_cast<char*>(bytes.data()), bytes.size()), nullptr);
-  EXPECT_EQ(elf_errno(), 9);
+  EXPECT_TRUE(failed(elf_memory(reinterpret_cast<char*>(bytes.data()), bytes.size()), nullptr, 9));
 }
 
 }  // namespace

@@ -1,11 +1,10 @@
-#include <ambielf/ambielf.h>
 #include <fcntl.h>
-#include <gtest/gtest.h>
 
 #include <string>
 
 #include "frame/error.h"
 #include "platform/platform.h"
+#include "support/input.h"
 #include "support/scratch_directory.h"
 
 namespace ambielf::test {
@@ -37,12 +36,9 @@ TEST(ElfOpen, GivesAFileIdThatLivesUntilElfClose) {
   EXPECT_EQ(file_bytes("file"), "abc");
   EXPECT_EQ(elf_errno(), nothing_reported);
 
-  EXPECT_EQ(elf_close(created), -1);
-  EXPECT_EQ(elf_errno(), 56);
-  EXPECT_EQ(elf_close(-1), -1);
-  EXPECT_EQ(elf_errno(), 1);
-  EXPECT_EQ(elf_close(-2), -1);
-  EXPECT_EQ(elf_errno(), 56);
+  EXPECT_TRUE(failed(elf_close(created), -1, 56));
+  EXPECT_TRUE(failed(elf_close(-1), -1, 1));
+  EXPECT_TRUE(failed(elf_close(-2), -1, 56));
 }
 
 // Line ends and the end-of-text character of DOS are bytes like any other.
@@ -64,8 +60,7 @@ TEST(ElfOpen, FailureHasTheCodeOfItsReason) {
   const ScratchDirectory scratch;
   write_file("file", "x");
   const int free_id = next_file_id();
-  EXPECT_EQ(elf_open(nullptr, O_RDONLY, 0), -1);
-  EXPECT_EQ(elf_errno(), 62);
+  EXPECT_TRUE(failed(elf_open(nullptr, O_RDONLY, 0), -1, 62));
   EXPECT_EQ(code_of_failed_open("missing"), 97);
   EXPECT_EQ(code_of_failed_open("missing/file"), 97);
   EXPECT_EQ(code_of_failed_open("C:/missing/file"), 97);

@@ -1,12 +1,9 @@
-#include <ambielf/ambielf.h>
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <string>
-#include <vector>
 
 #include "frame/error.h"
 #include "support/failing_allocation.h"
+#include "support/input.h"
 #include "support/scratch_directory.h"
 
 namespace ambielf::test {
@@ -64,8 +61,7 @@ TEST(ElfMopen, FailureHasTheCodeOfItsReason) {
   const ScratchDirectory scratch;
   write_file("empty", "");
   void* view = nullptr;
-  EXPECT_EQ(elf_mopen(nullptr, &view), -1);
-  EXPECT_EQ(elf_errno(), 62);
+  EXPECT_TRUE(failed(elf_mopen(nullptr, &view), -1, 62));
   EXPECT_EQ(view, nullptr);
   EXPECT_EQ(code_of_failed_mopen("empty"), 51);
   EXPECT_EQ(code_of_failed_mopen(R"(C:\missing\file)"), 58);
@@ -117,8 +113,7 @@ TEST(ElfMopen, WithoutMemoryToRememberTheViewIs51) {
     happened = failing.happened();
   }
   EXPECT_TRUE(happened);
-  EXPECT_EQ(size, -1);
-  EXPECT_EQ(elf_errno(), 51);
+  EXPECT_TRUE(failed(size, -1, 51));
   EXPECT_EQ(view, &untouched);
   ASSERT_EQ(elf_mopen("file", &view), 5);
   EXPECT_EQ(elf_mclose(view), 0);

@@ -29,8 +29,7 @@ TEST_P(HeaderSnapshot, IsTheTableOfTheFileAndOutlivesTheDescriptor) {
 
 TEST_P(HeaderSnapshot, FollowsTheLiveCountWithoutReadingPastTheRecords) {
   Input in = open(builder().build());
-  EXPECT_EQ(elf32_getphdr(in), nullptr);
-  EXPECT_EQ(elf_errno(), 0);
+  EXPECT_TRUE(failed(elf32_getphdr(in), nullptr, 0));
   elf32_getehdr(in)->e_phnum = 3;
   Elf32_Phdr* const phdrs = elf32_getphdr(in);
   ASSERT_TRUE(phdrs);
@@ -43,10 +42,8 @@ TEST(HeaderSnapshots, NeedADescriptorWithAHeader) {
   const TempFile file;
   const ElfOwner empty(elf_begin(file.id(), ELF_C_WRITE, nullptr));
   elf_errno();
-  EXPECT_EQ(elf32_getphdr(nullptr), nullptr);
-  EXPECT_EQ(elf_errno(), 32);
-  EXPECT_EQ(elf32_getshdrtab(empty.get()), nullptr);
-  EXPECT_EQ(elf_errno(), 44);
+  EXPECT_TRUE(failed(elf32_getphdr(nullptr), nullptr, 32));
+  EXPECT_TRUE(failed(elf32_getshdrtab(empty.get()), nullptr, 44));
 }
 
 }  // namespace

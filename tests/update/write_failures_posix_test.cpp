@@ -39,8 +39,7 @@ class FailedWrite : public testing::Test {
   }
   void expect_failure(int code) {
     elf_errno();
-    EXPECT_EQ(object.write(), -1);
-    EXPECT_EQ(elf_errno(), code);
+    EXPECT_TRUE(failed(object.write(), -1, code));
   }
   void expect_success() {
     object.file().seek(0);
@@ -116,8 +115,7 @@ TEST(FailedRewrite, OldContentsThatCannotBeReadStopTheWriteBeforeTheyAreLost) {
   elf_flagelf(elf.get(), ELF_C_SET, ELF_F_DIRTY);
   {
     const Replaced write_only(file.id(), file.path().c_str(), O_WRONLY);
-    EXPECT_EQ(elf_update(elf.get(), ELF_C_WRITE), -1);
-    EXPECT_EQ(elf_errno(), 8);
+    EXPECT_TRUE(failed(elf_update(elf.get(), ELF_C_WRITE), -1, 8));
   }
   EXPECT_EQ(file.contents(), object.bytes);
   ASSERT_GT(elf_update(elf.get(), ELF_C_WRITE), 1);

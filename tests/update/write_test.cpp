@@ -105,8 +105,7 @@ class Writing : public testing::Test {
   }
   void expect_refused_untouched(int code) {
     elf_errno();
-    EXPECT_EQ(object.write(), -1);
-    EXPECT_EQ(elf_errno(), code);
+    EXPECT_TRUE(failed(object.write(), -1, code));
     EXPECT_TRUE(object.file().contents().empty()) << "refused before anything was written";
     EXPECT_EQ(object.file().position(), 0);
   }
@@ -194,14 +193,11 @@ TEST_F(Writing, TheCommandIsCheckedFirst) {
   EXPECT_EQ(elf_errno(), 0);
   EXPECT_EQ(object.header().e_shentsize, 0);
   for (const uint32_t command : {8u, 0xffffffffu}) {
-    EXPECT_EQ(elf_update(object, static_cast<Elf_Cmd>(command)), -1);
-    EXPECT_EQ(elf_errno(), 65);
+    EXPECT_TRUE(failed(elf_update(object, static_cast<Elf_Cmd>(command)), -1, 65));
   }
   const Input read(Road::file, ObjectBuilder(ByteOrder::big).build());
-  EXPECT_EQ(elf_update(read, ELF_C_WRITE), -1);
-  EXPECT_EQ(elf_errno(), 61);
-  EXPECT_EQ(elf_update(nullptr, ELF_C_WRITE), -1);
-  EXPECT_EQ(elf_errno(), 32);
+  EXPECT_TRUE(failed(elf_update(read, ELF_C_WRITE), -1, 61));
+  EXPECT_TRUE(failed(elf_update(nullptr, ELF_C_WRITE), -1, 32));
 }
 
 TEST_F(Writing, AfterTheLastReadOnlyACleanDescriptorPasses) {
@@ -226,10 +222,8 @@ TEST_F(Writing, LinkedProgramHeadersFollowTheirSections) {
   EXPECT_EQ(elf32_setphdrdata(linked, first), 0);
   EXPECT_EQ(elf32_setphdrdata(linked, second), 0);
   EXPECT_EQ(elf32_setphdrdata(&own, third), 0);
-  EXPECT_EQ(elf32_setphdrdata(nullptr, first), -1);
-  EXPECT_EQ(elf_errno(), 32);
-  EXPECT_EQ(elf32_setphdrdata(linked, nullptr), -1);
-  EXPECT_EQ(elf_errno(), 32);
+  EXPECT_TRUE(failed(elf32_setphdrdata(nullptr, first), -1, 32));
+  EXPECT_TRUE(failed(elf32_setphdrdata(linked, nullptr), -1, 32));
   object.layout();
   EXPECT_EQ(linked->p_offset, 7u);
   ASSERT_GT(object.write(), 1);
@@ -248,13 +242,10 @@ TEST_F(Writing, AProgramHeaderFindsItsSectionByAddressAndOffset) {
   object.layout();
   EXPECT_EQ(elf32_getphdrdata(object, 0), data);
   for (const unsigned index : {1u, 2u}) {
-    EXPECT_EQ(elf32_getphdrdata(object, index), nullptr);
-    EXPECT_EQ(elf_errno(), 101);
+    EXPECT_TRUE(failed(elf32_getphdrdata(object, index), nullptr, 101));
   }
-  EXPECT_EQ(elf32_getphdrdata(object, 3), nullptr);
-  EXPECT_EQ(elf_errno(), 99);
-  EXPECT_EQ(elf32_getphdrdata(nullptr, 0), nullptr);
-  EXPECT_EQ(elf_errno(), 32);
+  EXPECT_TRUE(failed(elf32_getphdrdata(object, 3), nullptr, 99));
+  EXPECT_TRUE(failed(elf32_getphdrdata(nullptr, 0), nullptr, 32));
 }
 
 }  // namespace
