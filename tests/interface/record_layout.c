@@ -5,47 +5,31 @@
 
 #define HOLDS(name, condition) typedef char holds_##name[(condition) ? 1 : -1]
 #define AT(record, field, offset) HOLDS(record##_##field, offsetof(record, field) == (offset))
+#define AT3(record, f1, o1, f2, o2, f3, o3) \
+  AT(record, f1, o1);                       \
+  AT(record, f2, o2);                       \
+  AT(record, f3, o3)
 #define SIZE(record, size) HOLDS(size_of_##record, sizeof(record) == (size))
 
 SIZE(Elf32_Ehdr, 52);
-AT(Elf32_Ehdr, e_type, 16);
-AT(Elf32_Ehdr, e_machine, 18);
-AT(Elf32_Ehdr, e_version, 20);
-AT(Elf32_Ehdr, e_entry, 24);
-AT(Elf32_Ehdr, e_phoff, 28);
-AT(Elf32_Ehdr, e_shoff, 32);
-AT(Elf32_Ehdr, e_flags, 36);
-AT(Elf32_Ehdr, e_ehsize, 40);
-AT(Elf32_Ehdr, e_phentsize, 42);
-AT(Elf32_Ehdr, e_phnum, 44);
-AT(Elf32_Ehdr, e_shentsize, 46);
-AT(Elf32_Ehdr, e_shnum, 48);
+AT3(Elf32_Ehdr, e_type, 16, e_machine, 18, e_version, 20);
+AT3(Elf32_Ehdr, e_entry, 24, e_phoff, 28, e_shoff, 32);
+AT3(Elf32_Ehdr, e_flags, 36, e_ehsize, 40, e_phentsize, 42);
+AT3(Elf32_Ehdr, e_phnum, 44, e_shentsize, 46, e_shnum, 48);
 AT(Elf32_Ehdr, e_shstrndx, 50);
 
 SIZE(Elf32_Shdr, 40);
-AT(Elf32_Shdr, sh_type, 4);
-AT(Elf32_Shdr, sh_flags, 8);
-AT(Elf32_Shdr, sh_addr, 12);
-AT(Elf32_Shdr, sh_offset, 16);
-AT(Elf32_Shdr, sh_size, 20);
-AT(Elf32_Shdr, sh_link, 24);
-AT(Elf32_Shdr, sh_info, 28);
-AT(Elf32_Shdr, sh_addralign, 32);
-AT(Elf32_Shdr, sh_entsize, 36);
+AT3(Elf32_Shdr, sh_type, 4, sh_flags, 8, sh_addr, 12);
+AT3(Elf32_Shdr, sh_offset, 16, sh_size, 20, sh_link, 24);
+AT3(Elf32_Shdr, sh_info, 28, sh_addralign, 32, sh_entsize, 36);
 
 SIZE(Elf32_Phdr, 32);
-AT(Elf32_Phdr, p_offset, 4);
-AT(Elf32_Phdr, p_vaddr, 8);
-AT(Elf32_Phdr, p_paddr, 12);
-AT(Elf32_Phdr, p_filesz, 16);
-AT(Elf32_Phdr, p_memsz, 20);
-AT(Elf32_Phdr, p_flags, 24);
+AT3(Elf32_Phdr, p_offset, 4, p_vaddr, 8, p_paddr, 12);
+AT3(Elf32_Phdr, p_filesz, 16, p_memsz, 20, p_flags, 24);
 AT(Elf32_Phdr, p_align, 28);
 
 SIZE(Elf32_Sym, 16);
-AT(Elf32_Sym, st_value, 4);
-AT(Elf32_Sym, st_size, 8);
-AT(Elf32_Sym, st_info, 12);
+AT3(Elf32_Sym, st_value, 4, st_size, 8, st_info, 12);
 AT(Elf32_Sym, st_other, 13);
 AT(Elf32_Sym, st_shndx, 14);
 
@@ -58,12 +42,8 @@ SIZE(Elf32_Dyn, 8);
 AT(Elf32_Dyn, d_un, 4);
 
 /* The library's own records begin with a pointer, whose size is the host's. */
-AT(Elf_Data, d_buf, 0);
-AT(Elf_Data, d_type, sizeof(void*));
-AT(Elf_Data, d_size, sizeof(void*) + 4);
-AT(Elf_Data, d_off, sizeof(void*) + 8);
-AT(Elf_Data, d_align, sizeof(void*) + 12);
-AT(Elf_Data, d_version, sizeof(void*) + 16);
+AT3(Elf_Data, d_buf, 0, d_type, sizeof(void*), d_size, sizeof(void*) + 4);
+AT3(Elf_Data, d_off, sizeof(void*) + 8, d_align, sizeof(void*) + 12, d_version, sizeof(void*) + 16);
 AT(Elf_Arsym, as_off, sizeof(char*));
 AT(Elf_Arsym, as_hash, sizeof(char*) + 4);
 SIZE(Elf_Arsym, sizeof(char*) + 8);
