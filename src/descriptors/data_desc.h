@@ -44,8 +44,9 @@ struct DataDesc : Elf_Data {
   //
   // `to_file` is the direction. With `force` it is done whatever the section's swap behaviour says; without,
   // that behaviour decides, and on load (neither flag) the read swap controller sets it first.
-  // -1 after 67, 82, 98, or when names could not be loaded; 0 when nothing was done and nothing has reached the sink, so that a caller who needs
-  // the bytes there copies them; else a positive count, and exactly d_size bytes have reached the sink.
+  // -1 after 67, 82, 98, or the code with which the name table failed to load; 0 when nothing was done and nothing
+  // has reached the sink, so that a caller who needs the bytes there copies them; else a positive count, and exactly
+  // d_size bytes have reached the sink.
   int32_t convert(unsigned char* bytes, DestBuffer& destination, uint32_t type, bool to_file, bool force);
 
   // Whether convert can bring the block into file order on a write. False after the code that it would report.

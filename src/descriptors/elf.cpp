@@ -180,15 +180,15 @@ TableString Elf::search_string(size_t section, uint64_t offset) {
 }
 
 bool Elf::load_names() {
-  const size_t table = ehdr == nullptr ? SHN_UNDEF : name_table();
-  if (table == SHN_UNDEF || loaded_scn(table) != nullptr) return true;
+  const size_t names = ehdr == nullptr ? SHN_UNDEF : name_table();
+  if (names == SHN_UNDEF || loaded_scn(names) != nullptr) return true;
   const int before = elf_peek_error();
-  if (get_scn(table) != nullptr) return true;
+  if (get_scn(names) != nullptr) return true;
   switch (elf_peek_error()) {
-    case 4:
+    case 4:  // memory
     case 31:
-    case 8:
-    case 17:
+    case 8:   // reading
+    case 17:  // the file position
     case 88:
     case 89:
       return false;
