@@ -201,18 +201,36 @@ bool Elf_Scn::make_data(LoadedBlock contents) {
 
   contents.size = shdr->sh_size;
   contents.type = type;
+  if (stays_as_it_is(type)) {
+    note(contents);
+    return true;
+  }
   DataDesc* const block = add_block(contents);
   if (block != nullptr) block->convert_loaded();
   return block != nullptr;
 }
 
+// Whether loading neither asks the controller nor converts contents of the data type. Brings the name table in, as
+// every load does.
+bool Elf_Scn::stays_as_it_is(uint32_t type) const {
+  if (!elf->load_names() || elf->read_swap_controller != default_read_swap_controller) return false;
+  return !elf->foreign() || (type == ELF_T_BYTE && !elf->section_name(index).starts_with(".debug_"));
+}
+
+void Elf_Scn::note(const LoadedBlock& contents) {
+  noted_type_ = static_cast<uint8_t>(contents.type);
+  noted_size_ = contents.size;
+  noted_place_ = contents.in_image ? shdr->sh_offset : contents.present;
+}
+
 LoadedBlock Elf_Scn::noted_block() const {
   LoadedBlock block;
-  block.buf = reinterpret_cast<unsigned char*>(elf->file_desc->image) + noted_offset_;
+  block.in_image = contents_ == nullptr || contents_->blocks.empty();
+  block.buf = block.in_image ? reinterpret_cast<unsigned char*>(elf->file_desc->image) + noted_place_
+                             : contents_->blocks.last();
   block.size = noted_size_;
-  block.present = noted_size_;
+  block.present = block.in_image ? noted_size_ : noted_place_;
   block.type = noted_type_;
-  block.in_image = true;
   return block;
 }
 

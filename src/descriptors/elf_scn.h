@@ -1,7 +1,7 @@
 // Elf_Scn: one section that has been asked for or created, with the blocks of its contents.
 //
-// Programs walk sections by the thousand, and look into few. So the record is small, and contents that an image holds
-// as memory wants them are only noted; their block is made when somebody asks for it.
+// Programs walk sections by the thousand, and look into few. So the record is small, and of contents that are as memory
+// wants them only the place is noted; their DataDesc is made when somebody asks for it.
 #ifndef AMBIELF_DESCRIPTORS_ELF_SCN_H
 #define AMBIELF_DESCRIPTORS_ELF_SCN_H
 
@@ -41,7 +41,7 @@ struct Elf_Scn {
   void note_contents(Elf32_Shdr& header, uint32_t type) {
     shdr = &header;
     noted_type_ = static_cast<uint8_t>(type);
-    noted_offset_ = header.sh_offset;
+    noted_place_ = header.sh_offset;
     noted_size_ = header.sh_size;
   }
 
@@ -98,13 +98,17 @@ struct Elf_Scn {
   bool narrow(ambielf::LoadedBlock& contents, uint32_t sh_type, uint32_t source_record,
               uint32_t target_record);
   bool make_data(ambielf::LoadedBlock contents);
+  bool stays_as_it_is(uint32_t type) const;
+  void note(const ambielf::LoadedBlock& contents);
   ambielf::LoadedBlock noted_block() const;
   bool make_noted_block();
   bool make_contents();
   ambielf::DataDesc* add_block(const ambielf::LoadedBlock& contents);
 
-  uint8_t noted_type_ = nothing_noted;  // data type of the contents that lie in the image
-  uint32_t noted_offset_ = 0;
+  // Contents whose DataDesc nobody has asked for yet. They lie in the last of the blocks, if there are any, else in the
+  // image.
+  uint8_t noted_type_ = nothing_noted;  // data type
+  uint32_t noted_place_ = 0;  // the offset in the image, or how many bytes of the block the input had
   uint32_t noted_size_ = 0;
   std::unique_ptr<ambielf::SectionContents> contents_;  // null without any block
 };

@@ -22,6 +22,11 @@ class GarbageCollector {
     return true;
   }
 
+  bool empty() const { return blocks_.empty(); }
+
+  // The block that was taken over last; there is one.
+  unsigned char* last() const { return blocks_.back().get(); }
+
  private:
   OneOrMany<MemoryBlock> blocks_;
 };
