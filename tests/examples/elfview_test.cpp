@@ -1,6 +1,4 @@
 // elfview on objects of both byte orders, and on ones that hold something that cannot be loaded.
-#include <regex>
-
 #include "examples/run_example.h"
 #include "support/input.h"
 
@@ -14,13 +12,14 @@ class Elfview : public testing::Test {
 
 TEST_F(Elfview, ListsTwinsAlike) {
   const std::string big = run_example("elfview", data_file("greeting.big.o")).output;
-  const std::string little = run_example("elfview", data_file("greeting.little.o")).output;
+  std::string little = run_example("elfview", data_file("greeting.little.o")).output;
   for (const char* const part :
        {"ELF header:", "[ 2] .text ", ".rela.got2         RELA ", "Symbols of .symtab",
         "FUNC    GLOBAL 2    greeting_fits", "Relocations of .rela.text", "count_of + 0"}) {
     EXPECT_NE(big.find(part), std::string::npos) << part << "\n" << big;
   }
-  EXPECT_EQ(std::regex_replace(big, std::regex("big"), "little"), little);
+  for (size_t at = 0; (at = little.find("little", at)) != std::string::npos;) little.replace(at, 6, "big");
+  EXPECT_EQ(big, little);
 }
 
 TEST_F(Elfview, GoesOnBehindWhatCannotBeLoaded) {
