@@ -174,17 +174,10 @@ TEST(PathCanonicalize, BlockForALongPathThatCannotBeHadIs2) {
 class RandomPaths {
  public:
   std::string next() {
-    static const std::string pieces[] = {"C:",      "z:",
-                                         R"(\\?\)", R"(\\srv\shr)",
-                                         R"(\\)",   "\\",
-                                         "/",       "\\",
-                                         "/",       "..",
-                                         ".",       "...",
-                                         "a",       "..x",
-                                         ".y",      ":",
-                                         "?",       "\xff",
-                                         "\n",      "1",
-                                         "abc",     std::string(120, 'n')};
+    static const std::string long_name(120, 'n');
+    static const char* const pieces[] = {
+        "C:",  "z:", R"(\\?\)", R"(\\srv\shr)", R"(\\)", "\\", "/",    "\\", "/", "..",  ".",
+        "...", "a",  "..x",     ".y",           ":",     "?",  "\xff", "\n", "1", "abc", long_name.c_str()};
     std::string text;
     for (size_t count = below(16); count != 0; --count) text += pieces[below(std::size(pieces))];
     if (!text.empty() && below(4) == 0) text[below(text.size())] = R"(\/.:?C)"[below(6)];

@@ -72,9 +72,7 @@ class DwarfEncoder {
     bytes_.insert(bytes_.end(), inner.bytes_.begin(), inner.bytes_.end());
     return *this;
   }
-  DwarfEncoder& unit(const Contents& contents, int64_t larger = 0) {
-    return sized("unit_length", 4, contents, larger);
-  }
+  DwarfEncoder& unit(const Contents& contents) { return sized("unit_length", 4, contents); }
 
   // A unit of .debug_info up to its first entry, and one of .debug_line up to its tables.
   DwarfEncoder& info_header(uint64_t version, uint64_t abbrev_offset, uint64_t unit_type = 1) {
