@@ -142,7 +142,7 @@ TEST_P(RewriteInPlace, ContentsOfSeveralWindows) {
 // Small pieces that follow one another in a window, or jump to another.
 TEST_P(RewriteInPlace, ManyPiecesOfFewWindows) {
   std::mt19937 random(4);
-  for (const uint32_t windows : {1, 2, 5}) {
+  for (const uint32_t windows : {1u, 2u, 5u}) {
     const ScatteredObject object(GetParam(), random, 600, windows * 250'000, 1200);
     Rewrite rewrite(object, random);
     rewrite.write_and_check(0);
