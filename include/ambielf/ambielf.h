@@ -406,7 +406,8 @@ AMBIELF_API Elf32_Shdr* elf32_getshdr(Elf_Scn* scn);
  * @param scn   the section
  * @param data  the block before, NULL for the first
  * @return the next block, live; NULL at the end and on failure
- * @codes 32 scn is NULL; 71, 72 bad magic number; 37 no further block, or data is not one of this section
+ * @codes 32 scn is NULL; 71, 72 bad magic number; 37 no further block, or data is not one of this section; 4, 31 no
+ *        memory for a block that nobody has asked for before
  */
 AMBIELF_API Elf_Data* elf_getdata(Elf_Scn* scn, Elf_Data* data);
 
@@ -467,7 +468,8 @@ AMBIELF_API uint32_t elf32_fsize(uint32_t type, uint32_t count, uint32_t version
  * @return dst; or NULL, without a code if there was nothing to convert
  * @codes 32 dst or src is NULL; 72 bad magic number; 41 dst is smaller than src; 24 another encoding; 47
  *        src has no section; 53 no descriptor; 44 no ELF header; 67 no such type; 82 a type that can't
- *        be converted
+ *        be converted; 4, 8, 17, 31, 88, 89 the section name table could not be loaded, for which it needs memory
+ *        and the file
  */
 AMBIELF_API Elf_Data* elf32_xlatetof(Elf_Data* dst, const Elf_Data* src, unsigned encoding);
 
@@ -629,7 +631,7 @@ AMBIELF_API unsigned elf_flagdata(Elf_Data* data, Elf_Cmd cmd, unsigned flags);
  *        file too large for 32 bits; 30 under ELF_F_LAYOUT, blocks reach past sh_size.
  *        Writing: 81 no file; 88, 89, 17, 97, 93, 94, 95, 96, 50 the file id can't be used; 42 after
  *        elf_cntl; 35 sections out of order; 43 a section or block starts behind the running position,
- *        or has no sh_name; 37 a block without d_buf; 8 an old section can't be read; 4 no memory; 82,
+ *        or has no sh_name; 37 a block without d_buf; 8 an old section can't be read; 4, 31 no memory; 82,
  *        67, 98 a block can't be converted; 79, 86, 64 the file can't be written
  */
 AMBIELF_API int32_t elf_update(Elf* elf, Elf_Cmd cmd);
