@@ -181,9 +181,13 @@ TableString Elf::search_string(size_t section, uint64_t offset) {
 
 bool Elf::load_names() {
   const size_t names = ehdr == nullptr ? SHN_UNDEF : name_table();
-  if (names == SHN_UNDEF || loaded_scn(names) != nullptr) return true;
+  return names == SHN_UNDEF || load_companion(names);
+}
+
+bool Elf::load_companion(size_t index) {
+  if (loaded_scn(index) != nullptr) return true;
   const int before = elf_peek_error();
-  if (get_scn(names) != nullptr) return true;
+  if (get_scn(index) != nullptr) return true;
   switch (elf_peek_error()) {
     case 4:  // memory
     case 31:

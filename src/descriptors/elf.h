@@ -79,8 +79,10 @@ struct Elf : public ambielf::ByteSwap {
   // Its short way, for what is the rule: a table that is loaded, and one block. Null, and no report, elsewhere.
   ambielf::TableString find_loaded_string(size_t section, uint64_t offset) const;
 
-  // Loads the name table, for look-ups that do without names where the file has none. False, with the code, where
-  // it is the memory or the reading that failed: then nobody can tell what a section is called.
+  // Loads a section that the conversion of others goes by, but does without where it cannot be loaded. False, with the
+  // code, where it is the memory or the reading that failed: then nobody can tell what is in it.
+  bool load_companion(size_t index);
+  // The same for the name table, if there is one.
   bool load_names();
 
   // The name of the section at `index` for those who do without: null, and no report, for the name table

@@ -1,7 +1,6 @@
 // elf_update: lays the object out and, if asked, writes it.
 #include <cerrno>
 
-#include "byteorder/dwarf_abbrev_section.h"
 #include "byteorder/file_dest_buffer.h"
 #include "byteorder/swap_policy.h"
 #include "descriptors/elf.h"
@@ -40,6 +39,14 @@ bool converts_debug_info(Elf& elf) {
   return any;
 }
 
+// False after the code of Elf::load_companion.
+bool load_abbreviations(Elf& elf) {
+  for (size_t index = 0; index < elf.shdrs.size(); ++index) {
+    if (elf.section_name(index).is(".debug_abbrev")) return elf.load_companion(index);
+  }
+  return true;
+}
+
 // Conversion goes by the section's name, and that of debug information by the abbreviations. So these sections are
 // loaded before layout: layout and writing then see the same sections. The file position stays the caller's. What
 // cannot be loaded counts as not there.
@@ -49,11 +56,7 @@ bool load_what_conversion_needs(Elf& elf) {
   if (name_table == SHN_UNDEF || !any_block_needs_a_name(elf, name_table)) return true;
   const int64_t position = platform::tell(elf.file_desc->file_id);
   if (position == -1) return true;  // the sink will tell
-  const bool loaded = elf.load_names();
-  if (loaded) {
-    const KeepError keep;
-    if (converts_debug_info(elf)) loadAbbrevStore(elf, true, false);
-  }
+  const bool loaded = elf.load_names() && (!converts_debug_info(elf) || load_abbreviations(elf));
   if (platform::seek(elf.file_desc->file_id, static_cast<uint64_t>(position)) != -1) return loaded;
   elf_seek_error(errno);
   return false;

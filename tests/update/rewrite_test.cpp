@@ -4,6 +4,7 @@
 #include <list>
 
 #include "support/debug_object.h"
+#include "support/failing_allocation.h"
 #include "update/new_object.h"
 #include "update/scattered_object.h"
 
@@ -253,20 +254,30 @@ TEST(Rewriting, DebugInformationThatWasLoadedRawConvertsWhole) {
         e.abbrev(1, false, {{0x03, 0x06}}).u8("end of set", 0);
       }};
   for (const ByteOrder order : both_orders) {
-    const TempFile file(object.build(order).bytes);
-    Elf* const elf = begin_rewriting(file);
-    elf_setreadswapcontroller(elf, [](const Elf32_Shdr*, const char*) { return int{ELF_SWAP_NEVER}; });
-    Elf_Scn* const scn = elf_getscn(elf, DebugObject::index);
-    Bytes converted = encode(other(order), object.contents).done();
-    elf_getdata(scn, nullptr)->d_buf = converted.data();
-    elf_setswapbehavior(scn, order == ByteOrder::big ? ELF_SWAP_TO_HOST : ELF_SWAP_TO_MSB);
-    elf_flagelf(elf, ELF_C_SET, ELF_F_DIRTY | ELF_F_LAYOUT);
-    file.seek(0);
-    const int32_t size = elf_update(elf, ELF_C_WRITE);
-    EXPECT_EQ(file.position(), size);
-    const Bytes in_file = encode(order, object.contents).done();
-    EXPECT_EQ(bytes_at(file.contents(), elf32_getshdr(scn)->sh_offset, in_file.size()), in_file);
-    elf_end(elf);
+    // However often memory is short, it never goes out half converted.
+    bool short_of_memory = true;
+    for (size_t nth = 1; short_of_memory; ++nth) {
+      const TempFile file(object.build(order).bytes);
+      const ElfOwner elf(begin_rewriting(file));
+      elf_setreadswapcontroller(elf.get(),
+                                [](const Elf32_Shdr*, const char*) { return int{ELF_SWAP_NEVER}; });
+      Elf_Scn* const scn = elf_getscn(elf.get(), DebugObject::index);
+      Bytes converted = encode(other(order), object.contents).done();
+      elf_getdata(scn, nullptr)->d_buf = converted.data();
+      elf_setswapbehavior(scn, order == ByteOrder::big ? ELF_SWAP_TO_HOST : ELF_SWAP_TO_MSB);
+      elf_flagelf(elf.get(), ELF_C_SET, ELF_F_DIRTY | ELF_F_LAYOUT);
+      file.seek(0);
+      int32_t size = 0;
+      {
+        const FailingAllocation shortage(nth);
+        size = elf_update(elf.get(), ELF_C_WRITE);
+        short_of_memory = shortage.happened();
+      }
+      EXPECT_TRUE(size == -1 ? short_of_memory && elf_errno() != 0 : file.position() == size);
+      const Bytes in_file = encode(order, object.contents).done();
+      const Bytes written = bytes_at(file.contents(), elf32_getshdr(scn)->sh_offset, in_file.size());
+      EXPECT_TRUE(size == -1 || written == in_file) << nth;
+    }
   }
 }
 
