@@ -45,7 +45,7 @@ class AbbrevStore {
   static const AbbrevEntry* find(const AbbrevSet& set, uint64_t code) {
     const uint32_t wanted = static_cast<uint32_t>(code);
     if (!set.dense) return search(set, wanted);
-    return wanted - 1 < set.last - set.first ? set.first + (wanted - 1) : nullptr;
+    return wanted - 1 < static_cast<size_t>(set.last - set.first) ? set.first + (wanted - 1) : nullptr;
   }
 
   const AttrPlans& plans() const { return plans_; }

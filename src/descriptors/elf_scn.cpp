@@ -130,7 +130,7 @@ bool Elf_Scn::read_into_block(LoadedBlock& contents) {
   unsigned char* const bytes = block.get();
   const int64_t got = elf->read_object(shdr->sh_offset, bytes, size);
   if (got < 0) return false;
-  if (whole) std::memset(bytes + got, 0, size + 1 - static_cast<size_t>(got));
+  if (whole) std::memset(bytes + got, 0, static_cast<size_t>(size + 1 - static_cast<uint64_t>(got)));
   contents.buf = bytes;
   contents.present = static_cast<uint32_t>(got);
   contents.in_image = false;
