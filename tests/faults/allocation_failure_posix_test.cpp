@@ -1,6 +1,9 @@
 // Memory that runs out, anywhere. In every scenario of the interface the n-th allocation fails, for every n: alone, or
 // with all that follow in the same call. That call then gives its failure value with a code, no exception leaves
 // the library, nothing leaks (a sanitizer tells), and with memory back the same call brings what it always brings.
+//
+// Not on Windows, where a program is linked statically: there the compiler's support for exceptions and threads meets
+// the shortage too, and overflows the stack.
 #include <cstring>
 #include <string_view>
 #include <tuple>
