@@ -9,7 +9,7 @@
 #include <memory>
 #include <vector>
 
-#include "byteorder/dwarf_units.h"
+#include "dwarf/dwarf_units.h"
 
 using namespace ambielf;
 

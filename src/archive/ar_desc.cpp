@@ -17,15 +17,15 @@ constexpr uint64_t magic_size = 8;
 }  // namespace
 
 int64_t ArDesc::initialize() {
-  int code = 0;
+  int code = ERR_NONE;
   if (file_desc == nullptr) {
-    code = 81;
+    code = ERR_NULL_FILE_DESC;
   } else if (file_desc->file_id == -1) {
-    code = 2;
+    code = ERR_AR_FILE_ID;
   } else if (file_desc->kind != ELF_K_AR) {
-    code = 9;
+    code = ERR_WRONG_FILE_TYPE;
   }
-  if (code != 0) {
+  if (code != ERR_NONE) {
     elf_set_error(code);
     return -1;
   }
@@ -48,15 +48,15 @@ int64_t ArDesc::read_symbol_table(HeaderWindow& window) {
   TextArena names;
   const int64_t contents = readArHdr(window, names, magic_size, header);
   if (contents < 0) {
-    elf_set_error(10);
+    elf_set_error(ERR_AR_SYMBOL_TABLE);
     return -1;
   }
   if (header.ar_rawname[0] != '/' || header.ar_rawname[1] == '/') return magic_size;
 
-  symtab = make_or_report<ArSymTab>(4, this);
+  symtab = make_or_report<ArSymTab>(ERR_MEMORY, this);
   if (!symtab) return -1;
   const int64_t end = symtab->initialize(static_cast<uint64_t>(contents), header.ar_size);
-  if (end < 0) elf_set_error(10);
+  if (end < 0) elf_set_error(ERR_AR_SYMBOL_TABLE);
   return end;
 }
 
@@ -77,7 +77,7 @@ bool ArDesc::read_members(HeaderWindow& window, uint64_t offset) {
     const int64_t next = member.initialize(window, offset);
     // A negative size must not lead back, or the walk would have no end.
     if (next < int64_t{member.data_offset}) {
-      elf_set_error(11);
+      elf_set_error(ERR_AR_MEMBER);
       return false;
     }
     if (members.size() == members.capacity()) members.reserve(expected_members(offset));
@@ -113,14 +113,14 @@ ArMember* ArDesc::member_at(uint64_t offset) {
 ArMember* ArDesc::first_or_next_member(const ArMember* member) {
   if (member == nullptr) {
     if (!members.empty()) return members.data();
-    elf_set_error(12);
+    elf_set_error(ERR_AR_EMPTY);
     return nullptr;
   }
   const std::less<> before;
   const bool in_list = !before(member, members.data()) && before(member, members.data() + members.size());
   const size_t next = in_list ? static_cast<size_t>(member - members.data()) + 1 : members.size();
   if (next < members.size()) return &members[next];
-  elf_set_error(13);
+  elf_set_error(ERR_AR_NO_MEMBER);
   return nullptr;
 }
 

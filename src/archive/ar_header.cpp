@@ -33,7 +33,7 @@ int64_t name_field_size(HeaderWindow& window, uint64_t offset) {
     const int64_t got = window.read(offset + static_cast<uint64_t>(size), word.data(), word.size());
     if (got < 0) return -1;
     if (got == 0) {
-      elf_set_error(16);
+      elf_set_error(ERR_END_OF_FILE);
       return -1;
     }
     if (named && word != padding) return size;
@@ -72,7 +72,7 @@ int64_t readArHdr(HeaderWindow& window, TextArena& texts, uint64_t offset, Elf_A
 
     char* const raw_name = texts.take(uint64_t{size} + 1);
     if (raw_name == nullptr) {
-      elf_set_error(4);
+      elf_set_error(ERR_MEMORY);
       return -1;
     }
     FixedPart fixed{};
@@ -85,7 +85,7 @@ int64_t readArHdr(HeaderWindow& window, TextArena& texts, uint64_t offset, Elf_A
         slash == nullptr ? size : static_cast<size_t>(static_cast<const char*>(slash) - raw_name);
     char* const name = texts.take(uint64_t{length} + 1);
     if (name == nullptr) {
-      elf_set_error(4);
+      elf_set_error(ERR_MEMORY);
       return -1;
     }
     std::memcpy(name, raw_name, length);

@@ -9,7 +9,7 @@ namespace ambielf {
 int64_t ArMember::initialize(HeaderWindow& window, uint64_t offset) {
   const int64_t contents = readArHdr(window, ar_desc->texts, offset, header);
   if (contents < 0) {
-    elf_set_error(46);
+    elf_set_error(ERR_AR_NAME);
     return -1;
   }
   // Both fit: the file has 32-bit offsets, and contents start inside it or at its end.

@@ -15,8 +15,8 @@ namespace {
 
 // Makes and loads the descriptor of a member that has none. It stays with the member also when loading fails.
 Elf* make_member_elf(ArMember& member, Elf_Cmd cmd) {
-  member.elf = make_or_report<Elf>(48, &member, member.ar_desc->file_desc, uint64_t{member.data_offset},
-                                   member.size(), cmd);
+  member.elf = make_or_report<Elf>(ERR_NEW_DESCRIPTOR, &member, member.ar_desc->file_desc,
+                                   uint64_t{member.data_offset}, member.size(), cmd);
   return member.elf && member.elf->initialize() ? member.elf.get() : nullptr;
 }
 
@@ -26,11 +26,12 @@ Elf* make_member_elf(ArMember& member, Elf_Cmd cmd) {
 void ReleaseArchive::operator()(ArDesc* archive) const { delete archive; }
 
 Elf* begin_archive(std::unique_ptr<FileDesc> file_desc, Elf_Cmd cmd) {
-  ArDescOwner owner(make_or_report<ArDesc>(57, file_desc.get()).release());
+  ArDescOwner owner(make_or_report<ArDesc>(ERR_NEW_ARCHIVE, file_desc.get()).release());
   if (!owner) return nullptr;
   ArDesc& archive = *owner;
   const int file_id = file_desc->file_id;
-  std::unique_ptr<Elf> elf = make_or_report<Elf>(48, std::move(file_desc), std::move(owner), cmd);
+  std::unique_ptr<Elf> elf =
+      make_or_report<Elf>(ERR_NEW_DESCRIPTOR, std::move(file_desc), std::move(owner), cmd);
   if (!elf || archive.initialize() < 0 || !elf->initialize()) return nullptr;
   const ArMember* const first = archive.first_or_next_member(nullptr);
   if (first == nullptr) return nullptr;
@@ -48,18 +49,18 @@ Elf* begin_member(int fildes, Elf_Cmd cmd, Elf& ref) {
     return nullptr;
   }
   if (!ref.ar_desc) {
-    elf_set_error(60);
+    elf_set_error(ERR_AR_DESCRIPTOR);
     return nullptr;
   }
   ArMember* const member = ref.ar_desc->member_at(static_cast<uint64_t>(position));
   if (member == nullptr) {
-    elf_set_error(13);
+    elf_set_error(ERR_AR_NO_MEMBER);
     return nullptr;
   }
   Elf* const elf = member->elf ? member->elf.get() : make_member_elf(*member, cmd);
   if (elf == nullptr) return nullptr;
   if (elf->ref_count == UINT16_MAX) {
-    elf_set_error(48);
+    elf_set_error(ERR_NEW_DESCRIPTOR);
     return nullptr;
   }
   ++elf->ref_count;

@@ -13,7 +13,7 @@ using namespace ambielf;
 Elf_Arhdr* elf_getarhdr(Elf* elf) {
   if (elf != nullptr && !elf_magic.check()) return nullptr;
   if (elf == nullptr || elf->ar_member == nullptr) {
-    elf_set_error(69);
+    elf_set_error(ERR_AR_HEADER);
     return nullptr;
   }
   return &elf->ar_member->header;
@@ -21,18 +21,18 @@ Elf_Arhdr* elf_getarhdr(Elf* elf) {
 
 Elf_Arsym* elf_getarsym(Elf* elf, size_t* count) {
   if (elf == nullptr) {
-    elf_set_error(32);
+    elf_set_error(ERR_NULL_PARAMETER);
     return nullptr;
   }
   if (!elf_magic.check()) return nullptr;
   if (!elf->ar_desc) {
     if (count != nullptr) *count = 0;
-    elf_set_error(60);
+    elf_set_error(ERR_AR_DESCRIPTOR);
     return nullptr;
   }
   const ArSymTab* const symtab = elf->ar_desc->symtab.get();
   if (symtab == nullptr) {
-    elf_set_error(15);
+    elf_set_error(ERR_AR_NO_SYMBOL_TABLE);
     return nullptr;
   }
   if (count != nullptr) *count = symtab->count;
@@ -52,7 +52,7 @@ Elf_Cmd elf_next(Elf* elf) {
   // The archive has no member of its own, so that it goes back to the first.
   const ArMember* const member = archive->first_or_next_member(elf->ar_member);
   if (member == nullptr) {
-    elf_set_error(59);
+    elf_set_error(ERR_AR_GET_MEMBER);
     return ELF_C_NULL;
   }
   if (platform::seek(archive->file_desc->file_id, member->header_offset()) == -1) {
@@ -64,16 +64,16 @@ Elf_Cmd elf_next(Elf* elf) {
 
 size_t elf_rand(Elf* elf, size_t offset) {
   if (elf == nullptr) {
-    elf_set_error(32);
+    elf_set_error(ERR_NULL_PARAMETER);
     return 0;
   }
   if (!elf_magic.check()) return 0;
   if (elf->kind != ELF_K_AR || !elf->ar_desc) {
-    elf_set_error(9);
+    elf_set_error(ERR_WRONG_FILE_TYPE);
     return 0;
   }
   if (elf->file_desc == nullptr) {
-    elf_set_error(81);
+    elf_set_error(ERR_NULL_FILE_DESC);
     return 0;
   }
   const int64_t position = platform::seek(elf->file_desc->file_id, offset);

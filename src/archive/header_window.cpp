@@ -22,7 +22,7 @@ constexpr uint64_t near_headers = 2048;
 bool HeaderWindow::initialize() {
   bytes_ = zeroed_block(large_window);
   if (bytes_) return true;
-  elf_set_error(4);
+  elf_set_error(ERR_MEMORY);
   return false;
 }
 
@@ -56,7 +56,7 @@ bool HeaderWindow::move_to(uint64_t offset) {
 
 int64_t HeaderWindow::read_file(uint64_t offset, void* to, uint64_t count) const {
   const int64_t got = platform::read_at(file_id_, offset, to, present_bytes(offset, count, file_size_));
-  if (got < 0) elf_set_error(8);
+  if (got < 0) elf_set_error(ERR_READ);
   return got;
 }
 

@@ -99,12 +99,12 @@ void ByteSwap::swapSdb(void* record) {
 
 int32_t ByteSwap::swapRecord(void* record, DestBuffer& destination, uint32_t type, uint32_t size) {
   if (record == nullptr || type > greatest_data_type) {
-    elf_set_error(38);
+    elf_set_error(ERR_DESCRIPTOR_TYPE);
     return -1;
   }
   const RecordLayout& layout = record_layout(type);
   if (!layout.convertible) {
-    elf_set_error(82);
+    elf_set_error(ERR_NO_SWAP_RULE);
     return -1;
   }
   if (!destination.differsFrom(record)) {

@@ -86,7 +86,7 @@ const RecordLayout& record_layout(uint32_t type) { return layouts[type]; }
 
 uint32_t data_type_of_section(uint32_t sh_type) {
   if (sh_type <= greatest_section_type) return section_types[sh_type];
-  elf_set_error(28);
+  elf_set_error(ERR_SECTION_TYPE);
   return ELF_T_NONE;
 }
 
@@ -107,11 +107,11 @@ uint32_t visible_type(uint32_t type) {
 
 uint32_t elf32_fsize(uint32_t type, uint32_t count, uint32_t version) {
   if (version != EV_CURRENT) {
-    ambielf::elf_set_error(33);
+    ambielf::elf_set_error(ambielf::ERR_VERSION_NUMBER);
     return 0;
   }
   if (type > ambielf::greatest_data_type) {
-    ambielf::elf_set_error(67);
+    ambielf::elf_set_error(ambielf::ERR_DATA_TYPE);
     return 0;
   }
   return ambielf::record_layout(type).size * count;

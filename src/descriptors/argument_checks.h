@@ -11,20 +11,20 @@ namespace ambielf {
 // False after 32 or 70.
 inline bool usable(const Elf* elf) {
   if (elf != nullptr) return elf_magic.check();
-  elf_set_error(32);
+  elf_set_error(ERR_NULL_PARAMETER);
   return false;
 }
 
 // False after 32 or 71.
 inline bool usable(const Elf_Scn* scn) {
   if (scn != nullptr) return elf_scn_magic.check();
-  elf_set_error(32);
+  elf_set_error(ERR_NULL_PARAMETER);
   return false;
 }
 
 // False after 44.
 inline bool has_header(const Elf& elf) {
-  if (elf.ehdr == nullptr) elf_set_error(44);
+  if (elf.ehdr == nullptr) elf_set_error(ERR_NULL_EHDR);
   return elf.ehdr != nullptr;
 }
 

@@ -8,8 +8,8 @@
 #include <cstdint>
 
 #include "byteorder/dest_buffer.h"
-#include "byteorder/raw_units.h"
 #include "descriptors/table_string.h"
+#include "dwarf/raw_units.h"
 
 namespace ambielf {
 

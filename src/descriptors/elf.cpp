@@ -92,26 +92,26 @@ int32_t Elf::swap(void* record, DestBuffer& destination, uint32_t type, uint32_t
 
 Elf32_Shdr* Elf::get_shdr(size_t index) const {
   if (index < shdrs.size()) return shdrs[index];
-  elf_set_error(21);
+  elf_set_error(ERR_NO_SECTION);
   return nullptr;
 }
 
 Elf_Scn* Elf::load_scn(size_t index) {
   if (index >= shdrs.size()) {
-    elf_set_error(21);
+    elf_set_error(ERR_NO_SECTION);
     return nullptr;
   }
   if (cntl_command != ELF_C_NULL) {
-    elf_set_error(42);
+    elf_set_error(ERR_FDDONE_FDREAD);
     return nullptr;
   }
   if (!scns.has_slab(index)) {
     if (make_slab(index)) return get_scn(index);
-    elf_set_error(4);
+    elf_set_error(ERR_MEMORY);
     return nullptr;
   }
   if (std::find(being_loaded_.begin(), being_loaded_.end(), index) != being_loaded_.end()) {
-    elf_set_error(21);
+    elf_set_error(ERR_NO_SECTION);
     return nullptr;
   }
   const BeingLoaded mark(being_loaded_, index);
@@ -138,11 +138,11 @@ bool Elf::make_slab(size_t index) {
 
 bool Elf::load_all() {
   if (cntl_command == ELF_C_FDDONE || cntl_command == ELF_C_FDREAD) {
-    elf_set_error(42);
+    elf_set_error(ERR_FDDONE_FDREAD);
     return false;
   }
   if (command == ELF_C_WRITE) {
-    elf_set_error(83);
+    elf_set_error(ERR_READ_DENIED);
     return false;
   }
   if (ar_desc) return load_all_members(*this);
@@ -157,11 +157,11 @@ TableString Elf::search_string(size_t section, uint64_t offset) {
   Elf_Scn* const scn = get_scn(section);
   if (scn == nullptr) return {};
   if (scn->shdr == nullptr) {
-    elf_set_error(27);
+    elf_set_error(ERR_SECTION_HEADER);
     return {};
   }
   if (scn->shdr->sh_type != SHT_STRTAB || offset > scn->shdr->sh_size) {
-    elf_set_error(68);
+    elf_set_error(ERR_STRING_TABLE);
     return {};
   }
   if (!scn->complete()) return {};
@@ -175,7 +175,7 @@ TableString Elf::search_string(size_t section, uint64_t offset) {
     if (wanted == end || wanted < start || block->d_buf == nullptr) break;
     return {static_cast<char*>(block->d_buf) + (wanted - start), static_cast<uint64_t>(end - wanted)};
   }
-  elf_set_error(37);
+  elf_set_error(ERR_NO_DATA);
   return {};
 }
 
@@ -189,12 +189,12 @@ bool Elf::load_companion(size_t index) {
   const int before = elf_peek_error();
   if (get_scn(index) != nullptr) return true;
   switch (elf_peek_error()) {
-    case 4:  // memory
-    case 31:
-    case 8:   // reading
-    case 17:  // the file position
-    case 88:
-    case 89:
+    case ERR_MEMORY:
+    case ERR_NEW_DATA:
+    case ERR_READ:
+    case ERR_SEEK:
+    case ERR_SEEK_BAD_ID:
+    case ERR_SEEK_INVALID:
       return false;
     default:
       elf_set_error(before);
@@ -227,7 +227,7 @@ int64_t Elf::read_object(uint64_t offset, void* to, uint64_t size) {
     return -1;
   }
   const int64_t got = platform::read(file_desc->file_id, to, readable(offset, size));
-  if (got < 0) elf_set_error(8);
+  if (got < 0) elf_set_error(ERR_READ);
   return got;
 }
 
@@ -238,7 +238,7 @@ int64_t Elf::peek_object(uint64_t offset, void* to, uint64_t size) {
     if (got < 0 && errno == ESPIPE) {
       elf_seek_error(errno);
     } else if (got < 0) {
-      elf_set_error(8);
+      elf_set_error(ERR_READ);
     }
     return got;
   }
@@ -267,7 +267,7 @@ bool Elf::shares_bytes(size_t index) {
 bool Elf::make_header_block() {
   ehdr_block_ = zeroed_block(sizeof(Elf32_Ehdr));
   ehdr = ehdr_block_.get();
-  if (ehdr == nullptr) elf_set_error(4);
+  if (ehdr == nullptr) elf_set_error(ERR_MEMORY);
   return ehdr != nullptr;
 }
 
@@ -275,14 +275,14 @@ int ambielf::default_read_swap_controller(const Elf32_Shdr*, const char*) { retu
 
 int elf_end(Elf* elf) {
   if (elf == nullptr) {
-    elf_set_error(32);
+    elf_set_error(ERR_NULL_PARAMETER);
     return -1;
   }
   if (!elf_magic.check()) return -1;
   if (elf->ref_count > 1) return --elf->ref_count;
   if (elf->ar_member != nullptr) {
     // The last reference to a member is its archive's.
-    elf_set_error(38);
+    elf_set_error(ERR_DESCRIPTOR_TYPE);
     return -1;
   }
   delete elf;
@@ -291,7 +291,7 @@ int elf_end(Elf* elf) {
 
 Elf_Kind elf_kind(Elf* elf) {
   if (elf == nullptr) {
-    elf_set_error(32);
+    elf_set_error(ERR_NULL_PARAMETER);
     return ELF_K_NONE;
   }
   return elf_magic.check() ? elf->kind : ELF_K_NONE;
@@ -299,7 +299,7 @@ Elf_Kind elf_kind(Elf* elf) {
 
 Elf32_Ehdr* elf32_getehdr(Elf* elf) {
   if (elf == nullptr) {
-    elf_set_error(32);
+    elf_set_error(ERR_NULL_PARAMETER);
     return nullptr;
   }
   return elf_magic.check() ? reinterpret_cast<Elf32_Ehdr*>(elf->ehdr) : nullptr;

@@ -14,25 +14,25 @@ using namespace ambielf;
 namespace {
 
 std::unique_ptr<Elf> make_stand_alone(std::unique_ptr<FileDesc> input, Elf_Cmd cmd) {
-  std::unique_ptr<Elf> elf = make_or_report<Elf>(48, std::move(input), cmd);
+  std::unique_ptr<Elf> elf = make_or_report<Elf>(ERR_NEW_DESCRIPTOR, std::move(input), cmd);
   if (elf && !elf->initialize()) elf.reset();
   return elf;
 }
 
 Elf* begin_for_writing(int fildes) {
-  std::unique_ptr<FileDesc> input = make_or_report<FileDesc>(55, fildes, ELF_C_WRITE);
+  std::unique_ptr<FileDesc> input = make_or_report<FileDesc>(ERR_NEW_FILE_DESC, fildes, ELF_C_WRITE);
   if (!input || input->initialize() == ELF_K_NONE) return nullptr;
   return make_stand_alone(std::move(input), ELF_C_WRITE).release();
 }
 
 Elf* begin_fresh(int fildes, Elf_Cmd cmd) {
-  std::unique_ptr<FileDesc> input = make_or_report<FileDesc>(55, fildes, cmd);
+  std::unique_ptr<FileDesc> input = make_or_report<FileDesc>(ERR_NEW_FILE_DESC, fildes, cmd);
   if (!input) return nullptr;
   const Elf_Kind kind = input->initialize();
   if (kind == ELF_K_NONE) return nullptr;
   if (kind == ELF_K_AR) {
     if (cmd == ELF_C_RDWR) {
-      elf_set_error(20);
+      elf_set_error(ERR_AR_WRITE);
       return nullptr;
     }
     return begin_archive(std::move(input), cmd);
@@ -49,11 +49,11 @@ Elf* begin_fresh(int fildes, Elf_Cmd cmd) {
 // Another reference to a stand-alone descriptor.
 Elf* begin_again(Elf& ref, Elf_Cmd cmd) {
   if (cmd == ELF_C_RDWR && ref.command != ELF_C_RDWR) {
-    elf_set_error(87);
+    elf_set_error(ERR_RDWR_ACCESS);
     return nullptr;
   }
   if (ref.ref_count == UINT16_MAX) {
-    elf_set_error(48);
+    elf_set_error(ERR_NEW_DESCRIPTOR);
     return nullptr;
   }
   ++ref.ref_count;
@@ -66,12 +66,12 @@ Elf* elf_begin(int fildes, Elf_Cmd cmd, Elf* ref) {
   return guard<Elf*>(nullptr, [&]() -> Elf* {
     if (ref != nullptr && !elf_magic.check()) return nullptr;
     if (work_version() == EV_NONE) {
-      elf_set_error(80);
+      elf_set_error(ERR_NO_VERSION);
       return nullptr;
     }
     if (cmd == ELF_C_NULL) return nullptr;
     if (fildes == -1) {
-      elf_set_error(1);
+      elf_set_error(ERR_FILE_ID);
       return nullptr;
     }
     if (cmd == ELF_C_WRITE) return begin_for_writing(fildes);
@@ -83,13 +83,13 @@ Elf* elf_begin(int fildes, Elf_Cmd cmd, Elf* ref) {
 
 Elf* elf_memory(char* image, size_t size) {
   return guard<Elf*>(nullptr, [&]() -> Elf* {
-    std::unique_ptr<FileDesc> input = make_or_report<FileDesc>(55, image, size);
+    std::unique_ptr<FileDesc> input = make_or_report<FileDesc>(ERR_NEW_FILE_DESC, image, size);
     if (!input) return nullptr;
     const Elf_Kind kind = input->initialize();
     if (kind == ELF_K_NONE) return nullptr;
     if (kind == ELF_K_AR) {
       // Archives are read by file id only.
-      elf_set_error(9);
+      elf_set_error(ERR_WRONG_FILE_TYPE);
       return nullptr;
     }
     return make_stand_alone(std::move(input), ELF_C_READ).release();

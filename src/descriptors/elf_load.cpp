@@ -41,13 +41,13 @@ bool Elf::initialize() {
     case ELF_C_RDWR:
     case ELF_C_WRITE:
       if (kind == ELF_K_AR) {
-        elf_set_error(20);
+        elf_set_error(ERR_AR_WRITE);
         return false;
       }
       if (command == ELF_C_WRITE) return true;
       break;
     default:
-      elf_set_error(39);
+      elf_set_error(ERR_ACCESS);
       return false;
   }
   // The header comes first: the tables are found through it, in memory order.
@@ -79,12 +79,12 @@ bool Elf::init_ElfHdr() {
   } else {
     MemoryBlock block = zeroed_block(sizeof(Elf32_Ehdr));
     if (!block) {
-      elf_set_error(4);
+      elf_set_error(ERR_MEMORY);
       return false;
     }
     if (peek_object(0, block.get(), sizeof(Elf32_Ehdr)) < 0) return false;
     if (std::memcmp(block.get(), ELFMAG, SELFMAG) != 0) {
-      elf_set_error(6);
+      elf_set_error(ERR_FILE_TYPE);
       return false;
     }
     ehdr_block_ = std::move(block);
@@ -99,7 +99,7 @@ bool Elf::init_ElfHdr() {
 bool Elf::init_ScnTab() {
   const Elf32_Ehdr h = header();
   if (h.e_shnum != 0 && h.e_shentsize < sizeof(Elf32_Shdr)) {
-    elf_set_error(27);
+    elf_set_error(ERR_SECTION_HEADER);
     return false;
   }
   return load_table(shdrs, h.e_shoff, h.e_shnum, h.e_shentsize, ELF_T_SHDR);
@@ -108,7 +108,7 @@ bool Elf::init_ScnTab() {
 bool Elf::init_PHdrTab() {
   const Elf32_Ehdr h = header();
   if (h.e_phnum != 0 && h.e_phentsize < sizeof(Elf32_Phdr)) {
-    elf_set_error(100);
+    elf_set_error(ERR_PHDR_ENTRY);
     return false;
   }
   return load_table(phdrs, h.e_phoff, h.e_phnum, h.e_phentsize, ELF_T_PHDR);
@@ -120,7 +120,7 @@ bool Elf::afford_absent(uint64_t count) {
   constexpr uint64_t allowance = 2 * uint64_t{UINT16_MAX};
   file_desc->absent_headers += count;
   if (file_desc->absent_headers <= allowance + file_desc->input_size() / sizeof(Elf32_Shdr)) return true;
-  elf_set_error(4);
+  elf_set_error(ERR_MEMORY);
   return false;
 }
 
@@ -137,7 +137,7 @@ bool Elf::load_table(HeaderTable<Record>& table, uint32_t offset, uint32_t count
   const size_t stride = (size_t{entry_size} + 3) / 4 * 4;
   unsigned char* const entries = table.reserve(count, present, stride);
   if (entries == nullptr) {
-    elf_set_error(4);
+    elf_set_error(ERR_MEMORY);
     return false;
   }
   constexpr size_t piece_size = 16384;

@@ -43,7 +43,7 @@ class Elf_Scn::HeaderEdit {
 bool Elf_Scn::initialize() {
   shdr = elf->get_shdr(index);
   if (shdr == nullptr) {
-    elf_set_error(27);
+    elf_set_error(ERR_SECTION_HEADER);
     return false;
   }
   if (elf->command == ELF_C_WRITE) return true;
@@ -56,7 +56,7 @@ bool Elf_Scn::initialize() {
   FileDesc& input = *elf->file_desc;
   if (input.wasted_reads > input.input_size() && name_matters() && !fetch_name()) return false;
   if (!input.afford_contents(present_bytes(shdr->sh_offset, shdr->sh_size, elf->object_size()))) {
-    elf_set_error(4);
+    elf_set_error(ERR_MEMORY);
     return false;
   }
   if (!locate(contents)) return false;
@@ -83,7 +83,7 @@ bool Elf_Scn::has_known_type() {
     if (!name) return false;
     if (name.starts_with(line_relocations)) return true;
   }
-  elf_set_error(28);
+  elf_set_error(ERR_SECTION_TYPE);
   return false;
 }
 
@@ -92,11 +92,11 @@ TableString Elf_Scn::fetch_name() {
   const size_t name_table = elf->name_table();
   TableString name;
   if (name_table == SHN_UNDEF) {
-    elf_set_error(25);
+    elf_set_error(ERR_SECTION_INDEX);
   } else {
     name = elf->find_string(name_table, shdr->sh_name);
   }
-  if (!name && elf_peek_error() == 0) elf_set_error(26);
+  if (!name && elf_peek_error() == 0) elf_set_error(ERR_SECTION_NAME);
   return name;
 }
 
@@ -124,7 +124,7 @@ bool Elf_Scn::read_into_block(LoadedBlock& contents) {
   const bool whole = present_bytes(shdr->sh_offset, size, elf->object_size()) == size;
   MemoryBlock block = whole ? unset_block(size + 1) : zeroed_block(size + 1);
   if (!block) {
-    elf_set_error(4);
+    elf_set_error(ERR_MEMORY);
     return false;
   }
   unsigned char* const bytes = block.get();
@@ -140,7 +140,7 @@ bool Elf_Scn::read_into_block(LoadedBlock& contents) {
 bool Elf_Scn::keep_block(MemoryBlock block) {
   if (!make_contents()) return false;
   if (contents_->blocks.add(std::move(block))) return true;
-  elf_set_error(74);
+  elf_set_error(ERR_KEEP_BLOCK);
   return false;
 }
 
@@ -172,7 +172,7 @@ bool Elf_Scn::narrow(LoadedBlock& contents, uint32_t sh_type, uint32_t source_re
   const uint32_t copied = std::min(source_record, target_record);
   MemoryBlock block = zeroed_block(uint64_t{count} * target_record + 1);
   if (!block) {
-    elf_set_error(4);
+    elf_set_error(ERR_MEMORY);
     return false;
   }
   unsigned char* const bytes = block.get();
@@ -242,7 +242,7 @@ bool Elf_Scn::make_noted_block() {
 
 bool Elf_Scn::make_contents() {
   if (!contents_) {
-    contents_ = make_or_report<SectionContents>(4);
+    contents_ = make_or_report<SectionContents>(ERR_MEMORY);
     elf->scns.touch(index);
   }
   return contents_ != nullptr;
@@ -250,7 +250,7 @@ bool Elf_Scn::make_contents() {
 
 DataDesc* Elf_Scn::add_block(const LoadedBlock& contents) {
   if (!make_contents()) return nullptr;
-  std::unique_ptr<DataDesc> block = make_or_report<DataDesc>(31, this, contents);
+  std::unique_ptr<DataDesc> block = make_or_report<DataDesc>(ERR_NEW_DATA, this, contents);
   if (!block) return nullptr;
   contents_->data.push_back(std::move(block));
   return contents_->data.back().get();
@@ -258,7 +258,7 @@ DataDesc* Elf_Scn::add_block(const LoadedBlock& contents) {
 
 DataDesc* Elf_Scn::add_data() {
   if (!complete() || !make_contents()) return nullptr;
-  std::unique_ptr<DataDesc> block = make_or_report<DataDesc>(31, this);
+  std::unique_ptr<DataDesc> block = make_or_report<DataDesc>(ERR_NEW_DATA, this);
   if (!block) return nullptr;
   block->d_version = EV_CURRENT;
   contents_->data.push_back(std::move(block));
@@ -267,7 +267,7 @@ DataDesc* Elf_Scn::add_data() {
 
 DataDesc* Elf_Scn::get_data(const Elf_Data* prev) {
   if (data().empty()) {
-    elf_set_error(36);
+    elf_set_error(ERR_EMPTY_SECTION);
     return nullptr;
   }
   const DataList& list = contents_->data;
@@ -282,7 +282,7 @@ DataDesc* Elf_Scn::get_data(const Elf_Data* prev) {
     last_given = static_cast<size_t>(found - list.begin());
   }
   if (last_given + 1 >= list.size()) {
-    elf_set_error(37);
+    elf_set_error(ERR_NO_DATA);
     return nullptr;
   }
   return list[++last_given].get();

@@ -25,7 +25,7 @@ Elf_Kind FileDesc::initialize() {
     encoding = ELFDATA2LSB;
     return kind = ELF_K_AR;
   }
-  elf_set_error(6);
+  elf_set_error(ERR_FILE_TYPE);
   return ELF_K_NONE;
 }
 
@@ -33,11 +33,11 @@ Elf_Kind FileDesc::initialize() {
 bool FileDesc::read_probe(unsigned char* probe, uint64_t* size) {
   if (is_image) {
     if (image == nullptr || image_size == 0) {
-      elf_set_error(3);
+      elf_set_error(ERR_IMAGE);
       return false;
     }
     if (image_size > largest_input) {
-      elf_set_error(6);
+      elf_set_error(ERR_FILE_TYPE);
       return false;
     }
     std::memcpy(probe, image, static_cast<size_t>(std::min(image_size, probe_size)));
@@ -46,12 +46,12 @@ bool FileDesc::read_probe(unsigned char* probe, uint64_t* size) {
   }
   const int64_t found = platform::file_size(file_id);
   if (found < 0 || static_cast<uint64_t>(found) > largest_input) {
-    elf_set_error(5);
+    elf_set_error(ERR_STAT);
     return false;
   }
   file_size = static_cast<uint64_t>(found);
   if (platform::read(file_id, probe, probe_size) <= 0) {
-    elf_set_error(8);
+    elf_set_error(ERR_READ);
     return false;
   }
   *size = file_size;
@@ -60,7 +60,7 @@ bool FileDesc::read_probe(unsigned char* probe, uint64_t* size) {
 
 unsigned char* FileDesc::image_base() const {
   if (!is_image || image == nullptr) {
-    elf_set_error(7);
+    elf_set_error(ERR_IMAGE_BASE);
     return nullptr;
   }
   return reinterpret_cast<unsigned char*>(image);

@@ -15,7 +15,7 @@ class GarbageCollector {
   // Takes the block over. False after 73 when there is none.
   bool add(MemoryBlock block) {
     if (!block) {
-      elf_set_error(73);
+      elf_set_error(ERR_NULL_BLOCK);
       return false;
     }
     blocks_.push_back(std::move(block));

@@ -9,7 +9,7 @@ int64_t elf_getbase(Elf* elf) {
   if (!usable(elf)) return -1;
   if (elf->kind == ELF_K_ELF || (elf->kind == ELF_K_AR && elf->ar_desc)) return 0;
   if (elf->kind == ELF_K_AR && elf->ar_member != nullptr) return static_cast<int64_t>(elf->member_offset);
-  elf_set_error(6);
+  elf_set_error(ERR_FILE_TYPE);
   return -1;
 }
 
@@ -17,7 +17,7 @@ char* elf_getident(Elf* elf, size_t* size) {
   if (elf != nullptr && !elf_magic.check()) return nullptr;
   if (elf == nullptr || elf->ehdr == nullptr) {
     if (size != nullptr) *size = 0;
-    elf_set_error(elf == nullptr ? 32 : 44);
+    elf_set_error(elf == nullptr ? ERR_NULL_PARAMETER : ERR_NULL_EHDR);
     return nullptr;
   }
   if (size != nullptr) *size = EI_NIDENT;
@@ -36,7 +36,7 @@ namespace {
     if (scn != nullptr && !elf_scn_magic.check()) return nullptr;
     const size_t next = scn == nullptr ? 1 : size_t{scn->index} + 1;
     Elf_Scn* const found = elf->get_scn(next);
-    if (found == nullptr) elf_set_error(21);
+    if (found == nullptr) elf_set_error(ERR_NO_SECTION);
     return found;
   });
 }
@@ -56,7 +56,9 @@ size_t elf_ndxscn(Elf_Scn* scn) { return usable(scn) ? scn->index : 0; }
 Elf32_Shdr* elf32_getshdr(Elf_Scn* scn) {
   if (!usable(scn)) return nullptr;
   if (scn->shdr != nullptr && scn->elf != nullptr && scn->elf->ehdr != nullptr) return scn->shdr;
-  elf_set_error(scn->shdr == nullptr ? 27 : scn->elf == nullptr ? 53 : 44);
+  elf_set_error(scn->shdr == nullptr  ? ERR_SECTION_HEADER
+                : scn->elf == nullptr ? ERR_NULL_DESCRIPTOR
+                                      : ERR_NULL_EHDR);
   return nullptr;
 }
 
@@ -65,7 +67,7 @@ Elf_Data* elf_getdata(Elf_Scn* scn, Elf_Data* data) {
   if (data != nullptr && !data_desc_magic.check()) return nullptr;
   if (!scn->complete()) return nullptr;
   Elf_Data* const found = scn->get_data(data);
-  if (found == nullptr) elf_set_error(37);
+  if (found == nullptr) elf_set_error(ERR_NO_DATA);
   return found;
 }
 
@@ -74,11 +76,11 @@ namespace {
 [[gnu::noinline]] char* search_string(Elf* elf, size_t section, size_t offset) {
   return guard<char*>(nullptr, [&]() -> char* {
     if (elf == nullptr) {
-      elf_set_error(32);
+      elf_set_error(ERR_NULL_PARAMETER);
       return nullptr;
     }
     if (section == SHN_UNDEF) {
-      elf_set_error(25);
+      elf_set_error(ERR_SECTION_INDEX);
       return nullptr;
     }
     return elf_magic.check() ? elf->find_string(section, offset).text : nullptr;
@@ -99,11 +101,11 @@ char* elf_strptr(Elf* elf, size_t section, size_t offset) {
 int elf_cntl(Elf* elf, Elf_Cmd cmd) {
   return guard(-1, [&] {
     if (elf == nullptr) {
-      elf_set_error(32);
+      elf_set_error(ERR_NULL_PARAMETER);
       return -1;
     }
     if (cmd != ELF_C_FDDONE && cmd != ELF_C_FDREAD) {
-      elf_set_error(85);
+      elf_set_error(ERR_CNTL_COMMAND);
       return -1;
     }
     if (cmd == ELF_C_FDREAD && !elf->load_all()) return -1;

@@ -12,7 +12,7 @@ using namespace ambielf;
 
 int elf_open(const char* path, int oflag, int pmode) {
   if (path == nullptr) {
-    elf_set_error(62);
+    elf_set_error(ERR_NULL_PATH);
     return -1;
   }
   errno = 0;
@@ -34,11 +34,11 @@ int elf_open(const char* path, int oflag, int pmode) {
 
 int elf_close(int fildes) {
   if (fildes == -1) {
-    elf_set_error(1);
+    elf_set_error(ERR_FILE_ID);
     return -1;
   }
   if (platform::close(fildes) == -1) {
-    elf_set_error(56);
+    elf_set_error(ERR_CLOSE_BAD_ID);
     return -1;
   }
   return 0;

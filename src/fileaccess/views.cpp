@@ -33,7 +33,7 @@ bool remember(const MappedFile& file) {
 
 int64_t elf_mopen(const char* path, void** view) {
   if (path == nullptr) {
-    elf_set_error(62);
+    elf_set_error(ERR_NULL_PATH);
     return -1;
   }
   MappedFile file;
@@ -47,12 +47,12 @@ int64_t elf_mopen(const char* path, void** view) {
     }
     mapping = platform::map_file(canonical, file);
     if (mapping == Mapping::not_opened) {
-      elf_set_error(58);
+      elf_set_error(ERR_OPEN_VIEW);
       return -1;
     }
   }
   if (mapping == Mapping::not_mapped || !remember(file)) {
-    elf_set_error(51);
+    elf_set_error(ERR_MAP);
     return -1;
   }
   if (view != nullptr) *view = file.address;
@@ -62,7 +62,7 @@ int64_t elf_mopen(const char* path, void** view) {
 int elf_mclose(void* view) {
   const auto live = live_views.find(view);
   if (live == live_views.end() || platform::unmap_file(live->second) != 0) {
-    elf_set_error(52);
+    elf_set_error(ERR_UNMAP);
     return -1;
   }
   live_views.erase(live);

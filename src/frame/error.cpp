@@ -18,41 +18,41 @@ int elf_peek_error() { return last_code; }
 void elf_seek_error(int e) {
   switch (e) {
     case EBADF:
-      return elf_set_error(88);
+      return elf_set_error(ERR_SEEK_BAD_ID);
     case EINVAL:
-      return elf_set_error(89);
+      return elf_set_error(ERR_SEEK_INVALID);
     default:
-      return elf_set_error(17);
+      return elf_set_error(ERR_SEEK);
   }
 }
 
 void elf_write_error(int e) {
   switch (e) {
     case ENOSPC:
-      return elf_set_error(79);
+      return elf_set_error(ERR_NO_SPACE);
     case EBADF:
-      return elf_set_error(86);
+      return elf_set_error(ERR_WRITE_BAD_ID);
     default:
-      return elf_set_error(64);
+      return elf_set_error(ERR_WRITE);
   }
 }
 
 void elf_open_error(int e, unsigned status) {
-  if (status == 1) return elf_set_error(102);
-  if (status != 0 && status != 3) return elf_set_error(103);
+  if (status == 1) return elf_set_error(ERR_PATH_LENGTH);
+  if (status != 0 && status != 3) return elf_set_error(ERR_PATH_FORM);
   switch (e) {
     case ENOENT:
-      return elf_set_error(97);
+      return elf_set_error(ERR_OPEN_NOT_FOUND);
     case EACCES:
-      return elf_set_error(93);
+      return elf_set_error(ERR_OPEN_DENIED);
     case EEXIST:
-      return elf_set_error(94);
+      return elf_set_error(ERR_OPEN_EXISTS);
     case EINVAL:
-      return elf_set_error(95);
+      return elf_set_error(ERR_OPEN_INVALID);
     case EMFILE:
-      return elf_set_error(96);
+      return elf_set_error(ERR_OPEN_TOO_MANY);
     default:
-      return elf_set_error(50);
+      return elf_set_error(ERR_OPEN);
   }
 }
 
@@ -62,7 +62,7 @@ using namespace ambielf;
 
 int elf_errno(void) {
   const int code = elf_peek_error();
-  elf_set_error(0);
+  elf_set_error(ERR_NONE);
   return code;
 }
 

@@ -12,7 +12,7 @@ Result guard(Result failure, Body body) noexcept {
   try {
     return body();
   } catch (...) {
-    elf_set_error(4);
+    elf_set_error(ERR_MEMORY);
     return failure;
   }
 }

@@ -21,7 +21,7 @@ int fill_value() { return current_fill; }
 unsigned elf_version(unsigned ver) {
   if (ver == EV_NONE) return EV_CURRENT;
   if (ver != EV_CURRENT) {
-    ambielf::elf_set_error(54);
+    ambielf::elf_set_error(ambielf::ERR_ELF_VERSION);
     return EV_NONE;
   }
   ambielf::current_version = EV_CURRENT;

@@ -16,14 +16,14 @@ constexpr size_t most_headers = UINT16_MAX;
 // Archives, their members and memory images take no new sections and blocks.
 bool takes_contents(const Elf& elf) {
   const bool takes = elf.kind != ELF_K_AR && !elf.is_image();
-  if (!takes) elf_set_error(20);
+  if (!takes) elf_set_error(ERR_AR_WRITE);
   return takes;
 }
 
 template <class Record>
 Record* append_or_report(HeaderTable<Record>& table) {
   Record* const record = table.append();
-  if (record == nullptr) elf_set_error(4);
+  if (record == nullptr) elf_set_error(ERR_MEMORY);
   return record;
 }
 
@@ -31,7 +31,7 @@ Record* append_or_report(HeaderTable<Record>& table) {
 Elf_Scn* add_section(Elf& elf) {
   const size_t index = elf.shdrs.size() - 1;
   if (!elf.scns.has_slab(index) && !elf.scns.make_slab(index)) {
-    elf_set_error(34);
+    elf_set_error(ERR_NEW_SECTION);
     return nullptr;
   }
   SectionTable::Candidate scn = elf.scns.make(&elf, index);
@@ -58,11 +58,11 @@ Elf32_Ehdr* elf32_newehdr(Elf* elf) {
   return guard<Elf32_Ehdr*>(nullptr, [&]() -> Elf32_Ehdr* {
     if (!usable(elf)) return nullptr;
     if (elf->ar_desc) {
-      elf_set_error(38);
+      elf_set_error(ERR_DESCRIPTOR_TYPE);
       return nullptr;
     }
     if (elf->command == ELF_C_READ) {
-      elf_set_error(39);
+      elf_set_error(ERR_ACCESS);
       return nullptr;
     }
     if (elf->ehdr == nullptr) {
@@ -70,7 +70,7 @@ Elf32_Ehdr* elf32_newehdr(Elf* elf) {
       elf->ehdr[EI_DATA] = elf_host_encoding();
       elf->dirty = true;
     } else if (elf->ehdr[EI_CLASS] != ELFCLASS32) {
-      elf_set_error(45);
+      elf_set_error(ERR_CLASS);
       return nullptr;
     }
     return reinterpret_cast<Elf32_Ehdr*>(elf->ehdr);
@@ -81,7 +81,7 @@ Elf32_Phdr* elf32_newphdr(Elf* elf) {
   return guard<Elf32_Phdr*>(nullptr, [&]() -> Elf32_Phdr* {
     if (!usable(elf) || !has_header(*elf)) return nullptr;
     if (elf->phdrs.size() >= most_headers) {
-      elf_set_error(4);
+      elf_set_error(ERR_MEMORY);
       return nullptr;
     }
     Elf32_Phdr* const phdr = append_or_report(elf->phdrs);
@@ -98,7 +98,7 @@ Elf_Scn* elf_newscn(Elf* elf) {
   return guard<Elf_Scn*>(nullptr, [&]() -> Elf_Scn* {
     if (!usable(elf) || !takes_contents(*elf) || !has_header(*elf)) return nullptr;
     if (elf->shdrs.size() >= most_headers) {
-      elf_set_error(34);
+      elf_set_error(ERR_NEW_SECTION);
       return nullptr;
     }
     if (elf->shdrs.empty() && !add_null_section(*elf)) return nullptr;

@@ -13,11 +13,11 @@ constexpr unsigned known_flags = ELF_F_DIRTY | ELF_F_LAYOUT;
 // The new value of the flags that a call names. False after 66 or 84.
 bool read_command(Elf_Cmd cmd, unsigned flags, bool& value) {
   if ((flags & known_flags) == 0) {
-    elf_set_error(66);
+    elf_set_error(ERR_FLAGS);
     return false;
   }
   if (cmd != ELF_C_SET && cmd != ELF_C_CLR) {
-    elf_set_error(84);
+    elf_set_error(ERR_FLAG_COMMAND);
     return false;
   }
   value = cmd == ELF_C_SET;
@@ -35,7 +35,7 @@ unsigned flag_dirty(bool& dirty, Elf_Cmd cmd, unsigned flags, int layout_code) {
 }
 
 unsigned refuse_null() {
-  elf_set_error(32);
+  elf_set_error(ERR_NULL_PARAMETER);
   return 0;
 }
 
@@ -52,15 +52,16 @@ unsigned elf_flagelf(Elf* elf, Elf_Cmd cmd, unsigned flags) {
 }
 
 unsigned elf_flagehdr(Elf* elf, Elf_Cmd cmd, unsigned flags) {
-  return elf == nullptr ? refuse_null() : flag_dirty(elf->dirty, cmd, flags, 90);
+  return elf == nullptr ? refuse_null() : flag_dirty(elf->dirty, cmd, flags, ERR_EHDR_LAYOUT);
 }
 
 unsigned elf_flagscn(Elf_Scn* scn, Elf_Cmd cmd, unsigned flags) {
-  return scn == nullptr ? refuse_null() : flag_dirty(scn->dirty, cmd, flags, 91);
+  return scn == nullptr ? refuse_null() : flag_dirty(scn->dirty, cmd, flags, ERR_SCN_LAYOUT);
 }
 
 unsigned elf_flagshdr(Elf_Scn* scn, Elf_Cmd cmd, unsigned flags) { return elf_flagscn(scn, cmd, flags); }
 
 unsigned elf_flagdata(Elf_Data* data, Elf_Cmd cmd, unsigned flags) {
-  return data == nullptr ? refuse_null() : flag_dirty(DataDesc::of(data)->changed, cmd, flags, 92);
+  return data == nullptr ? refuse_null()
+                         : flag_dirty(DataDesc::of(data)->changed, cmd, flags, ERR_DATA_LAYOUT);
 }

@@ -16,7 +16,7 @@ Record* snapshot(Elf& elf, const HeaderTable<Record>& table, size_t count, uint3
   if (count == 0) return nullptr;
   MemoryBlock block = zeroed_block(uint64_t{count} * sizeof(Record));
   if (!block) {
-    elf_set_error(4);
+    elf_set_error(ERR_MEMORY);
     return nullptr;
   }
   for (size_t i = 0; i < std::min(count, table.size()); ++i) {

@@ -14,7 +14,7 @@ constexpr uint64_t largest_offset = UINT32_MAX;
 // Moves `offset` to `target` unless that leaves 32 bits, which is 29.
 bool move_to(uint64_t& offset, uint64_t target) {
   if (target > largest_offset) {
-    elf_set_error(29);
+    elf_set_error(ERR_UPDATE);
     return false;
   }
   offset = target;
@@ -28,14 +28,14 @@ bool force_header(Elf& elf) {
   ident[EI_CLASS] = ELFCLASS32;
   if (ident[EI_DATA] == ELFDATANONE) ident[EI_DATA] = elf_host_encoding();
   if (ident[EI_DATA] != ELFDATA2LSB && ident[EI_DATA] != ELFDATA2MSB) {
-    elf_set_error(24);
+    elf_set_error(ERR_ENCODING);
     return false;
   }
   ident[EI_VERSION] = EV_CURRENT;
   Elf32_Ehdr header = elf.header();
   if (header.e_version == EV_NONE) header.e_version = EV_CURRENT;
   if (header.e_version != EV_CURRENT) {
-    elf_set_error(33);
+    elf_set_error(ERR_VERSION_NUMBER);
     return false;
   }
   header.e_ehsize = sizeof(Elf32_Ehdr);
@@ -78,7 +78,7 @@ bool measure(Elf_Scn& scn, uint64_t& offset) {
   }
   const Elf32_Shdr& shdr = *scn.shdr;
   if (extent > shdr.sh_size) {
-    elf_set_error(30);
+    elf_set_error(ERR_SECTION_SIZE);
     return false;
   }
   const uint64_t end = uint64_t{shdr.sh_offset} + (shdr.sh_type == SHT_NOBITS ? 0 : shdr.sh_size);
@@ -138,17 +138,17 @@ bool place_tables(Elf& elf, uint64_t& offset) {
 
 int32_t update_layout(Elf& elf, NewOffsets& new_offsets) {
   if (elf.kind != ELF_K_ELF || elf.is_image()) {
-    elf_set_error(9);
+    elf_set_error(ERR_WRONG_FILE_TYPE);
     return -1;
   }
   if (elf.ehdr == nullptr) {
-    elf_set_error(22);
+    elf_set_error(ERR_NO_EHDR);
     return -1;
   }
   uint64_t offset = sizeof(Elf32_Ehdr);
   if (!force_header(elf) || !walk_sections(elf, new_offsets, offset) || !place_tables(elf, offset)) return -1;
   if (offset > INT32_MAX) {
-    elf_set_error(29);
+    elf_set_error(ERR_UPDATE);
     return -1;
   }
   return static_cast<int32_t>(offset);

@@ -15,7 +15,7 @@ namespace {
 bool read_bytes(int file_id, uint64_t offset, unsigned char* to, uint32_t size) {
   const int64_t got = platform::read_at(file_id, offset, to, size);
   if (got < 0) {
-    elf_set_error(8);
+    elf_set_error(ERR_READ);
     return false;
   }
   std::memset(to + got, 0, size - static_cast<size_t>(got));
@@ -39,7 +39,7 @@ bool OldContents::plan(const std::vector<Piece>& pieces) {
     if (!scratch_) {
       const int64_t size = platform::file_size(file_id_);
       if (size < 0) {
-        elf_set_error(5);
+        elf_set_error(ERR_STAT);
         return false;
       }
       old_size_ = static_cast<uint64_t>(size);

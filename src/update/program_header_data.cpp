@@ -9,11 +9,11 @@ using namespace ambielf;
 Elf_Data* elf32_getphdrdata(Elf* elf, unsigned index) {
   return guard<Elf_Data*>(nullptr, [&]() -> Elf_Data* {
     if (elf == nullptr) {
-      elf_set_error(32);
+      elf_set_error(ERR_NULL_PARAMETER);
       return nullptr;
     }
     if (index >= elf->phdrs.size()) {
-      elf_set_error(99);
+      elf_set_error(ERR_PHDR_INDEX);
       return nullptr;
     }
     const Elf32_Phdr& phdr = *elf->phdrs[index];
@@ -23,19 +23,19 @@ Elf_Data* elf32_getphdrdata(Elf* elf, unsigned index) {
       if (shdr.sh_addr == phdr.p_vaddr && shdr.sh_offset == phdr.p_offset) break;
     }
     if (section == elf->shdrs.size()) {
-      elf_set_error(101);
+      elf_set_error(ERR_NO_PHDR_DATA);
       return nullptr;
     }
     Elf_Scn* const scn = elf->get_scn(section);
     if (scn == nullptr || !scn->complete()) return nullptr;
-    if (scn->data().empty()) elf_set_error(101);
+    if (scn->data().empty()) elf_set_error(ERR_NO_PHDR_DATA);
     return scn->first_data();
   });
 }
 
 int elf32_setphdrdata(Elf32_Phdr* phdr, Elf_Scn* scn) {
   if (phdr == nullptr || scn == nullptr) {
-    elf_set_error(32);
+    elf_set_error(ERR_NULL_PARAMETER);
     return -1;
   }
   scn->phdr_link = phdr;

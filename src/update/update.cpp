@@ -2,7 +2,7 @@
 #include <cerrno>
 
 #include "byteorder/file_dest_buffer.h"
-#include "byteorder/swap_policy.h"
+#include "conversion/swap_policy.h"
 #include "descriptors/elf.h"
 #include "frame/error.h"
 #include "frame/guard.h"
@@ -64,14 +64,14 @@ bool load_what_conversion_needs(Elf& elf) {
 
 int32_t write(Elf& elf) {
   if (elf.command == ELF_C_READ) {
-    elf_set_error(61);
+    elf_set_error(ERR_WRITE_DENIED);
     return -1;
   }
   if (!load_what_conversion_needs(elf) || !complete_sections(elf)) return -1;
   NewOffsets new_offsets;
   if (update_layout(elf, new_offsets) == -1) return -1;
   if (elf.file_desc == nullptr) {
-    elf_set_error(81);
+    elf_set_error(ERR_NULL_FILE_DESC);
     return -1;
   }
   FileDestBuffer file;
@@ -92,12 +92,12 @@ int32_t write(Elf& elf) {
 int32_t elf_update(Elf* elf, Elf_Cmd cmd) {
   return guard<int32_t>(-1, [&]() -> int32_t {
     if (elf == nullptr) {
-      elf_set_error(32);
+      elf_set_error(ERR_NULL_PARAMETER);
       return -1;
     }
     if (!elf_magic.check()) return -1;
     if (cmd > ELF_C_RDWR) {
-      elf_set_error(65);
+      elf_set_error(ERR_COMMAND);
       return -1;
     }
     if (cmd == ELF_C_WRITE) return write(*elf);

@@ -4,7 +4,7 @@
 #include <array>
 #include <cerrno>
 
-#include "byteorder/dwarf_abbrev_section.h"
+#include "conversion/dwarf_abbrev_section.h"
 #include "descriptors/elf.h"
 #include "frame/error.h"
 #include "frame/library_state.h"
@@ -131,7 +131,7 @@ void link_program_headers(Elf& elf) {
 int32_t write2buff(Elf& elf, const NewOffsets& new_offsets, DestBuffer& destination) {
   if (!elf.dirty) return 1;
   if (elf.cntl_command != ELF_C_NULL) {
-    elf_set_error(42);
+    elf_set_error(ERR_FDDONE_FDREAD);
     return -1;
   }
   const NothingLoads guard(elf);

@@ -18,7 +18,7 @@ bool WritePlan::make(Elf& elf, const NewOffsets& new_offsets) {
 // The file is written from its start to its end: 43 for what would lie behind the position reached.
 bool WritePlan::start_at(uint64_t offset) {
   if (offset < end_) {
-    elf_set_error(43);
+    elf_set_error(ERR_ALIGNMENT);
     return false;
   }
   end_ = offset;
@@ -39,13 +39,13 @@ bool WritePlan::add_loaded(const Elf_Scn& scn) {
 
 bool WritePlan::add_block(const Elf_Scn& scn, DataDesc& block, uint64_t section_end) {
   if (block.d_buf == nullptr && block.d_size != 0) {
-    elf_set_error(37);
+    elf_set_error(ERR_NO_DATA);
     return false;
   }
   if (!start_at(uint64_t{scn.shdr->sh_offset} + static_cast<uint32_t>(block.d_off))) return false;
   if (end_ + block.d_size > section_end) {
     // Layout measures sections that have a name; here one without may turn out too small.
-    elf_set_error(30);
+    elf_set_error(ERR_SECTION_SIZE);
     return false;
   }
   if (!block.can_write()) return false;

@@ -29,7 +29,7 @@ TEST(Error, EveryNumberHasItsRow) {
   EXPECT_STREQ(elf_errmsg(103), "Unexpected error converting file path to canonical form");
   EXPECT_STREQ(elf_errmsg(49), elf_errmsg(63));
   for (int code = 75; code <= 78; ++code) EXPECT_STREQ(elf_errmsg(code), "Error number not assigned.");
-  for (const int code : {-1, -5, ERR_NUM, INT_MAX, INT_MIN}) EXPECT_EQ(elf_errmsg(code), elf_errmsg(0));
+  for (const int code : {-1, -5, int{ERR_NUM}, INT_MAX, INT_MIN}) EXPECT_EQ(elf_errmsg(code), elf_errmsg(0));
 }
 
 TEST(Error, IsReadOnceAndOverwrittenByALaterReport) {

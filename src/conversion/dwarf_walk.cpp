@@ -1,9 +1,9 @@
-#include "byteorder/dwarf_walk.h"
+#include "conversion/dwarf_walk.h"
 
 #include <exception>
 
-#include "byteorder/dwarf_abbrev_section.h"
-#include "byteorder/dwarf_units.h"
+#include "conversion/dwarf_abbrev_section.h"
+#include "dwarf/dwarf_units.h"
 
 namespace ambielf {
 

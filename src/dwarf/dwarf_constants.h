@@ -1,7 +1,7 @@
 // Numbers of the DWARF standard, versions 2 to 5 (dwarfstd.org, chapter 7), and of the common extensions, as
 // far as the walkers act on them. The names are the standard's own.
-#ifndef AMBIELF_BYTEORDER_DWARF_CONSTANTS_H
-#define AMBIELF_BYTEORDER_DWARF_CONSTANTS_H
+#ifndef AMBIELF_DWARF_DWARF_CONSTANTS_H
+#define AMBIELF_DWARF_DWARF_CONSTANTS_H
 
 #include <cstdint>
 

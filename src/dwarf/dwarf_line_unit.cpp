@@ -3,8 +3,8 @@
 // Versions 4 and 5 are walked as published (chapter 6.2 of DWARF 5). All other version numbers have the
 // header of version 2, and in their programs only the operations of DWARF 2 that take LEB128 numbers, an
 // address or a file have operands.
-#include "byteorder/dwarf_constants.h"
-#include "byteorder/dwarf_units.h"
+#include "dwarf/dwarf_constants.h"
+#include "dwarf/dwarf_units.h"
 
 namespace ambielf {
 

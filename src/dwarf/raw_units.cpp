@@ -1,4 +1,4 @@
-#include "byteorder/raw_units.h"
+#include "dwarf/raw_units.h"
 
 #include <algorithm>
 

@@ -4,14 +4,14 @@
 // overlap, so the section is parsed once, whatever the number of units that use it: a unit names its set by
 // the offset of the run's first byte and nothing else, and an entry names its abbreviation by a code.
 // All numbers are LEB128, so the section reads the same in either byte order.
-#ifndef AMBIELF_BYTEORDER_DWARF_ABBREV_H
-#define AMBIELF_BYTEORDER_DWARF_ABBREV_H
+#ifndef AMBIELF_DWARF_DWARF_ABBREV_H
+#define AMBIELF_DWARF_DWARF_ABBREV_H
 
 #include <cstdint>
 #include <optional>
 #include <vector>
 
-#include "byteorder/dwarf_attributes.h"
+#include "dwarf/dwarf_attributes.h"
 
 namespace ambielf {
 

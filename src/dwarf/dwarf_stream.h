@@ -4,14 +4,14 @@
 // first item that does not end inside the unit makes ok() false for good and puts the stream at its end, so
 // that a walker's loops end and it asks once, when it is through. All access of the walkers to a unit's bytes
 // is here.
-#ifndef AMBIELF_BYTEORDER_DWARF_STREAM_H
-#define AMBIELF_BYTEORDER_DWARF_STREAM_H
+#ifndef AMBIELF_DWARF_DWARF_STREAM_H
+#define AMBIELF_DWARF_DWARF_STREAM_H
 
 #include <cstdint>
 #include <cstring>
 
-#include "byteorder/dwarf_swap_list.h"
 #include "byteorder/number.h"
+#include "dwarf/dwarf_swap_list.h"
 
 namespace ambielf {
 

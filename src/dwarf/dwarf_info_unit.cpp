@@ -1,7 +1,7 @@
 // Units of .debug_info: a header, and a tree of entries in preorder whose lists of siblings end with a zero
 // byte. The tree is walked with a count of the open lists; there is no recursion on input.
-#include "byteorder/dwarf_constants.h"
-#include "byteorder/dwarf_units.h"
+#include "dwarf/dwarf_constants.h"
+#include "dwarf/dwarf_units.h"
 
 namespace ambielf {
 namespace {

@@ -4,8 +4,8 @@
 // out for itself what the walk there left alone. It is told by this list, which is empty for sound input. A
 // place in it holds a checksum of the raw bytes, which are the same before and after the conversion: where
 // the caller has put other contents since, the place says nothing.
-#ifndef AMBIELF_BYTEORDER_RAW_UNITS_H
-#define AMBIELF_BYTEORDER_RAW_UNITS_H
+#ifndef AMBIELF_DWARF_RAW_UNITS_H
+#define AMBIELF_DWARF_RAW_UNITS_H
 
 #include <cstddef>
 #include <cstdint>

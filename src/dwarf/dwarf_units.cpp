@@ -1,9 +1,9 @@
-#include "byteorder/dwarf_units.h"
+#include "dwarf/dwarf_units.h"
 
 #include <exception>
 
-#include "byteorder/dwarf_constants.h"
-#include "byteorder/dwarf_swap_list.h"
+#include "dwarf/dwarf_constants.h"
+#include "dwarf/dwarf_swap_list.h"
 
 namespace ambielf {
 namespace {

@@ -1,4 +1,4 @@
-#include "byteorder/dwarf_swap_list.h"
+#include "dwarf/dwarf_swap_list.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,13 +1,13 @@
 // Conversion of .debug_info and .debug_line, whose numbers lie between strings and LEB128 items.
-#ifndef AMBIELF_BYTEORDER_DWARF_WALK_H
-#define AMBIELF_BYTEORDER_DWARF_WALK_H
+#ifndef AMBIELF_CONVERSION_DWARF_WALK_H
+#define AMBIELF_CONVERSION_DWARF_WALK_H
 
 #include <ambielf/ambielf.h>
 
 #include <array>
 
 #include "byteorder/dest_buffer.h"
-#include "byteorder/raw_units.h"
+#include "dwarf/raw_units.h"
 
 namespace ambielf {
 

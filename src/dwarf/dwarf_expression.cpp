@@ -1,8 +1,8 @@
-#include "byteorder/dwarf_expression.h"
+#include "dwarf/dwarf_expression.h"
 
 #include <array>
 
-#include "byteorder/dwarf_constants.h"
+#include "dwarf/dwarf_constants.h"
 
 namespace ambielf {
 namespace {

@@ -1,4 +1,4 @@
-#include "byteorder/dwarf_abbrev_section.h"
+#include "conversion/dwarf_abbrev_section.h"
 
 #include <algorithm>
 #include <memory>

@@ -6,8 +6,8 @@
 //
 // An item is 16 bits: the plain bytes since the item before, and the width of the number. The list of a unit
 // is thus never larger than the unit.
-#ifndef AMBIELF_BYTEORDER_DWARF_SWAP_LIST_H
-#define AMBIELF_BYTEORDER_DWARF_SWAP_LIST_H
+#ifndef AMBIELF_DWARF_DWARF_SWAP_LIST_H
+#define AMBIELF_DWARF_DWARF_SWAP_LIST_H
 
 #include <cstddef>
 #include <cstdint>

@@ -1,9 +1,9 @@
-#include "byteorder/dwarf_abbrev.h"
+#include "dwarf/dwarf_abbrev.h"
 
 #include <algorithm>
 
-#include "byteorder/dwarf_constants.h"
-#include "byteorder/dwarf_stream.h"
+#include "dwarf/dwarf_constants.h"
+#include "dwarf/dwarf_stream.h"
 
 namespace ambielf {
 namespace {

@@ -1,4 +1,4 @@
-#include "byteorder/swap_policy.h"
+#include "conversion/swap_policy.h"
 
 #include "descriptors/elf.h"
 #include "frame/error.h"
@@ -21,7 +21,7 @@ SwapDecision ambielf::decide_swap(int32_t behavior, uint8_t encoding) {
     case ELF_SWAP_NEVER:
       break;
     default:
-      elf_set_error(98);
+      elf_set_error(ERR_SWAP_BEHAVIOR);
       return SwapDecision::refused;
   }
   return in_file_order ? SwapDecision::none : SwapDecision::due;
@@ -29,11 +29,11 @@ SwapDecision ambielf::decide_swap(int32_t behavior, uint8_t encoding) {
 
 int elf_setswapbehavior(Elf_Scn* section, int behavior) {
   if (section == nullptr) {
-    elf_set_error(32);
+    elf_set_error(ERR_NULL_PARAMETER);
     return -1;
   }
   if (behavior < ELF_SWAP_TO_HOST || behavior > ELF_SWAP_NEVER) {
-    elf_set_error(98);
+    elf_set_error(ERR_SWAP_BEHAVIOR);
     return -1;
   }
   section->swap_behavior = behavior;
@@ -43,7 +43,7 @@ int elf_setswapbehavior(Elf_Scn* section, int behavior) {
 
 Elf_ReadSwapController elf_setreadswapcontroller(Elf* elf, Elf_ReadSwapController controller) {
   if (elf == nullptr) {
-    elf_set_error(32);
+    elf_set_error(ERR_NULL_PARAMETER);
     return nullptr;
   }
   const Elf_ReadSwapController previous = elf->read_swap_controller;

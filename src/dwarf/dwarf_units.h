@@ -2,19 +2,19 @@
 //
 // A unit is walked to its end first and converted afterwards, whole or not at all. One that cannot be walked
 // inside its bounds passes as it is.
-#ifndef AMBIELF_BYTEORDER_DWARF_UNITS_H
-#define AMBIELF_BYTEORDER_DWARF_UNITS_H
+#ifndef AMBIELF_DWARF_DWARF_UNITS_H
+#define AMBIELF_DWARF_DWARF_UNITS_H
 
 #include <array>
 #include <cstdint>
 #include <span>
 
 #include "byteorder/dest_buffer.h"
-#include "byteorder/dwarf_abbrev.h"
-#include "byteorder/dwarf_attributes.h"
-#include "byteorder/dwarf_expression.h"
-#include "byteorder/dwarf_stream.h"
-#include "byteorder/raw_units.h"
+#include "dwarf/dwarf_abbrev.h"
+#include "dwarf/dwarf_attributes.h"
+#include "dwarf/dwarf_expression.h"
+#include "dwarf/dwarf_stream.h"
+#include "dwarf/raw_units.h"
 
 namespace ambielf {
 

@@ -1,4 +1,4 @@
-#include "byteorder/dwarf_stream.h"
+#include "dwarf/dwarf_stream.h"
 
 #include <algorithm>
 

@@ -4,14 +4,14 @@
 // program of 16-bit words: attributes of known size that stand side by side become one step, with the places of
 // the numbers among them, and those that take no bytes vanish. So the cost of an entry is bounded by its own
 // bytes, and a plan takes no more words than the abbreviation has bytes.
-#ifndef AMBIELF_BYTEORDER_DWARF_ATTRIBUTES_H
-#define AMBIELF_BYTEORDER_DWARF_ATTRIBUTES_H
+#ifndef AMBIELF_DWARF_DWARF_ATTRIBUTES_H
+#define AMBIELF_DWARF_DWARF_ATTRIBUTES_H
 
 #include <cstdint>
 #include <vector>
 
-#include "byteorder/dwarf_expression.h"
-#include "byteorder/dwarf_stream.h"
+#include "dwarf/dwarf_expression.h"
+#include "dwarf/dwarf_stream.h"
 
 namespace ambielf {
 

@@ -9,8 +9,8 @@
 
 #include "byteorder/byte_swap.h"
 #include "byteorder/data_types.h"
-#include "byteorder/dwarf_walk.h"
-#include "byteorder/swap_policy.h"
+#include "conversion/dwarf_walk.h"
+#include "conversion/swap_policy.h"
 #include "descriptors/elf.h"
 #include "frame/error.h"
 
@@ -70,7 +70,7 @@ void convert_block(unsigned char* source, DestBuffer& destination, uint32_t coun
 int32_t DataDesc::convert(unsigned char* bytes, DestBuffer& destination, uint32_t type, bool to_file,
                           bool force) {
   if (type > greatest_data_type) {
-    elf_set_error(67);
+    elf_set_error(ERR_DATA_TYPE);
     return -1;
   }
   Elf& elf = *scn->elf;
@@ -114,7 +114,7 @@ int32_t DataDesc::convert_debug(DebugSection section, unsigned char* bytes, Dest
     raw_units = std::move(passed);
   }
   if (!complete) {
-    elf_set_error(4);
+    elf_set_error(ERR_MEMORY);
     // What a load has converted until then must find its way back.
     if (!on_load) return -1;
   }
@@ -128,13 +128,13 @@ uint32_t DataDesc::entry_size(uint32_t type) const {
 
 bool DataDesc::has_rule(uint32_t type) const {
   if (record_layout(type).convertible || d_size < entry_size(type)) return true;
-  elf_set_error(82);
+  elf_set_error(ERR_NO_SWAP_RULE);
   return false;
 }
 
 bool DataDesc::can_write() const {
   if (d_type > greatest_data_type) {
-    elf_set_error(67);
+    elf_set_error(ERR_DATA_TYPE);
     return false;
   }
   const SwapDecision decision = decide_swap(scn->swap_behavior, scn->elf->encoding());

@@ -1,6 +1,6 @@
 // Whether a block is converted: the swap behaviour of its section against the byte order of its file.
-#ifndef AMBIELF_BYTEORDER_SWAP_POLICY_H
-#define AMBIELF_BYTEORDER_SWAP_POLICY_H
+#ifndef AMBIELF_CONVERSION_SWAP_POLICY_H
+#define AMBIELF_CONVERSION_SWAP_POLICY_H
 
 #include <cstdint>
 

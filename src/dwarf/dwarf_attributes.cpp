@@ -1,6 +1,6 @@
-#include "byteorder/dwarf_attributes.h"
+#include "dwarf/dwarf_attributes.h"
 
-#include "byteorder/dwarf_constants.h"
+#include "dwarf/dwarf_constants.h"
 
 namespace ambielf {
 namespace {

@@ -3,13 +3,13 @@
 // There are two tables of operations. The one for DW_FORM_block is the vocabulary of DWARF 2, where an
 // operation that it does not list has no operands. The other holds the published operations of DWARF 5 with
 // the common extensions; there an unknown operation has unknown operands, and the unit cannot be walked.
-#ifndef AMBIELF_BYTEORDER_DWARF_EXPRESSION_H
-#define AMBIELF_BYTEORDER_DWARF_EXPRESSION_H
+#ifndef AMBIELF_DWARF_DWARF_EXPRESSION_H
+#define AMBIELF_DWARF_DWARF_EXPRESSION_H
 
 #include <cstdint>
 #include <vector>
 
-#include "byteorder/dwarf_stream.h"
+#include "dwarf/dwarf_stream.h"
 
 namespace ambielf {
 
