@@ -12,7 +12,7 @@ add_test(NAME check/documents COMMAND ${scripts}/check-documents)
 # Behind all tests, each of which adds to the list.
 add_test(NAME check/reported_codes COMMAND ${scripts}/check-reported-codes ${reported_codes})
 set_tests_properties(check/reported_codes PROPERTIES FIXTURES_REQUIRED all_tests)
-if(BUILD_SHARED_LIBS)
+if(AMBIELF_SHARED)
   add_test(NAME check/exports COMMAND ${scripts}/check-exports $<TARGET_FILE:ambielf> AMBIELF_${AMBIELF_ABI})
   add_test(NAME check/two_versions COMMAND ${scripts}/test-two-versions ${PROJECT_BINARY_DIR})
   add_test(NAME check/install COMMAND ${scripts}/test-install ${PROJECT_BINARY_DIR})

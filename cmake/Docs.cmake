@@ -1,4 +1,4 @@
-# `ninja docs`: the manual, from the public header's comments. A warning of Doxygen is an error.
+# The target `docs`: the manual, from the public header's comments. A warning of Doxygen is an error.
 find_program(DOXYGEN doxygen)
 if(DOXYGEN)
   configure_file(docs/Doxyfile.in ${PROJECT_BINARY_DIR}/Doxyfile @ONLY)

@@ -20,7 +20,7 @@ foreach(source IN LISTS examples)
 endforeach()
 
 # A Windows program looks for its DLLs in its own folder.
-if(WIN32 AND BUILD_SHARED_LIBS)
+if(WIN32 AND AMBIELF_SHARED)
   foreach(folder examples examples/guide)
     add_custom_command(TARGET ambielf POST_BUILD
       COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/${folder}

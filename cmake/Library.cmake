@@ -1,5 +1,4 @@
 # The library: `ambielf_core` holds all of its code as objects, for white-box tests; `ambielf` is what users link.
-include(GNUInstallDirs)
 
 # Only one file knows each operating system; every other source belongs to all of them.
 file(GLOB sources CONFIGURE_DEPENDS src/*/*.cpp src/*/*.h)
@@ -20,13 +19,16 @@ if(NOT MSVC)
     -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=.)
 endif()
 
-add_library(ambielf $<TARGET_OBJECTS:ambielf_core>)
+if(AMBIELF_SHARED)
+  set(kind SHARED)
+else()
+  set(kind STATIC)
+endif()
+add_library(ambielf ${kind} $<TARGET_OBJECTS:ambielf_core>)
 add_library(ambielf::ambielf ALIAS ambielf)
 set_target_properties(ambielf PROPERTIES
   LINKER_LANGUAGE CXX VERSION ${PROJECT_VERSION} SOVERSION ${AMBIELF_ABI})
-target_include_directories(ambielf PUBLIC
-  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
-  $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+target_include_directories(ambielf PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
 
 # One list of names says what the shared library exports, to every kind of linker.
 file(STRINGS cmake/exports.txt exports)
@@ -37,7 +39,7 @@ set(cxx_runtime ${CMAKE_CXX_IMPLICIT_LINK_LIBRARIES})
 list(FILTER cxx_runtime INCLUDE REGEX "^(stdc\\+\\+|c\\+\\+|m)$")
 list(REMOVE_DUPLICATES cxx_runtime)
 
-if(NOT BUILD_SHARED_LIBS)
+if(NOT AMBIELF_SHARED)
   target_compile_definitions(ambielf_core PUBLIC AMBIELF_STATIC)
   target_compile_definitions(ambielf INTERFACE AMBIELF_STATIC)
   target_link_libraries(ambielf INTERFACE "$<$<LINK_LANGUAGE:C>:${cxx_runtime}>")
