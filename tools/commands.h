@@ -1,0 +1,20 @@
+// The commands of the program. Each stands in a file of its name; add_<command> tells the parser about its arguments
+// and about what runs when it is given.
+//
+// A command reports what goes wrong to `report`, which also keeps the exit status.
+#ifndef AMBIELF_TOOLS_COMMANDS_H
+#define AMBIELF_TOOLS_COMMANDS_H
+
+namespace CLI {
+class App;
+}
+
+namespace ambielf::tools {
+
+class Report;
+
+void add_size(CLI::App& app, Report& report);
+
+}  // namespace ambielf::tools
+
+#endif
