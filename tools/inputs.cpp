@@ -2,6 +2,8 @@
 
 #include <filesystem>
 
+#include "archive_file.h"
+
 namespace ambielf::tools {
 
 namespace {
@@ -18,16 +20,6 @@ std::string name_of(std::string_view path, std::string_view member) {
   std::string name(path);
   if (member.data() != nullptr) name.append("(").append(member).append(")");
   return name;
-}
-
-void visit_members(Report& report, const std::string& path, const ObjectVisitor& visit) {
-  const Object archive{path.c_str()};
-  for (Member& member : archive.members()) {
-    FileBytes bytes = member.file_bytes();
-    // Members are opened in memory, as those of standard archives are.
-    std::string image(bytes.view());
-    visit_object(report, path, member.name(), image.data(), image.size(), visit);
-  }
 }
 
 }  // namespace
@@ -86,14 +78,13 @@ void visit_object(Report& report, std::string_view path, std::string_view member
 void for_each_object(Report& report, const std::string& path, const ObjectVisitor& visit) {
   report.attempt(path, [&] {
     const Contents contents(path);
-    switch (kind_of(contents.view())) {
-      case FileKind::object:
-        return visit_object(report, path, {}, contents.data(), contents.size(), visit);
-      case FileKind::archive:
-        return visit_members(report, path, visit);
-      case FileKind::standard_archive:
-        throw Refusal("is a standard archive, which is not read yet");
+    if (kind_of(contents.view()) == FileKind::object) {
+      return visit_object(report, path, {}, contents.data(), contents.size(), visit);
     }
+    ArchiveFile(path, contents).each_member([&](const ArchiveMember& member) {
+      std::string image(member.bytes().view());  // to be written to
+      visit_object(report, path, member.name(), image.data(), image.size(), visit);
+    });
   });
 }
 
