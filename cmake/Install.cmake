@@ -49,7 +49,3 @@ install(CODE "
   cmake_path(APPEND destination \"\${CMAKE_INSTALL_PREFIX}\" \"${CMAKE_INSTALL_LIBDIR}/pkgconfig\")
   file(INSTALL \"${PROJECT_BINARY_DIR}/pkgconfig/\${kind}/ambielf.pc\" DESTINATION \"\${destination}\")"
   COMPONENT development)
-
-# The manual's pages, if the target `docs` has made them.
-install(DIRECTORY ${PROJECT_BINARY_DIR}/docs/man/man3
-  DESTINATION ${CMAKE_INSTALL_MANDIR} COMPONENT development OPTIONAL)

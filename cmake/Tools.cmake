@@ -22,9 +22,10 @@ ambielf_own_target(ambielf_tool)
 target_link_libraries(ambielf_tool PRIVATE ambielf::ambielf CLI11::CLI11)
 target_include_directories(ambielf_tool PRIVATE ${PROJECT_SOURCE_DIR}/tools)
 set_target_properties(ambielf_tool PROPERTIES
-  OUTPUT_NAME ambielf RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tools)
+  OUTPUT_NAME ambielf RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/tools
+  BUILD_RPATH_USE_ORIGIN ON)  # so that the program does not depend on where it was built
 # A Windows program looks for its DLLs in its own folder.
-if(WIN32 AND BUILD_SHARED_LIBS)
+if(WIN32 AND AMBIELF_SHARED)
   add_custom_command(TARGET ambielf_tool POST_BUILD
     COMMAND ${CMAKE_COMMAND} -E copy $<TARGET_FILE:ambielf> ${PROJECT_BINARY_DIR}/tools)
 endif()
