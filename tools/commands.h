@@ -13,7 +13,10 @@ namespace ambielf::tools {
 
 class Report;
 
+void add_copy(CLI::App& app, Report& report);
+void add_remove(CLI::App& app, Report& report);
 void add_size(CLI::App& app, Report& report);
+void add_strip(CLI::App& app, Report& report);
 
 }  // namespace ambielf::tools
 

@@ -1,0 +1,65 @@
+// ambielf strip: writes an object without debug information and, unless -g is given, without its symbol table.
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <array>
+#include <memory>
+#include <string_view>
+
+#include "commands.h"
+#include "object_writer.h"
+#include "report.h"
+#include "rewrite.h"
+#include "section_removal.h"
+
+namespace ambielf::tools {
+namespace {
+
+// Debug information has no type of its own but on MIPS; it is told by its names.
+bool is_debug_section(const Section& section) {
+  using namespace std::literals;
+  static constexpr std::array prefixes = {".debug"sv, ".zdebug"sv, ".gnu.debuglto_.debug_"sv,
+                                          ".gnu.linkonce.wi."sv, ".stab"sv};
+  static constexpr std::array names = {".line"sv, ".gdb_index"sv, ".mdebug"sv};
+  if ((section.flags() & SHF_ALLOC) != 0) return false;
+  const std::string_view name = section.find_name();
+  return std::find(names.begin(), names.end(), name) != names.end() ||
+         std::any_of(prefixes.begin(), prefixes.end(),
+                     [name](std::string_view prefix) { return name.substr(0, prefix.size()) == prefix; });
+}
+
+bool is_symbol_table(const Section& section) {
+  return section.type() == SHT_SYMTAB && (section.flags() & SHF_ALLOC) == 0;
+}
+
+void strip(ObjectWriter& object, bool keeps_symbols) {
+  SectionRemoval removal(object);
+  for (const Section section : object.in().sections()) {
+    if (is_debug_section(section) || (!keeps_symbols && is_symbol_table(section)))
+      removal.remove(section.index());
+  }
+  try {
+    removal.finish();
+  } catch (const Refusal& refusal) {
+    if (keeps_symbols) throw;
+    throw Refusal(std::string("can't do without its symbol table: ") + refusal.what() + "; -g keeps it");
+  }
+}
+
+}  // namespace
+
+void add_strip(CLI::App& app, Report& report) {
+  struct Arguments {
+    RewriteFiles files;
+    bool keeps_symbols = false;
+  };
+  const auto arguments = std::make_shared<Arguments>();
+  CLI::App* const command =
+      app.add_subcommand("strip", "Writes an object without debug information and symbol table");
+  command->add_flag("-g,--strip-debug", arguments->keeps_symbols, "Remove debug information only");
+  add_rewrite_files(*command, arguments->files);
+  command->callback([arguments, &report] {
+    rewrite(report, arguments->files, [&](ObjectWriter& object) { strip(object, arguments->keeps_symbols); });
+  });
+}
+
+}  // namespace ambielf::tools
