@@ -1,11 +1,10 @@
 // The roads of descriptors into archives: opening one, asking it for the member at the file position, loading
 // all of it, and releasing it.
-#include "descriptors/archive_roads.h"
-
 #include <cerrno>
 
 #include "archive/ar_desc.h"
 #include "descriptors/elf.h"
+#include "descriptors/upward.h"
 #include "frame/error.h"
 #include "frame/make.h"
 #include "platform/platform.h"

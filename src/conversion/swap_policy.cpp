@@ -37,7 +37,6 @@ int elf_setswapbehavior(Elf_Scn* section, int behavior) {
     return -1;
   }
   section->swap_behavior = behavior;
-  section->elf->scns.touch(section->index);
   return 0;
 }
 

@@ -1,6 +1,7 @@
 // Conversion of a block on demand, whatever the swap behaviour of its section.
 #include <cstring>
 
+#include "conversion/convert.h"
 #include "descriptors/elf.h"
 #include "frame/error.h"
 #include "frame/guard.h"
@@ -34,7 +35,7 @@ Elf_Data* xlate(Elf_Data* dst, const Elf_Data* src, unsigned encoding, bool to_f
     DataDesc* const source = const_cast<DataDesc*>(block);
     CharDestBuffer sink(dst->d_buf);
     unsigned char* const bytes = static_cast<unsigned char*>(src->d_buf);
-    if (source->convert(bytes, sink, src->d_type, to_file, true) <= 0) return nullptr;
+    if (convert(*source, bytes, sink, src->d_type, to_file, true) <= 0) return nullptr;
   }
   dst->d_size = src->d_size;
   dst->d_type = src->d_type;

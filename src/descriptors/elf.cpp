@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cstring>
 
-#include "byteorder/data_types.h"
 #include "descriptors/shared_bytes.h"
 #include "frame/checked.h"
 #include "frame/error.h"
@@ -13,34 +12,6 @@
 #include "platform/platform.h"
 
 using namespace ambielf;
-
-namespace {
-
-// Marks a section as being loaded while it stands.
-class BeingLoaded {
- public:
-  BeingLoaded(std::vector<size_t>& stack, size_t index) : stack_(stack) { stack_.push_back(index); }
-  ~BeingLoaded() { stack_.pop_back(); }
-  BeingLoaded(const BeingLoaded&) = delete;
-  BeingLoaded& operator=(const BeingLoaded&) = delete;
-
- private:
-  std::vector<size_t>& stack_;
-};
-
-// Whether a section's contents lie whole in an image of `image_size` bytes and, in a file of the host's byte order,
-// stay as they are, whatever their bytes and the section's name say.
-bool lies_ready(const Elf32_Shdr& shdr, uint64_t image_size) {
-  // Two types have no contents, strings may lack their terminator, and some debug sections have names.
-  constexpr uint32_t others = 1U << SHT_NULL | 1U << SHT_NOBITS | 1U << SHT_STRTAB | 1U << SHT_COFFDBG;
-  if (shdr.sh_type > greatest_section_type || (others >> shdr.sh_type & 1) != 0) return false;
-  if (!fits(shdr.sh_offset, shdr.sh_size, image_size)) return false;
-  // Entries wider than their records would have to move together.
-  return shdr.sh_type == SHT_PROGBITS ||
-         shdr.sh_entsize <= record_layout(data_type_of_section(shdr.sh_type)).size;
-}
-
-}  // namespace
 
 Elf::Elf(std::unique_ptr<FileDesc> input, Elf_Cmd cmd)
     : file_desc(input.get()), kind(ELF_K_ELF), command(cmd), owned_file_desc_(std::move(input)) {}
@@ -66,21 +37,11 @@ Elf::~Elf() {
   ar_desc.reset();
 }
 
-// Every section is restored before the first is released and before the header goes back, because restoring
-// reads the header and the name table as memory has them. So it does the abbreviations of debug information,
-// which go last: nothing keeps a file from giving them a type whose records convert.
+// Sections go back before the header, because that reads the header as memory has it.
 void Elf::restore_image() {
-  cntl_command = ELF_C_FDDONE;  // what is not loaded by now stays so
-  in_one_go = true;
-  Elf_Scn* last = nullptr;
-  scns.for_each_touched([&](Elf_Scn& scn) {
-    if (last == nullptr && section_name(scn.index).is(".debug_abbrev")) {
-      last = &scn;
-    } else {
-      scn.restoreToFileOrder();
-    }
-  });
-  if (last != nullptr) last->restoreToFileOrder();
+  cntl_command = ELF_C_FDDONE;  // nothing is loaded any more
+  contents_are_fixed = true;
+  restore_sections(*this);
   if (ehdr_block_) return;  // the image was too short to be changed
   CharDestBuffer in_place(ehdr);
   swap(ehdr, in_place, ELF_T_EHDR, sizeof(Elf32_Ehdr));
@@ -105,35 +66,16 @@ Elf_Scn* Elf::load_scn(size_t index) {
     elf_set_error(ERR_FDDONE_FDREAD);
     return nullptr;
   }
-  if (!scns.has_slab(index)) {
-    if (make_slab(index)) return get_scn(index);
-    elf_set_error(ERR_MEMORY);
-    return nullptr;
-  }
-  if (std::find(being_loaded_.begin(), being_loaded_.end(), index) != being_loaded_.end()) {
+  if (scns.is_being_made(index)) {
     elf_set_error(ERR_NO_SECTION);
     return nullptr;
   }
-  const BeingLoaded mark(being_loaded_, index);
   SectionTable::Candidate scn = scns.make(this, index);
-  return scn->initialize() ? scns.enter(std::move(scn)) : nullptr;
-}
-
-// Makes the slab of `index`, and in an image notes the contents of its sections that lie ready there. False when
-// memory is short.
-bool Elf::make_slab(size_t index) {
-  if (!scns.make_slab(index)) return false;
-  if (!is_image()) return true;
-  if (!shared_sections_) shared_sections_ = sections_sharing_bytes(shdrs, file_desc->image_size);
-  const size_t first = index - index % SectionTable::slab_size;
-  const size_t end = std::min(first + SectionTable::slab_size, shdrs.size());
-  uint32_t ready = 0;
-  for (size_t i = first; i < end; ++i) {
-    if (lies_ready(*shdrs[i], file_desc->image_size) && (*shared_sections_)[i] == 0)
-      ready |= 1U << (i - first);
+  if (!scn) {
+    elf_set_error(ERR_MEMORY);
+    return nullptr;
   }
-  scns.make_waiting(this, first, ready, shdrs);
-  return true;
+  return scn->initialize() ? scns.enter(std::move(scn)) : nullptr;
 }
 
 bool Elf::load_all() {
@@ -153,7 +95,7 @@ bool Elf::load_all() {
   return true;
 }
 
-TableString Elf::search_string(size_t section, uint64_t offset) {
+TableString Elf::find_string(size_t section, uint64_t offset) {
   Elf_Scn* const scn = get_scn(section);
   if (scn == nullptr) return {};
   if (scn->shdr == nullptr) {
@@ -164,19 +106,9 @@ TableString Elf::search_string(size_t section, uint64_t offset) {
     elf_set_error(ERR_STRING_TABLE);
     return {};
   }
-  if (!scn->complete()) return {};
-  // Offsets of blocks are the caller's in a new table; they may leave gaps, and the first block whose end
-  // reaches the offset is the one that answers.
-  for (const std::unique_ptr<DataDesc>& block : scn->data()) {
-    const int64_t start = block->d_off;
-    const int64_t end = start + block->d_size;
-    const int64_t wanted = static_cast<int64_t>(offset);
-    if (wanted > end) continue;
-    if (wanted == end || wanted < start || block->d_buf == nullptr) break;
-    return {static_cast<char*>(block->d_buf) + (wanted - start), static_cast<uint64_t>(end - wanted)};
-  }
-  elf_set_error(ERR_NO_DATA);
-  return {};
+  const TableString found = scn->string_at(offset);
+  if (!found) elf_set_error(ERR_NO_DATA);
+  return found;
 }
 
 bool Elf::load_names() {
@@ -207,11 +139,8 @@ TableString Elf::section_name(size_t index) {
   const size_t table_index = name_table();
   if (table_index == SHN_UNDEF || index == table_index) return {};
   const KeepError keep;
-  Elf_Scn* const table = get_scn(table_index);
-  const DataDesc* const names = table == nullptr ? nullptr : table->first_data();
-  const uint32_t offset = shdrs[index]->sh_name;
-  if (names == nullptr || names->d_buf == nullptr || offset >= names->d_size) return {};
-  return {static_cast<char*>(names->d_buf) + offset, names->d_size - offset};
+  const Elf_Scn* const table = get_scn(table_index);
+  return table != nullptr ? table->string_at(shdrs[index]->sh_name) : TableString{};
 }
 
 uint64_t Elf::object_size() const {
@@ -251,6 +180,17 @@ int64_t Elf::peek_object(uint64_t offset, void* to, uint64_t size) {
     std::memcpy(to, image_header_.data() + offset, static_cast<size_t>(header_bytes));
   }
   return static_cast<int64_t>(present);
+}
+
+bool Elf::pass_object(uint64_t offset, uint64_t size) {
+  if (is_image()) return true;
+  const uint64_t start = member_offset + offset;
+  const int64_t file_size = platform::file_size(file_desc->file_id);
+  const uint64_t limit = file_size >= 0 ? static_cast<uint64_t>(file_size) : file_desc->file_size;
+  if (platform::seek(file_desc->file_id, start + present_bytes(start, readable(offset, size), limit)) != -1)
+    return true;
+  elf_seek_error(errno);
+  return false;
 }
 
 // How many of the bytes may be asked for. A member's contents end where the member ends; those of a file where

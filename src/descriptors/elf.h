@@ -17,12 +17,13 @@
 #include <vector>
 
 #include "byteorder/byte_swap.h"
-#include "descriptors/archive_roads.h"
 #include "descriptors/elf_scn.h"
 #include "descriptors/file_desc.h"
 #include "descriptors/header_table.h"
+#include "descriptors/section_kind.h"
 #include "descriptors/section_table.h"
 #include "descriptors/table_string.h"
+#include "descriptors/upward.h"
 #include "frame/checked.h"
 #include "frame/memory_block.h"
 
@@ -60,11 +61,10 @@ struct Elf : public ambielf::ByteSwap {
 
   // The section at `index`, loaded if it was not; null after a report. One that is being loaded, which a
   // controller may ask for, is not there yet: 21.
-  Elf_Scn* get_scn(size_t index);
-
-  // Its short way: a section that is loaded, or waits in its slab and comes to no more than that. Null, and no report,
-  // elsewhere.
-  Elf_Scn* quick_scn(size_t index);
+  Elf_Scn* get_scn(size_t index) {
+    Elf_Scn* const scn = scns[index];
+    return scn != nullptr ? scn : load_scn(index);
+  }
 
   // The section at `index` if it is loaded, else null; reports nothing.
   Elf_Scn* loaded_scn(size_t index) const { return scns[index]; }
@@ -76,9 +76,6 @@ struct Elf : public ambielf::ByteSwap {
   // loading.
   ambielf::TableString find_string(size_t section, uint64_t offset);
 
-  // Its short way, for what is the rule: a table that is loaded, and one block. Null, and no report, elsewhere.
-  ambielf::TableString find_loaded_string(size_t section, uint64_t offset) const;
-
   // Loads a section that the conversion of others goes by, but does without where it cannot be loaded. False, with the
   // code, where it is the memory or the reading that failed: then nobody can tell what is in it.
   bool load_companion(size_t index);
@@ -88,6 +85,7 @@ struct Elf : public ambielf::ByteSwap {
   // The name of the section at `index` for those who do without: null, and no report, for the name table
   // itself and where the table or the name is not there. Loads the name table if need be.
   ambielf::TableString section_name(size_t index);
+  ambielf::SectionKind section_kind(size_t index) { return ambielf::kind_of(section_name(index)); }
 
   // The ELF header, in memory order, as a copy: in an image it may lie at any address. `ehdr` is not null.
   Elf32_Ehdr header() const { return ambielf::load<Elf32_Ehdr>(ehdr); }
@@ -110,6 +108,9 @@ struct Elf : public ambielf::ByteSwap {
   // The same, and the file position stays where it is. -1 after 8, or the code of a file that has no positions.
   int64_t peek_object(uint64_t offset, void* to, uint64_t size);
 
+  // Leaves the file position where read_object would, and reads nothing. False after the code of a failed seek.
+  bool pass_object(uint64_t offset, uint64_t size);
+
   // Whether a section's bytes in an image are also those of the header or of another section.
   bool shares_bytes(size_t index);
 
@@ -123,7 +124,8 @@ struct Elf : public ambielf::ByteSwap {
   Elf_Cmd command;
   bool dirty = false;
   bool layout = false;
-  bool in_one_go = false;  // while sections are written or restored, when nobody edits their contents
+  bool contents_are_fixed =
+      false;  // while sections are written or restored, when nobody edits their contents
   Elf_Cmd cntl_command = ELF_C_NULL;  // ELF_C_FDDONE or ELF_C_FDREAD once elf_cntl succeeded
   uint64_t member_offset = 0;         // where the object starts in its file
 
@@ -149,9 +151,6 @@ struct Elf : public ambielf::ByteSwap {
   bool load_table(ambielf::HeaderTable<Record>& table, uint32_t offset, uint32_t count, uint32_t entry_size,
                   uint32_t type);
   Elf_Scn* load_scn(size_t index);
-  bool make_slab(size_t index);
-  bool note_suffices(const Elf_Scn& waiting);
-  ambielf::TableString search_string(size_t section, uint64_t offset);
   void restore_image();
 
   std::unique_ptr<ambielf::FileDesc> owned_file_desc_;
@@ -159,11 +158,6 @@ struct Elf : public ambielf::ByteSwap {
   ambielf::MemoryBlock ehdr_block_;
   std::array<unsigned char, sizeof(Elf32_Ehdr)> image_header_{};  // as the image had it before loading
   std::optional<std::vector<uint8_t>> shared_sections_;           // of an image, once asked for
-  std::vector<size_t> being_loaded_;                              // innermost last
-  mutable const Elf_Scn* last_strings_ = nullptr;  // the table of the last look-up, if it is loaded
-  size_t loaded_name_table_ = SIZE_MAX;            // the name table that was last seen loaded
 };
-
-#include "descriptors/elf_quick.h"
 
 #endif

@@ -1,7 +1,7 @@
 // Elf_Scn: one section that has been asked for or created, with the blocks of its contents.
 //
-// Programs walk sections by the thousand, and look into few. So the record is small, and of contents that are as memory
-// wants them only the place is noted; their DataDesc is made when somebody asks for it.
+// Programs walk thousands of sections and look into few. So the record is small, and loading only finds the
+// contents; their DataDesc is made when somebody asks for it, or when they are converted.
 #ifndef AMBIELF_DESCRIPTORS_ELF_SCN_H
 #define AMBIELF_DESCRIPTORS_ELF_SCN_H
 
@@ -16,6 +16,17 @@
 #include "frame/one_or_many.h"
 
 namespace ambielf {
+
+// The contents of a section as loading found them.
+struct FoundContents {
+  unsigned char* buf = nullptr;  // null where there are none
+  uint32_t size = 0;             // bytes
+  uint32_t present = 0;          // bytes that the input had; zeros follow
+  uint32_t version = EV_NONE;    // e_version of the file
+  uint8_t type = ELF_T_BYTE;     // the data type that they were converted as
+  bool in_image = false;         // buf is a place in the caller's image
+  bool left_raw = false;         // a conversion was refused: the contents are in file order
+};
 
 using DataList = OneOrMany<std::unique_ptr<DataDesc>>;
 
@@ -36,46 +47,41 @@ struct Elf_Scn {
   // Finds the section's header and loads its contents. False after a report.
   bool initialize();
 
-  // Notes, in place of initialize, where in an image the contents lie: those of the data type `type`, whole, and
-  // nobody else's.
-  void note_contents(Elf32_Shdr& header, uint32_t type) {
-    shdr = &header;
-    noted_type_ = static_cast<uint8_t>(type);
-    noted_place_ = header.sh_offset;
-    noted_size_ = header.sh_size;
-  }
+  // Whether the section has a block, made or only found.
+  bool has_data() const { return found.buf != nullptr || !data().empty(); }
 
-  bool noted_as_bytes() const { return noted_type_ == ELF_T_BYTE; }
+  // Makes the block of the contents that were found, unless it is there. False after 4 or 31.
+  bool make_data() { return found.buf == nullptr || !data().empty() || make_found_block(); }
 
-  uint32_t noted_size() const { return noted_size_; }
-
-  // Makes the block of contents that were only noted. False after 4 or 31.
-  bool complete() { return noted_type_ == nothing_noted || make_noted_block(); }
-
-  // Whether the section has a block, made or only noted.
-  bool has_data() const { return noted_type_ != nothing_noted || !data().empty(); }
-
-  // The blocks; of a section that is not complete, none.
+  // The blocks that are made.
   std::span<const std::unique_ptr<ambielf::DataDesc>> data() const {
     if (!contents_) return {};
     return {contents_->data.begin(), contents_->data.size()};
   }
 
+  // The first block, if one is made.
+  ambielf::DataDesc* first_data() const { return contents_ ? contents_->data.first() : nullptr; }
+
   // Adds a block of the caller's. Null after 4 or 31.
   ambielf::DataDesc* add_data();
 
   // The first block for null, else the one behind `prev`. Null after 36 (no blocks) or 37 (no further block,
-  // or `prev` is none of this section's). The section is complete.
+  // or `prev` is none of this section's). The blocks are made.
   ambielf::DataDesc* get_data(const Elf_Data* prev);
 
-  // The first block; null where there is none, or after 4 or 31.
-  ambielf::DataDesc* first_data() { return complete() && contents_ ? contents_->data.first() : nullptr; }
+  // Sets the public fields of a block to the contents that were found.
+  void describe_found(Elf_Data& block) const;
 
-  // The block of a section that has one, made, and no other; else null.
-  const ambielf::DataDesc* only_data() const { return contents_ ? contents_->data.only() : nullptr; }
+  // Whether the block is the one of the contents that were found, and still stands there.
+  bool is_as_found(const ambielf::DataDesc& block) const {
+    return found.buf != nullptr && block.d_buf == found.buf && &block == first_data();
+  }
 
-  // Undoes in a memory image what loading did to it.
-  void restoreToFileOrder();
+  // The string at an offset into the section; null, and no report, where no block holds it.
+  ambielf::TableString string_at(uint64_t offset) const;
+
+  // Takes over memory for contents. False after 4 or 74.
+  bool keep_block(ambielf::MemoryBlock block);
 
   Elf* elf;                         // set for life
   Elf32_Shdr* shdr = nullptr;       // in the Elf's shdrs; null until initialize
@@ -83,33 +89,13 @@ struct Elf_Scn {
   int32_t swap_behavior = ELF_SWAP_TO_HOST;
   uint16_t index;
   bool dirty = false;
+  ambielf::FoundContents found;
 
  private:
-  class HeaderEdit;
-  static constexpr uint8_t nothing_noted = 0xFF;
-
-  bool name_matters() const;
-  bool has_known_type();
-  ambielf::TableString fetch_name();
-  bool locate(ambielf::LoadedBlock& contents);
-  bool read_into_block(ambielf::LoadedBlock& contents);
-  bool keep_block(ambielf::MemoryBlock block);
-  bool look_at_name(ambielf::LoadedBlock& contents);
-  bool narrow(ambielf::LoadedBlock& contents, uint32_t sh_type, uint32_t source_record,
-              uint32_t target_record);
-  bool make_data(ambielf::LoadedBlock contents);
-  bool stays_as_it_is(uint32_t type) const;
-  void note(const ambielf::LoadedBlock& contents);
-  ambielf::LoadedBlock noted_block() const;
-  bool make_noted_block();
+  bool make_found_block();
   bool make_contents();
-  ambielf::DataDesc* add_block(const ambielf::LoadedBlock& contents);
+  ambielf::DataDesc* add_block();
 
-  // Contents whose DataDesc nobody has asked for yet. They lie in the last of the blocks, if there are any, else in the
-  // image.
-  uint8_t noted_type_ = nothing_noted;  // data type
-  uint32_t noted_place_ = 0;  // the offset in the image, or how many bytes of the block the input had
-  uint32_t noted_size_ = 0;
   std::unique_ptr<ambielf::SectionContents> contents_;  // null without any block
 };
 

@@ -57,7 +57,6 @@ struct FileDesc {
 
   // What the objects in the input were given, which stays in proportion to it.
   uint64_t contents_taken = 0;  // bytes
-  uint64_t wasted_reads = 0;    // bytes read for sections that did not load
   uint64_t absent_headers = 0;  // table entries that a header counts and the input does not have
 
  private:

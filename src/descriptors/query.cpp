@@ -28,9 +28,7 @@ Elf_Scn* elf_getscn(Elf* elf, size_t index) {
   return guard<Elf_Scn*>(nullptr, [&] { return usable(elf) ? elf->get_scn(index) : nullptr; });
 }
 
-namespace {
-
-[[gnu::noinline]] Elf_Scn* load_next_scn(Elf* elf, Elf_Scn* scn) {
+Elf_Scn* elf_nextscn(Elf* elf, Elf_Scn* scn) {
   return guard<Elf_Scn*>(nullptr, [&]() -> Elf_Scn* {
     if (!usable(elf)) return nullptr;
     if (scn != nullptr && !elf_scn_magic.check()) return nullptr;
@@ -39,16 +37,6 @@ namespace {
     if (found == nullptr) elf_set_error(ERR_NO_SECTION);
     return found;
   });
-}
-
-}  // namespace
-
-Elf_Scn* elf_nextscn(Elf* elf, Elf_Scn* scn) {
-  // Walks go over sections by the thousand, most of which need no loading.
-  if (elf != nullptr && scn != nullptr && elf_magic.intact() && elf_scn_magic.intact()) {
-    if (Elf_Scn* const next = elf->quick_scn(size_t{scn->index} + 1)) return next;
-  }
-  return load_next_scn(elf, scn);
 }
 
 size_t elf_ndxscn(Elf_Scn* scn) { return usable(scn) ? scn->index : 0; }
@@ -65,15 +53,13 @@ Elf32_Shdr* elf32_getshdr(Elf_Scn* scn) {
 Elf_Data* elf_getdata(Elf_Scn* scn, Elf_Data* data) {
   if (!usable(scn)) return nullptr;
   if (data != nullptr && !data_desc_magic.check()) return nullptr;
-  if (!scn->complete()) return nullptr;
+  if (!scn->make_data()) return nullptr;
   Elf_Data* const found = scn->get_data(data);
   if (found == nullptr) elf_set_error(ERR_NO_DATA);
   return found;
 }
 
-namespace {
-
-[[gnu::noinline]] char* search_string(Elf* elf, size_t section, size_t offset) {
+char* elf_strptr(Elf* elf, size_t section, size_t offset) {
   return guard<char*>(nullptr, [&]() -> char* {
     if (elf == nullptr) {
       elf_set_error(ERR_NULL_PARAMETER);
@@ -85,17 +71,6 @@ namespace {
     }
     return elf_magic.check() ? elf->find_string(section, offset).text : nullptr;
   });
-}
-
-}  // namespace
-
-char* elf_strptr(Elf* elf, size_t section, size_t offset) {
-  // Most callers ask for one name after the other.
-  if (elf != nullptr && section != SHN_UNDEF && elf_magic.intact()) {
-    const TableString found = elf->find_loaded_string(section, offset);
-    if (found) return found.text;
-  }
-  return search_string(elf, section, offset);
 }
 
 int elf_cntl(Elf* elf, Elf_Cmd cmd) {

@@ -30,11 +30,11 @@ Record* append_or_report(HeaderTable<Record>& table) {
 // Makes the section of the header that was appended last. Null after 34 or 4; the header stays then.
 Elf_Scn* add_section(Elf& elf) {
   const size_t index = elf.shdrs.size() - 1;
-  if (!elf.scns.has_slab(index) && !elf.scns.make_slab(index)) {
+  SectionTable::Candidate scn = elf.scns.make(&elf, index);
+  if (!scn) {
     elf_set_error(ERR_NEW_SECTION);
     return nullptr;
   }
-  SectionTable::Candidate scn = elf.scns.make(&elf, index);
   return scn->initialize() ? elf.scns.enter(std::move(scn)) : nullptr;
 }
 

@@ -27,7 +27,7 @@ Elf_Data* elf32_getphdrdata(Elf* elf, unsigned index) {
       return nullptr;
     }
     Elf_Scn* const scn = elf->get_scn(section);
-    if (scn == nullptr || !scn->complete()) return nullptr;
+    if (scn == nullptr || !scn->make_data()) return nullptr;
     if (scn->data().empty()) elf_set_error(ERR_NO_PHDR_DATA);
     return scn->first_data();
   });

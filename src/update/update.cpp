@@ -24,16 +24,16 @@ bool any_block_needs_a_name(const Elf& elf, size_t name_table) {
 }
 
 // Layout and writing go over the blocks of every loaded section. False after 31.
-bool complete_sections(Elf& elf) {
+bool make_blocks(Elf& elf) {
   bool all = true;
-  elf.scns.for_each([&](Elf_Scn& scn) { all = all && scn.complete(); });
+  elf.scns.for_each([&](Elf_Scn& scn) { all = all && scn.make_data(); });
   return all;
 }
 
 bool converts_debug_info(Elf& elf) {
   bool any = false;
   elf.scns.for_each([&](const Elf_Scn& scn) {
-    if (!scn.has_data() || !elf.section_name(scn.index).is(".debug_info")) return;
+    if (!scn.has_data() || elf.section_kind(scn.index) != SectionKind::debug_info) return;
     any = any || decide_swap(scn.swap_behavior, elf.encoding()) == SwapDecision::due;
   });
   return any;
@@ -42,7 +42,7 @@ bool converts_debug_info(Elf& elf) {
 // False after the code of Elf::load_companion.
 bool load_abbreviations(Elf& elf) {
   for (size_t index = 0; index < elf.shdrs.size(); ++index) {
-    if (elf.section_name(index).is(".debug_abbrev")) return elf.load_companion(index);
+    if (elf.section_kind(index) == SectionKind::debug_abbrev) return elf.load_companion(index);
   }
   return true;
 }
@@ -67,7 +67,7 @@ int32_t write(Elf& elf) {
     elf_set_error(ERR_WRITE_DENIED);
     return -1;
   }
-  if (!load_what_conversion_needs(elf) || !complete_sections(elf)) return -1;
+  if (!load_what_conversion_needs(elf) || !make_blocks(elf)) return -1;
   NewOffsets new_offsets;
   if (update_layout(elf, new_offsets) == -1) return -1;
   if (elf.file_desc == nullptr) {
@@ -102,7 +102,7 @@ int32_t elf_update(Elf* elf, Elf_Cmd cmd) {
     }
     if (cmd == ELF_C_WRITE) return write(*elf);
     if (cmd != ELF_C_NULL) return 0;
-    if (!complete_sections(*elf)) return -1;
+    if (!make_blocks(*elf)) return -1;
     NewOffsets new_offsets;
     return update_layout(*elf, new_offsets);
   });

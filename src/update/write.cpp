@@ -4,7 +4,8 @@
 #include <array>
 #include <cerrno>
 
-#include "conversion/dwarf_abbrev_section.h"
+#include "conversion/abbrev_section.h"
+#include "conversion/convert.h"
 #include "descriptors/elf.h"
 #include "frame/error.h"
 #include "frame/library_state.h"
@@ -21,11 +22,11 @@ class NothingLoads {
  public:
   explicit NothingLoads(Elf& elf) : elf_(elf), command_(elf.cntl_command) {
     elf.cntl_command = ELF_C_FDDONE;
-    elf.in_one_go = true;
+    elf.contents_are_fixed = true;
   }
   ~NothingLoads() {
     elf_.cntl_command = command_;
-    elf_.in_one_go = false;
+    elf_.contents_are_fixed = false;
     if (elf_.abbreviations) elf_.abbreviations->expect_edits();
   }
   NothingLoads(const NothingLoads&) = delete;
@@ -81,7 +82,7 @@ class ImageWriter {
   bool send(DataDesc& block) {
     if (!old_.make_way(position_ + block.d_size)) return false;
     const int32_t result =
-        block.convert(static_cast<unsigned char*>(block.d_buf), destination_, block.d_type, true, false);
+        convert(block, static_cast<unsigned char*>(block.d_buf), destination_, block.d_type, true, false);
     if (result == 0) destination_.copy(block.d_buf, block.d_size);
     return result != -1;
   }

@@ -1,5 +1,6 @@
 #include "update/write_plan.h"
 
+#include "conversion/convert.h"
 #include "frame/error.h"
 
 namespace ambielf {
@@ -48,7 +49,7 @@ bool WritePlan::add_block(const Elf_Scn& scn, DataDesc& block, uint64_t section_
     elf_set_error(ERR_SECTION_SIZE);
     return false;
   }
-  if (!block.can_write()) return false;
+  if (!can_write(block)) return false;
   pieces_.push_back({static_cast<uint32_t>(end_), block.d_size, &block, 0});
   end_ += block.d_size;
   return true;

@@ -1,21 +1,20 @@
 // Conversion of .debug_info and .debug_line, whose numbers lie between strings and LEB128 items.
-#ifndef AMBIELF_CONVERSION_DWARF_WALK_H
-#define AMBIELF_CONVERSION_DWARF_WALK_H
+#ifndef AMBIELF_CONVERSION_DEBUG_WALK_H
+#define AMBIELF_CONVERSION_DEBUG_WALK_H
 
 #include <ambielf/ambielf.h>
 
 #include <array>
 
 #include "byteorder/dest_buffer.h"
+#include "descriptors/section_kind.h"
 #include "dwarf/raw_units.h"
 
 namespace ambielf {
 
-enum class DebugSection { none, info, line };
-
 // One walk over a debug section.
 struct DebugWalk {
-  DebugSection section;
+  SectionKind kind;  // debug_info or debug_line
   Elf* elf;
   bool may_load;  // whether .debug_abbrev may be loaded for the walk
   bool on_load;   // whether the walk is of contents that are being loaded
@@ -30,8 +29,8 @@ struct DebugWalk {
 //
 // Reports nothing, but for the code of a .debug_abbrev that cannot be loaded, which stays stored; the walk goes
 // on as if there were none. False if memory ran out: from some unit on, all is passed, and noted, as it is.
-bool walkDebugSection(const DebugWalk& walk, const unsigned char* data, uint32_t size,
-                      DestBuffer& destination, RawUnits& passed);
+bool walk_debug_section(const DebugWalk& walk, const unsigned char* data, uint32_t size,
+                        DestBuffer& destination, RawUnits& passed);
 
 }  // namespace ambielf
 

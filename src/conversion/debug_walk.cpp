@@ -1,16 +1,16 @@
-#include "conversion/dwarf_walk.h"
+#include "conversion/debug_walk.h"
 
 #include <exception>
 
-#include "conversion/dwarf_abbrev_section.h"
+#include "conversion/abbrev_section.h"
 #include "dwarf/dwarf_units.h"
 
 namespace ambielf {
 
-bool walkDebugSection(const DebugWalk& walk, const unsigned char* data, uint32_t size,
-                      DestBuffer& destination, RawUnits& passed) {
+bool walk_debug_section(const DebugWalk& walk, const unsigned char* data, uint32_t size,
+                        DestBuffer& destination, RawUnits& passed) {
   const UnitBlock block = {data, size, walk.value_before_swap};
-  if (walk.section == DebugSection::line) {
+  if (walk.kind == SectionKind::debug_line) {
     LineUnitWalker walker;
     return walkUnits(block, walker, walk.before, passed, destination);
   }

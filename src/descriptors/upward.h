@@ -1,7 +1,7 @@
-// The roads from descriptors into archives: declared here, where elf_begin and teardown need them, and
-// defined in archive/, which knows what an ArDesc is.
-#ifndef AMBIELF_DESCRIPTORS_ARCHIVE_ROADS_H
-#define AMBIELF_DESCRIPTORS_ARCHIVE_ROADS_H
+// The calls that descriptors make into folders above their own. conversion/ defines what loading and teardown do to
+// contents, archive/ what concerns an ArDesc.
+#ifndef AMBIELF_DESCRIPTORS_UPWARD_H
+#define AMBIELF_DESCRIPTORS_UPWARD_H
 
 #include <ambielf/ambielf.h>
 
@@ -12,6 +12,12 @@ namespace ambielf {
 struct ArDesc;
 struct ArMember;
 struct FileDesc;
+
+// Finds the contents of a section whose type has some, and converts them if that is due. False after a report.
+bool load_contents(Elf_Scn& scn);
+
+// Puts the loaded sections of a memory image back into file order. Reports nothing that stops it.
+void restore_sections(Elf& elf);
 
 // Releases an archive with all of its members, whatever their reference counts.
 struct ReleaseArchive {

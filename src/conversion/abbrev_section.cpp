@@ -1,4 +1,4 @@
-#include "conversion/dwarf_abbrev_section.h"
+#include "conversion/abbrev_section.h"
 
 #include <algorithm>
 #include <memory>
@@ -9,21 +9,20 @@
 namespace ambielf {
 
 std::optional<size_t> AbbrevSection::find(Elf& elf) {
-  constexpr const char* name = ".debug_abbrev";
-  if (index_ && elf.section_name(*index_).is(name)) return index_;
+  if (index_ && elf.section_kind(*index_) == SectionKind::debug_abbrev) return index_;
   // A search without result stands while no section is added.
   if (!index_ && headers_searched_ == elf.shdrs.size()) return std::nullopt;
   index_.reset();
   headers_searched_ = elf.shdrs.size();
   for (size_t index = 0; index < elf.shdrs.size() && !index_; ++index) {
-    if (elf.section_name(index).is(name)) index_ = index;
+    if (elf.section_kind(index) == SectionKind::debug_abbrev) index_ = index;
   }
   return index_;
 }
 
 bool AbbrevSection::is_unedited(const DataDesc& block, Walk walk) const {
   if (walk == Walk::one_of_several) return compared_;
-  return walk == Walk::load && block.as_loaded() && parsed_at_ == block.d_buf;
+  return walk == Walk::load && block.scn->is_as_found(block) && parsed_at_ == block.d_buf;
 }
 
 const AbbrevStore& AbbrevSection::parse(const DataDesc& block, Walk walk) {
@@ -31,7 +30,9 @@ const AbbrevStore& AbbrevSection::parse(const DataDesc& block, Walk walk) {
   const unsigned char* const bytes = static_cast<const unsigned char*>(block.d_buf);
   // Bytes that the input did not have are zeros in memory that nothing touches, and say nothing.
   const uint32_t size =
-      bytes == nullptr ? 0 : std::min(block.d_size, block.as_loaded() ? block.loaded.present : UINT32_MAX);
+      bytes == nullptr
+          ? 0
+          : std::min(block.d_size, block.scn->is_as_found(block) ? block.scn->found.present : UINT32_MAX);
   if (size != parsed_.size() || !std::equal(parsed_.begin(), parsed_.end(), bytes)) {
     parsed_.clear();
     parsed_at_ = nullptr;
@@ -51,10 +52,12 @@ const AbbrevStore& loadAbbrevStore(Elf& elf, bool may_load, bool on_load) {
   const std::optional<size_t> index = section.find(elf);
   if (!index) return none;
   Elf_Scn* const scn = may_load ? elf.get_scn(*index) : elf.loaded_scn(*index);
-  const DataDesc* const block = scn == nullptr ? nullptr : scn->first_data();
-  if (block == nullptr) return none;
+  if (scn == nullptr || !scn->make_data() || scn->data().empty()) return none;
+  const DataDesc* const block = scn->first_data();
   using Walk = AbbrevSection::Walk;
-  return section.parse(*block, elf.in_one_go ? Walk::one_of_several : on_load ? Walk::load : Walk::other);
+  return section.parse(*block, elf.contents_are_fixed ? Walk::one_of_several
+                               : on_load              ? Walk::load
+                                                      : Walk::other);
 }
 
 }  // namespace ambielf

@@ -4,8 +4,8 @@
 // the section is searched and parsed once. The caller may edit its contents in place, so what has been parsed is
 // kept beside the parse and compared before the next use, but not for each of those sections: a write or a teardown
 // compares once, and a load goes by the abbreviations that came with its file.
-#ifndef AMBIELF_CONVERSION_DWARF_ABBREV_SECTION_H
-#define AMBIELF_CONVERSION_DWARF_ABBREV_SECTION_H
+#ifndef AMBIELF_CONVERSION_ABBREV_SECTION_H
+#define AMBIELF_CONVERSION_ABBREV_SECTION_H
 
 #include <ambielf/ambielf.h>
 

@@ -1,0 +1,249 @@
+// Loading of a section: its contents are found in the image, or read, when it is first asked for, and converted if
+// that is due.
+//
+// Codes and the file position show the order of the steps: the contents are read first, and then the name table, if
+// nobody has loaded it. What is refused by its name or type is passed over: its contents count as read, but nothing is.
+#include <algorithm>
+#include <cstring>
+#include <optional>
+#include <string>
+
+#include "byteorder/data_types.h"
+#include "conversion/convert.h"
+#include "frame/checked.h"
+#include "frame/error.h"
+
+using namespace ambielf;
+
+namespace {
+
+// A section header as it was before the load. sh_type changes for the time of the load alone; a narrowed
+// section's size and entry size stay changed, but not where the load fails, since the next try starts over.
+class HeaderEdit {
+ public:
+  explicit HeaderEdit(Elf32_Shdr& shdr) : shdr_(shdr), before_(shdr) {}
+  ~HeaderEdit() {
+    shdr_.sh_type = before_.sh_type;
+    if (kept_) return;
+    shdr_.sh_size = before_.sh_size;
+    shdr_.sh_entsize = before_.sh_entsize;
+  }
+  HeaderEdit(const HeaderEdit&) = delete;
+  HeaderEdit& operator=(const HeaderEdit&) = delete;
+  void keep() { kept_ = true; }
+
+ private:
+  Elf32_Shdr& shdr_;
+  Elf32_Shdr before_;
+  bool kept_ = false;
+};
+
+class SectionLoad {
+ public:
+  explicit SectionLoad(Elf_Scn& scn)
+      : scn_(scn), elf_(*scn.elf), shdr_(*scn.shdr), has_name_(scn.index != elf_.name_table()) {}
+  bool run();
+
+ private:
+  bool find_name();
+  bool pass_over();
+  bool fetch_name();
+  bool settle_type();
+  bool locate(FoundContents& contents);
+  bool read_into_block(FoundContents& contents);
+  bool narrow(FoundContents& contents, uint32_t sh_type, uint32_t source_record, uint32_t target_record);
+  bool narrow_coff(FoundContents& contents);
+  bool ask_controller();
+
+  Elf_Scn& scn_;
+  Elf& elf_;
+  Elf32_Shdr& shdr_;
+  const bool has_name_;
+  bool passed_over_ = false;
+  TableString name_;
+  SectionKind kind_ = SectionKind::plain;
+  std::optional<HeaderEdit> edit_;
+};
+
+bool SectionLoad::run() {
+  if (has_name_ && !find_name()) return false;
+  if (!settle_type()) return false;
+  FileDesc& input = *elf_.file_desc;
+  const uint32_t size = shdr_.sh_size;
+  if (!input.afford_contents(present_bytes(shdr_.sh_offset, size, elf_.object_size()))) {
+    elf_set_error(ERR_MEMORY);
+    return false;
+  }
+  FoundContents contents;
+  if (!locate(contents)) return false;
+  const uint32_t present = contents.present;
+  if (!narrow_coff(contents)) return false;
+
+  const uint32_t type = data_type_of_section(shdr_.sh_type);
+  // Entries wider than their records end up closer together than they were. That has no way back, so it does
+  // not happen in the caller's image.
+  const bool packs = type != ELF_T_BYTE && shdr_.sh_entsize > record_layout(type).size;
+  if (contents.in_image && packs && !read_into_block(contents)) return false;
+  contents.size = shdr_.sh_size;
+  contents.type = static_cast<uint8_t>(type);
+  contents.version = elf_.header().e_version;
+  scn_.found = contents;
+
+  if (!ask_controller()) {
+    scn_.found.left_raw = true;
+  } else if (conversion_is_due(scn_, type, kind_) && !convert_found(scn_, kind_)) {
+    return false;
+  }
+  input.count_contents(size, present);
+  if (edit_) edit_->keep();
+  return true;
+}
+
+// Loads the name table if nobody has, and takes the section's name from it. In files of the host's byte order a load
+// does without. False after a report.
+bool SectionLoad::find_name() {
+  const size_t table = elf_.name_table();
+  const bool loads_names = table != SHN_UNDEF && elf_.loaded_scn(table) == nullptr;
+  if (loads_names && !pass_over()) return false;
+  if (elf_.foreign()) {
+    if (!fetch_name()) {
+      if (!loads_names) pass_over();
+      return false;
+    }
+  } else {
+    if (loads_names) elf_.load_names();  // a code stays stored
+    if (elf_.read_swap_controller == default_read_swap_controller) return true;
+    name_ = elf_.section_name(scn_.index);
+  }
+  kind_ = kind_of(name_);
+  return true;
+}
+
+// Leaves the file position behind the contents, as reading them does. False after the code of a failed seek.
+bool SectionLoad::pass_over() {
+  passed_over_ = true;
+  return elf_.pass_object(shdr_.sh_offset, shdr_.sh_size);
+}
+
+// False after 25, 26 or what find_string reports.
+bool SectionLoad::fetch_name() {
+  const size_t table = elf_.name_table();
+  if (table == SHN_UNDEF) {
+    elf_set_error(ERR_SECTION_INDEX);
+  } else {
+    name_ = elf_.find_string(table, shdr_.sh_name);
+  }
+  if (!name_ && elf_peek_error() == ERR_NONE) elf_set_error(ERR_SECTION_NAME);
+  return static_cast<bool>(name_);
+}
+
+// Relocations of line numbers are known by their names, whatever the type says. In a file of the foreign byte order
+// they count in wider records. False after 28: nobody knows the type.
+bool SectionLoad::settle_type() {
+  if (elf_.foreign() && kind_ == SectionKind::line_relocations) {
+    edit_.emplace(shdr_);
+    shdr_.sh_type = elf_.encoding() == ELFDATA2LSB ? SHT_RELA_LNNO_UP : SHT_RELA_LNNO_DOWN;
+  }
+  if (shdr_.sh_type <= greatest_section_type) return true;
+  if (passed_over_ || pass_over()) elf_set_error(ERR_SECTION_TYPE);
+  return false;
+}
+
+bool SectionLoad::locate(FoundContents& contents) {
+  if (!elf_.is_image()) return read_into_block(contents);
+  unsigned char* const base = elf_.file_desc->image_base();
+  if (base == nullptr) return false;
+  const uint32_t size = shdr_.sh_size;
+  if (!fits(shdr_.sh_offset, size, elf_.file_desc->image_size) || elf_.shares_bytes(scn_.index)) {
+    return read_into_block(contents);
+  }
+  // Strings are handed out terminated, and a block has a terminator behind it.
+  const bool holds_strings = shdr_.sh_type == SHT_STRTAB || !has_name_;
+  if (holds_strings && size != 0 && base[shdr_.sh_offset + (size - 1)] != 0) return read_into_block(contents);
+  contents.buf = base + shdr_.sh_offset;
+  contents.present = size;
+  contents.in_image = true;
+  return true;
+}
+
+// Reads the contents into a block, with a zero byte behind it. What the input does not have stays zero, in
+// memory that nothing touches.
+bool SectionLoad::read_into_block(FoundContents& contents) {
+  const uint64_t size = shdr_.sh_size;
+  const bool whole = present_bytes(shdr_.sh_offset, size, elf_.object_size()) == size;
+  MemoryBlock block = whole ? unset_block(size + 1) : zeroed_block(size + 1);
+  if (!block) {
+    elf_set_error(ERR_MEMORY);
+    return false;
+  }
+  unsigned char* const bytes = block.get();
+  const int64_t got = passed_over_ ? elf_.peek_object(shdr_.sh_offset, bytes, size)
+                                   : elf_.read_object(shdr_.sh_offset, bytes, size);
+  if (got < 0) return false;
+  if (whole) std::memset(bytes + got, 0, static_cast<size_t>(size + 1 - static_cast<uint64_t>(got)));
+  contents.buf = bytes;
+  contents.present = static_cast<uint32_t>(got);
+  contents.in_image = false;
+  return scn_.keep_block(std::move(block));
+}
+
+// In a file of the foreign byte order COFF records may be wider than in memory.
+bool SectionLoad::narrow_coff(FoundContents& contents) {
+  if (!elf_.foreign() || shdr_.sh_type != SHT_COFFDBG) return true;
+  const bool lsb = elf_.encoding() == ELFDATA2LSB;
+  if (kind_ == SectionKind::coff_lines) {
+    return narrow(contents, SHT_LNNO, lsb ? 6 : 8, record_layout(ELF_T_LNNO).size);
+  }
+  if (kind_ == SectionKind::coff_symbols) {
+    return narrow(contents, SHT_SDB, lsb ? 18 : 20, record_layout(ELF_T_SDB).size);
+  }
+  return true;
+}
+
+// Copies the records into a block of `target_record` bytes each: the last bytes of wider ones are dropped,
+// and so are the bytes behind the last whole record.
+bool SectionLoad::narrow(FoundContents& contents, uint32_t sh_type, uint32_t source_record,
+                         uint32_t target_record) {
+  const uint32_t count = shdr_.sh_size / source_record;
+  const uint32_t copied = std::min(source_record, target_record);
+  MemoryBlock block = zeroed_block(uint64_t{count} * target_record + 1);
+  if (!block) {
+    elf_set_error(ERR_MEMORY);
+    return false;
+  }
+  unsigned char* const bytes = block.get();
+  const uint32_t present_records = (contents.present + source_record - 1) / source_record;
+  const uint32_t records = std::min(count, present_records);
+  for (uint32_t i = 0; i < records; ++i) {
+    std::memcpy(bytes + size_t{i} * target_record, contents.buf + size_t{i} * source_record, copied);
+  }
+  if (!scn_.keep_block(std::move(block))) return false;
+  edit_.emplace(shdr_);
+  shdr_.sh_type = sh_type;
+  shdr_.sh_size = count * target_record;
+  shdr_.sh_entsize = target_record;
+  contents.buf = bytes;
+  contents.present = records * target_record;
+  contents.in_image = false;
+  return true;
+}
+
+// Asks the controller for the section's swap behaviour, unless it is the default. False after 98.
+bool SectionLoad::ask_controller() {
+  const Elf_ReadSwapController controller = elf_.read_swap_controller;
+  if (!name_ || controller == default_read_swap_controller) return true;
+  // The controller gets a string with a terminator. The end of the name table is one, or has one behind it in a
+  // block of the library's own that nobody has changed.
+  const FoundContents& names = elf_.loaded_scn(elf_.name_table())->found;
+  const char* const end = name_.text + name_.limit;
+  const bool terminated =
+      end[-1] == 0 || (!names.in_image && reinterpret_cast<const char*>(names.buf) + names.size == end);
+  const std::string copy =
+      terminated ? std::string()
+                 : std::string(name_.text, strnlen(name_.text, static_cast<size_t>(name_.limit)));
+  return elf_setswapbehavior(&scn_, controller(&shdr_, terminated ? name_.text : copy.c_str())) == 0;
+}
+
+}  // namespace
+
+bool ambielf::load_contents(Elf_Scn& scn) { return SectionLoad(scn).run(); }
