@@ -14,10 +14,8 @@ ambielf_own_target(ambielf_core)
 target_compile_definitions(ambielf_core PRIVATE AMBIELF_BUILDING)
 target_include_directories(ambielf_core PUBLIC ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR}/src)
 # Paths in debug information and messages do not depend on where the project was unpacked.
-if(NOT MSVC)
-  target_compile_options(ambielf_core PRIVATE
-    -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=.)
-endif()
+target_compile_options(ambielf_core PRIVATE
+  -ffile-prefix-map=${PROJECT_SOURCE_DIR}=. -ffile-prefix-map=${PROJECT_BINARY_DIR}=.)
 
 if(AMBIELF_SHARED)
   set(kind SHARED)

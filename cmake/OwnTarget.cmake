@@ -8,9 +8,5 @@ function(ambielf_own_target target)
     C_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
     COMPILE_WARNING_AS_ERROR ${AMBIELF_WERROR})
-  if(MSVC)
-    target_compile_options(${target} PRIVATE /W4 /utf-8)
-  else()
-    target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
-  endif()
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wpedantic -Wconversion -Wshadow)
 endfunction()

@@ -4,7 +4,7 @@
 
 # Tests of an optimised library need not be optimised themselves: that only costs time, and g++ 12 warns of bounds in
 # containers that it has inlined, wrongly.
-set(ambielf_test_options $<$<CONFIG:Release>:$<IF:$<CXX_COMPILER_ID:MSVC>,/O1,-O1>>)
+set(ambielf_test_options $<$<CONFIG:Release>:-O1>)
 if(CMAKE_CROSSCOMPILING)  # no package has it built for other systems, but one brings its sources
   set(ambielf_test_options -O0)  # its tests show the other system's ways, not its speed
   add_compile_options(-O0)
@@ -43,7 +43,7 @@ list(REMOVE_DUPLICATES folders)
 
 add_library(ambielf_test_support INTERFACE)
 target_compile_options(ambielf_test_support INTERFACE ${ambielf_test_options})
-target_link_libraries(ambielf_test_support INTERFACE GTest::gtest GTest::gmock)
+target_link_libraries(ambielf_test_support INTERFACE GTest::gtest)
 target_include_directories(ambielf_test_support INTERFACE ${PROJECT_SOURCE_DIR}/tests)
 target_compile_definitions(ambielf_test_support INTERFACE
   AMBIELF_TEST_DATA="${PROJECT_SOURCE_DIR}/tests/data" AMBIELF_TEST_SCRATCH="${PROJECT_BINARY_DIR}/scratch"
@@ -59,7 +59,7 @@ else()
   set(size_letter j)
 endif()
 foreach(function IN ITEMS elf_errno malloc calloc realloc _Znw${size_letter} _Zna${size_letter}
-    _Znw${size_letter}RKSt9nothrow_t _Zna${size_letter}RKSt9nothrow_t)
+    _Znw${size_letter}RKSt9nothrow_t _Zna${size_letter}RKSt9nothrow_t _ZNSt3pmr19new_delete_resourceEv)
   list(APPEND wrapped -Wl,--wrap=${function})
 endforeach()
 

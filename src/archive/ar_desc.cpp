@@ -45,7 +45,7 @@ int64_t ArDesc::initialize() {
 // The offset of the first member, or -1.
 int64_t ArDesc::read_symbol_table(HeaderWindow& window) {
   Elf_Arhdr header{};
-  TextArena names;
+  std::pmr::monotonic_buffer_resource names(std::pmr::new_delete_resource());
   const int64_t contents = readArHdr(window, names, magic_size, header);
   if (contents < 0) {
     elf_set_error(ERR_AR_SYMBOL_TABLE);

@@ -8,11 +8,11 @@
 
 #include <cstdint>
 #include <memory>
+#include <memory_resource>
 #include <vector>
 
 #include "archive/ar_member.h"
 #include "archive/ar_sym_tab.h"
-#include "archive/text_arena.h"
 #include "descriptors/file_desc.h"
 
 namespace ambielf {
@@ -35,7 +35,7 @@ struct ArDesc {
   ArMember* first_or_next_member(const ArMember* member);
 
   FileDesc* file_desc;
-  TextArena texts;  // the members' names
+  std::pmr::monotonic_buffer_resource texts{16384, std::pmr::new_delete_resource()};  // the members' names
   std::vector<ArMember> members;
   std::unique_ptr<ArSymTab> symtab;
 

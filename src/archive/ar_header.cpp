@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <cstring>
-#include <limits>
 
 #include "frame/error.h"
 #include "frame/guard.h"
@@ -43,38 +43,40 @@ int64_t name_field_size(HeaderWindow& window, uint64_t offset) {
 }
 
 constexpr bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-constexpr bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
 using FixedPart = std::array<char, fixed_part_size>;
 
 // The decimal number at `place`: white space, a sign, digits. It may run into the fields behind its own; the
 // first other byte ends it, or the end of the fixed part. Held to 32 bits.
 int32_t number_at(const FixedPart& fixed, size_t place) {
-  while (place < fixed.size() && is_space(fixed[place])) ++place;
-  bool negative = false;
-  if (place < fixed.size() && (fixed[place] == '-' || fixed[place] == '+')) negative = fixed[place++] == '-';
-  constexpr int64_t least = std::numeric_limits<int32_t>::min();
-  constexpr int64_t greatest = std::numeric_limits<int32_t>::max();
-  int64_t value = 0;
-  for (; place < fixed.size() && is_digit(fixed[place]); ++place) {
-    value = std::min(value * 10 + (fixed[place] - '0'), -least);
+  const char* const end = fixed.data() + fixed.size();
+  const char* start = std::find_if_not(fixed.data() + place, end, is_space);
+  const bool negative = start != end && *start == '-';
+  if (start != end && *start == '+' && ++start != end && *start == '-') return 0;
+  int32_t value = 0;
+  if (std::from_chars(start, end, value).ec == std::errc::result_out_of_range) {
+    value = negative ? INT32_MIN : INT32_MAX;
   }
-  return static_cast<int32_t>(negative ? -value : std::min(value, greatest));
+  return value;
+}
+
+// Room for a text of `size` bytes and its terminator, all zero. Throws std::bad_alloc.
+char* take_text(std::pmr::memory_resource& texts, size_t size) {
+  char* const text = static_cast<char*>(texts.allocate(size + 1, 1));
+  std::memset(text, 0, size + 1);
+  return text;
 }
 
 }  // namespace
 
-int64_t readArHdr(HeaderWindow& window, TextArena& texts, uint64_t offset, Elf_Arhdr& header) {
+int64_t readArHdr(HeaderWindow& window, std::pmr::memory_resource& texts, uint64_t offset,
+                  Elf_Arhdr& header) {
   return guard<int64_t>(-1, [&]() -> int64_t {
     const int64_t field_size = name_field_size(window, offset);
     if (field_size < 0) return -1;
     const size_t size = static_cast<size_t>(field_size);
 
-    char* const raw_name = texts.take(uint64_t{size} + 1);
-    if (raw_name == nullptr) {
-      elf_set_error(ERR_MEMORY);
-      return -1;
-    }
+    char* const raw_name = take_text(texts, size);
     FixedPart fixed{};
     if (window.read(offset, raw_name, size) < 0) return -1;
     const int64_t fixed_present = window.read(offset + size, fixed.data(), fixed.size());
@@ -83,11 +85,7 @@ int64_t readArHdr(HeaderWindow& window, TextArena& texts, uint64_t offset, Elf_A
     const void* const slash = std::memchr(raw_name, '/', size);
     const size_t length =
         slash == nullptr ? size : static_cast<size_t>(static_cast<const char*>(slash) - raw_name);
-    char* const name = texts.take(uint64_t{length} + 1);
-    if (name == nullptr) {
-      elf_set_error(ERR_MEMORY);
-      return -1;
-    }
+    char* const name = take_text(texts, length);
     std::memcpy(name, raw_name, length);
 
     header.ar_name = name;

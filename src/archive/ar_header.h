@@ -12,9 +12,9 @@
 #include <ambielf/ambielf.h>
 
 #include <cstdint>
+#include <memory_resource>
 
 #include "archive/header_window.h"
-#include "archive/text_arena.h"
 
 namespace ambielf {
 
@@ -26,7 +26,7 @@ inline constexpr uint64_t fixed_part_size = 44;
 //
 // Gives the offset of the byte behind the header, which is never behind the end of the file, or -1 after 4, 8
 // or 16 (the file ends before the name field does).
-int64_t readArHdr(HeaderWindow& window, TextArena& texts, uint64_t offset, Elf_Arhdr& header);
+int64_t readArHdr(HeaderWindow& window, std::pmr::memory_resource& texts, uint64_t offset, Elf_Arhdr& header);
 
 }  // namespace ambielf
 

@@ -44,7 +44,7 @@ Elf_Cmd elf_next(Elf* elf) {
   ArDesc* archive = elf->ar_desc.get();
   if (archive == nullptr) {
     if (elf->ar_member == nullptr || elf->ar_member->ar_desc == nullptr) {
-      elf_set_error(elf->ar_member == nullptr ? 6 : 60);
+      elf_set_error(elf->ar_member == nullptr ? ERR_FILE_TYPE : ERR_AR_DESCRIPTOR);
       return ELF_C_NULL;
     }
     archive = elf->ar_member->ar_desc;

@@ -1,7 +1,7 @@
-// Turning records from one byte order into the other.
+// Swaps records: turns them from one byte order into the other.
 //
-// Nothing here decides whether a record should be converted, and byte reversal is all that happens to a
-// value, apart from the rescaling of r_offset in the two relocation types for line numbers.
+// Nothing here decides whether a record should be swapped. Byte reversal is all that happens to a value, apart
+// from the rescaling of r_offset in the two relocation types for line numbers.
 #ifndef AMBIELF_BYTEORDER_BYTE_SWAP_H
 #define AMBIELF_BYTEORDER_BYTE_SWAP_H
 
@@ -12,7 +12,7 @@
 
 namespace ambielf {
 
-// Base of `Elf` and `ArSymTab`, without data.
+// Swaps single records. Base of `Elf`, without data.
 class ByteSwap {
  public:
   // Reverse the numbers of a line-number record (6 bytes) or a COFF symbol record (18 bytes) where it lies.

@@ -158,38 +158,38 @@ BlockContent content_of(AbbrevAttr pair) {
   return location && pair.form == DW_FORM_block ? BlockContent::location : BlockContent::expression;
 }
 
-void walkBlock(DwarfStream& stream, uint64_t length, BlockContent content, ExpressionWalker& expressions) {
+void walk_block(DwarfStream& stream, uint64_t length, BlockContent content, ExpressionWalker& expressions) {
   switch (content) {
     case BlockContent::bytes:
       return stream.copyBytes(length);
     case BlockContent::location:
       return expressions.walkLocation(stream, length);
     case BlockContent::expression:
-      return expressions.walkExpression(stream, length);
+      return expressions.walk_expression(stream, length);
   }
 }
 
 // A step of any kind that holds nothing else.
-inline void walkStep(DwarfStream& stream, uint16_t step, ExpressionWalker& expressions) {
+inline void walk_step(DwarfStream& stream, uint16_t step, ExpressionWalker& expressions) {
   switch (kind_of(step)) {
     case Kind::leb128:
       return stream.copyLeb128();
     case Kind::string:
       return stream.copyString();
     case Kind::block:
-      return walkBlock(stream, stream.copyUleb128Value(), content_of(step), expressions);
+      return walk_block(stream, stream.copyUleb128Value(), content_of(step), expressions);
     case Kind::block1:
-      return walkBlock(stream, stream.copySwappedValue(1), content_of(step), expressions);
+      return walk_block(stream, stream.copySwappedValue(1), content_of(step), expressions);
     case Kind::block2:
-      return walkBlock(stream, stream.copySwappedValue(2), content_of(step), expressions);
+      return walk_block(stream, stream.copySwappedValue(2), content_of(step), expressions);
     case Kind::block4:
-      return walkBlock(stream, stream.copySwappedValue(4), content_of(step), expressions);
+      return walk_block(stream, stream.copySwappedValue(4), content_of(step), expressions);
     default:
       return stream.fail();
   }
 }
 
-void walkIndirect(DwarfStream& stream, uint32_t attribute, ExpressionWalker& expressions) {
+void walk_indirect(DwarfStream& stream, uint32_t attribute, ExpressionWalker& expressions) {
   uint32_t form = DW_FORM_indirect;
   while (form == DW_FORM_indirect && stream.ok()) form = static_cast<uint32_t>(stream.copyUleb128Value());
   // The number of DW_FORM_implicit_const would be in .debug_abbrev, where no form that the stream holds has one.
@@ -197,9 +197,9 @@ void walkIndirect(DwarfStream& stream, uint32_t attribute, ExpressionWalker& exp
   const FormRule rule = rule_of(form);
   if (rule.kind == Kind::fixed) {
     const uint16_t number = SwapList::item(0, rule.bytes);
-    return stream.swapItems(rule.bytes, &number, rule.is_number ? 1 : 0);
+    return stream.swap_items(rule.bytes, &number, rule.is_number ? 1 : 0);
   }
-  walkStep(stream, step_word(rule.kind, static_cast<size_t>(content_of({attribute, form}))), expressions);
+  walk_step(stream, step_word(rule.kind, static_cast<size_t>(content_of({attribute, form}))), expressions);
 }
 
 }  // namespace
@@ -259,16 +259,16 @@ void AttrPlans::walkAttributes(DwarfStream& stream, AttrPlan plan, ExpressionWal
       case Kind::fixed: {
         const uint32_t numbers = numbers_of(step);
         const uint32_t size = *word++;
-        stream.swapItems(size, word, numbers);
+        stream.swap_items(size, word, numbers);
         word += numbers;
         break;
       }
       case Kind::indirect:
-        walkIndirect(stream, word[0] | uint32_t{word[1]} << 16, expressions);
+        walk_indirect(stream, word[0] | uint32_t{word[1]} << 16, expressions);
         word += 2;
         break;
       default:
-        walkStep(stream, step, expressions);
+        walk_step(stream, step, expressions);
     }
   }
 }

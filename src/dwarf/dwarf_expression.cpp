@@ -89,7 +89,7 @@ constexpr OperandTable for_blocks = block_table();
 constexpr OperandTable published = published_table();
 
 // The low four bits of an encoding say how the pointer is held.
-void walkEncodedPointer(DwarfStream& stream) {
+void walk_encoded_pointer(DwarfStream& stream) {
   constexpr uint32_t DW_EH_PE_omit = 0xff;
   const uint32_t encoding = stream.copySwappedValue(1);
   if (encoding == DW_EH_PE_omit) return;
@@ -113,7 +113,7 @@ void walkEncodedPointer(DwarfStream& stream) {
 }
 
 // Passes an operand. The result is the length of the expression that follows, for that kind, else 0.
-uint64_t walkOperand(DwarfStream& stream, Operand operand) {
+uint64_t walk_operand(DwarfStream& stream, Operand operand) {
   switch (operand) {
     case Operand::none:
       break;
@@ -141,7 +141,7 @@ uint64_t walkOperand(DwarfStream& stream, Operand operand) {
     case Operand::expression:
       return stream.copyUleb128Value();
     case Operand::encoded:
-      walkEncodedPointer(stream);
+      walk_encoded_pointer(stream);
       break;
     case Operand::unknown:
       stream.fail();
@@ -164,8 +164,8 @@ void ExpressionWalker::walk(DwarfStream& stream, uint64_t length, const Table& t
       outer_ends_.pop_back();
     }
     const Operands operands = table[stream.copySwappedValue(1)];
-    const uint64_t inner_length = walkOperand(stream, operands.first);
-    if (operands.second != Operand::none) walkOperand(stream, operands.second);
+    const uint64_t inner_length = walk_operand(stream, operands.first);
+    if (operands.second != Operand::none) walk_operand(stream, operands.second);
     if (stream.offset() > end || inner_length > end - stream.offset()) return stream.fail();
     if (inner_length != 0) {
       outer_ends_.push_back(end);
@@ -178,7 +178,7 @@ void ExpressionWalker::walkLocation(DwarfStream& stream, uint64_t length) {
   walk(stream, length, for_blocks);
 }
 
-void ExpressionWalker::walkExpression(DwarfStream& stream, uint64_t length) {
+void ExpressionWalker::walk_expression(DwarfStream& stream, uint64_t length) {
   walk(stream, length, published);
 }
 

@@ -18,7 +18,7 @@ class ExpressionWalker {
   // Pass an expression of `length` bytes; an operand that leaves them fails the stream. The first goes by the table
   // for DW_FORM_block, the second by the published one. Throw std::bad_alloc.
   void walkLocation(DwarfStream& stream, uint64_t length);
-  void walkExpression(DwarfStream& stream, uint64_t length);
+  void walk_expression(DwarfStream& stream, uint64_t length);
 
  private:
   template <class Table>

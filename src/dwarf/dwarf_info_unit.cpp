@@ -8,7 +8,7 @@ namespace {
 
 // Passes the header and gives the unit's offset into .debug_abbrev. Version 5 has fields of its own for each
 // type of unit (chapter 7.5.1); every other version number has the header of version 2.
-uint32_t walkUnitHeader(DwarfStream& stream) {
+uint32_t walk_unit_header(DwarfStream& stream) {
   stream.swapItem(4);  // unit_length
   const uint32_t version = stream.copySwappedValue(2);
   if (version != 5) {
@@ -41,7 +41,7 @@ uint32_t walkUnitHeader(DwarfStream& stream) {
 }  // namespace
 
 uint32_t InfoUnitWalker::walk(DwarfStream& stream, bool header_only) {
-  const uint32_t abbrev_offset = walkUnitHeader(stream);
+  const uint32_t abbrev_offset = walk_unit_header(stream);
   const uint32_t header = static_cast<uint32_t>(stream.offset());
   if (header_only) return header;
   const std::optional<AbbrevSet> set = store_.find_set(abbrev_offset);

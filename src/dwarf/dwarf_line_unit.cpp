@@ -20,22 +20,22 @@ struct LineUnitWalker::Program {
 namespace {
 
 // File names, in a table or in DW_LNE_define_file.
-void walkFileName(DwarfStream& stream) {
+void walk_file_name(DwarfStream& stream) {
   stream.copyString();
   stream.copyLeb128();  // directory index
   stream.copyLeb128();  // time
   stream.copyLeb128();  // length
 }
 
-void walkNameTables(DwarfStream& stream) {
+void walk_name_tables(DwarfStream& stream) {
   while (!stream.zero_ahead()) stream.copyString();
   stream.copyBytes(1);
-  while (!stream.zero_ahead()) walkFileName(stream);
+  while (!stream.zero_ahead()) walk_file_name(stream);
   stream.copyBytes(1);
 }
 
 // The length counts the sub-opcode and its operands, and is a single byte.
-void walkExtended(DwarfStream& stream) {
+void walk_extended(DwarfStream& stream) {
   const uint32_t length = stream.copySwappedValue(1);
   switch (stream.copySwappedValue(1)) {
     case DW_LNE_end_sequence:
@@ -43,13 +43,13 @@ void walkExtended(DwarfStream& stream) {
     case DW_LNE_set_address:
       return stream.swapItem(4);
     case DW_LNE_define_file:
-      return walkFileName(stream);
+      return walk_file_name(stream);
     default:
       return stream.copyBytes(length > 1 ? length - 1 : 0);
   }
 }
 
-void walkPublishedExtended(DwarfStream& stream) {
+void walk_published_extended(DwarfStream& stream) {
   const uint64_t length = stream.copyUleb128Value();
   if (length == 0 || length > stream.remaining()) return stream.fail();
   const uint64_t end = stream.offset() + length;
@@ -59,7 +59,7 @@ void walkPublishedExtended(DwarfStream& stream) {
       stream.swapItem(4);
       break;
     case DW_LNE_define_file:
-      walkFileName(stream);
+      walk_file_name(stream);
       break;
     default:
       break;
@@ -71,7 +71,7 @@ void walkPublishedExtended(DwarfStream& stream) {
 }  // namespace
 
 // An entry format, the number of entries, and the entries. Where the format has no bytes, so have they all.
-void LineUnitWalker::walkEntryTable(DwarfStream& stream) {
+void LineUnitWalker::walk_entry_table(DwarfStream& stream) {
   plans_.clear();
   plans_.begin();
   for (uint32_t pairs = stream.copySwappedValue(1); pairs != 0 && stream.ok(); --pairs) {
@@ -84,7 +84,7 @@ void LineUnitWalker::walkEntryTable(DwarfStream& stream) {
   for (uint64_t i = 0; i < count && stream.ok(); ++i) plans_.walkAttributes(stream, entry, expressions_);
 }
 
-void LineUnitWalker::walkProgramHeader(DwarfStream& stream, Program& program) {
+void LineUnitWalker::walk_program_header(DwarfStream& stream, Program& program) {
   stream.swapItem(4);  // unit_length
   program.version = stream.copySwappedValue(2);
   if (program.version == 5) stream.copyBytes(2);  // address_size, segment_selector_size
@@ -111,12 +111,12 @@ void LineUnitWalker::walkProgramHeader(DwarfStream& stream, Program& program) {
 
 uint32_t LineUnitWalker::walk(DwarfStream& stream, bool /*header_only*/) {
   Program program;
-  walkProgramHeader(stream, program);
+  walk_program_header(stream, program);
   if (program.version == 5) {
-    walkEntryTable(stream);  // directories
-    walkEntryTable(stream);  // files
+    walk_entry_table(stream);  // directories
+    walk_entry_table(stream);  // files
   } else {
-    walkNameTables(stream);
+    walk_name_tables(stream);
   }
   const bool published = program.published();
   const bool has_fixed_advance = published && program.opcode_base > DW_LNS_fixed_advance_pc;
@@ -124,7 +124,7 @@ uint32_t LineUnitWalker::walk(DwarfStream& stream, bool /*header_only*/) {
     const uint32_t op = stream.copySwappedValue(1);
     for (unsigned left = program.leb128_operands[op]; left != 0; --left) stream.copyLeb128();
     if (op == DW_LNS_extended) {
-      published ? walkPublishedExtended(stream) : walkExtended(stream);
+      published ? walk_published_extended(stream) : walk_extended(stream);
     } else if (op == DW_LNS_fixed_advance_pc && has_fixed_advance) {
       stream.swapItem(2);
     }

@@ -71,7 +71,7 @@ class DwarfStream {
 
   // Several items whose sizes are known: `size` bytes, and among them `count` numbers as a SwapList notes them, the
   // first behind the stream's place.
-  void swapItems(uint32_t size, const uint16_t* numbers, uint32_t count) {
+  void swap_items(uint32_t size, const uint16_t* numbers, uint32_t count) {
     if (size > remaining()) return fail();
     if (count != 0) swaps_.add_items(offset(), numbers, count);
     cursor_ += size;

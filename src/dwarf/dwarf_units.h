@@ -54,8 +54,8 @@ class LineUnitWalker : public UnitWalker {
  private:
   struct Program;
 
-  void walkProgramHeader(DwarfStream& stream, Program& program);
-  void walkEntryTable(DwarfStream& stream);
+  void walk_program_header(DwarfStream& stream, Program& program);
+  void walk_entry_table(DwarfStream& stream);
 
   AttrPlans plans_;
   ExpressionWalker expressions_;

@@ -1,27 +1,17 @@
 #include "dwarf/raw_units.h"
 
 #include <algorithm>
+#include <functional>
+#include <string_view>
 
 #include "frame/checked.h"
 
 namespace ambielf {
 namespace {
 
-uint32_t checksum_of(const unsigned char* bytes, size_t size) {
-  constexpr uint64_t odd_factor = 0x9e3779b97f4a7c15;
-  uint64_t sum = size;
-  const auto mix = [&](uint64_t word) {
-    sum = (sum ^ word) * odd_factor;
-    sum ^= sum >> 32;
-  };
-  size_t done = 0;
-  for (; size - done >= 8; done += 8) mix(load<uint64_t>(bytes + done));
-  for (; done < size; ++done) mix(bytes[done]);
-  return static_cast<uint32_t>(sum);
-}
-
 uint32_t checksum_of(const RawUnit& unit, const unsigned char* block) {
-  return checksum_of(block + unit.offset + unit.header, unit.length - unit.header);
+  const char* const bytes = reinterpret_cast<const char*>(block) + unit.offset + unit.header;
+  return static_cast<uint32_t>(std::hash<std::string_view>()({bytes, unit.length - unit.header}));
 }
 
 }  // namespace

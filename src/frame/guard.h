@@ -1,5 +1,7 @@
-// The one place where exceptions end: the body of every exported function that can meet one runs inside
-// guard. Containers and allocation are the only sources, so the answer is code 4 and the failure value.
+// The one place where exceptions end: the body of every exported function that can meet one runs inside guard.
+//
+// Containers throw when memory is short, and a caller's read swap controller may throw anything. Either way the
+// call reports code 4 and returns its failure value.
 #ifndef AMBIELF_FRAME_GUARD_H
 #define AMBIELF_FRAME_GUARD_H
 

@@ -1,4 +1,4 @@
-// The readers below the interface: codes that an archive's descriptor replaces by its own, and names that take room.
+// The readers below the interface: codes that an archive's descriptor replaces by its own.
 #include "archive/ar_desc.h"
 #include "archive/ar_header.h"
 #include "frame/error.h"
@@ -16,7 +16,7 @@ struct Read {
 Read read_header(const TempFile& file, uint64_t offset, uint64_t file_size) {
   elf_errno();
   HeaderWindow window(file.id(), file_size);
-  TextArena texts;
+  std::pmr::monotonic_buffer_resource texts;
   Elf_Arhdr header{};
   EXPECT_TRUE(window.initialize());
   const int64_t result = readArHdr(window, texts, offset, header);
@@ -90,23 +90,6 @@ TEST(ArchiveReaders, ListGoesOnFromItsOwnMembersOnly) {
   for (const ArMember* const last :
        {static_cast<const ArMember*>(second), static_cast<const ArMember*>(&stranger)}) {
     EXPECT_TRUE(failed(archive.first_or_next_member(last), nullptr, 13));
-  }
-}
-
-// Strings stay where they are, apart from each other and zeroed, whatever sizes come in which order.
-TEST(ArchiveReaders, ArenaKeepsItsStrings) {
-  TextArena arena;
-  std::vector<std::pair<char*, size_t>> taken;
-  for (size_t i = 0; i < 3000; ++i) {
-    const size_t size = i % 50 == 0 ? 5000 + i : 1 + i % 37;
-    char* const text = arena.take(size);
-    ASSERT_NE(text, nullptr);
-    for (size_t j = 0; j < size; ++j) ASSERT_EQ(text[j], 0);
-    std::fill_n(text, size, static_cast<char>(i));
-    taken.emplace_back(text, size);
-  }
-  for (size_t i = 0; i < taken.size(); ++i) {
-    for (size_t j = 0; j < taken[i].second; ++j) ASSERT_EQ(taken[i].first[j], static_cast<char>(i));
   }
 }
 

@@ -323,7 +323,7 @@ TEST(AllocationFailureCode, TellsWhatWasMissed) {
   elf_version(EV_CURRENT);
   for (const Row& row :
        {Row{"object", object, ELF_C_READ, {55, 48, 4}}, Row{"new object", {}, ELF_C_WRITE, {55, 48}},
-        Row{"archive", archive, ELF_C_READ, {55, 57, 48, 4, 10, 10}}}) {
+        Row{"archive", archive, ELF_C_READ, {55, 57, 48, 4, 10, 4}}}) {
     for (size_t n = 0; n < row.codes.size(); ++n) {
       const TempFile file(row.input);
       Elf* elf = nullptr;

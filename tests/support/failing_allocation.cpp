@@ -1,6 +1,7 @@
 #include "support/failing_allocation.h"
 
 #include <cstdlib>
+#include <memory_resource>
 #include <new>
 #include <utility>
 
@@ -88,3 +89,13 @@ void* wrap_new_nothrow(size_t size, const std::nothrow_t&) {
 void* wrap_new_array_nothrow(size_t size, const std::nothrow_t&) {
   return is_to_fail() ? nullptr : uncounted(real_new_array, size);
 }
+
+// The C++ library's own resource calls operator new out of the linker's sight.
+static struct : std::pmr::memory_resource {
+  void* do_allocate(size_t size, size_t) override { return ::operator new(size); }
+  void do_deallocate(void* block, size_t, size_t) override { ::operator delete(block); }
+  bool do_is_equal(const memory_resource& other) const noexcept override { return this == &other; }
+} resource;
+
+std::pmr::memory_resource* wrap_resource() __asm__("__wrap__ZNSt3pmr19new_delete_resourceEv");
+std::pmr::memory_resource* wrap_resource() { return &resource; }
