@@ -45,7 +45,7 @@ OutputFile::OutputFile(const std::string& path) : path_(path) {
   std::random_device random;
   for (int attempt = 0; file_.id() == -1; ++attempt) {
     temporary_ = path_;
-    temporary_ += "." + std::to_string(random()) + ".tmp";
+    temporary_ += std::string(".").append(std::to_string(random())).append(".tmp");
     // Exclusive, so that nobody's file or link is written through.
     try {
       file_ = File(temporary_.string().c_str(), O_RDWR | O_CREAT | O_EXCL, 0600);

@@ -526,7 +526,7 @@ struct State {
     return {std::move(bytes), done};
   }
   static size_t clip(uint64_t size) noexcept {
-    return static_cast<size_t>(std::min<uint64_t>(size, PTRDIFF_MAX));
+    return static_cast<size_t>(std::min<uint64_t>(size, PTRDIFF_MAX - 1));
   }
 };
 
