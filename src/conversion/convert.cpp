@@ -67,12 +67,12 @@ int32_t count_of(uint32_t size, uint32_t entry) {
 int32_t Conversion::walk(SectionKind kind) {
   const DebugWalk walk = {kind,      block.scn->elf,    !to_file || force,
                           on_load(), value_before_swap, {&block.translated_units, &block.raw_units}};
-  RawUnits passed;
-  const bool complete = walk_debug_section(walk, bytes, present(), destination, passed);
+  RawUnits unconverted;
+  const bool complete = walk_debug_section(walk, bytes, present(), destination, unconverted);
   if (force) {
-    block.translated_units = std::move(passed);
+    block.translated_units = std::move(unconverted);
   } else if (!to_file) {
-    block.raw_units = std::move(passed);
+    block.raw_units = std::move(unconverted);
   }
   if (!complete) {
     elf_set_error(ERR_MEMORY);

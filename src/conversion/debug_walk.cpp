@@ -8,23 +8,23 @@
 namespace ambielf {
 
 bool walk_debug_section(const DebugWalk& walk, const unsigned char* data, uint32_t size,
-                        DestBuffer& destination, RawUnits& passed) {
+                        DestBuffer& destination, RawUnits& unconverted) {
   const UnitBlock block = {data, size, walk.value_before_swap};
   if (walk.kind == SectionKind::debug_line) {
     LineUnitWalker walker;
-    return walkUnits(block, walker, walk.before, passed, destination);
+    return walk_units(block, walker, walk.before, unconverted, destination);
   }
   const AbbrevStore* store = nullptr;
   try {
     store = &loadAbbrevStore(*walk.elf, walk.may_load, walk.on_load);
   } catch (const std::exception&) {
-    passed = RawUnits(walk.value_before_swap);
-    passed.stop(0);
+    unconverted = RawUnits(walk.value_before_swap);
+    unconverted.stop(0);
     destination.move(data, size);
     return false;
   }
   InfoUnitWalker walker(*store);
-  return walkUnits(block, walker, walk.before, passed, destination);
+  return walk_units(block, walker, walk.before, unconverted, destination);
 }
 
 }  // namespace ambielf

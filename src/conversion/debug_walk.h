@@ -25,12 +25,12 @@ struct DebugWalk {
 };
 
 // Sends the `size` bytes at `data` to the sink, converted unit by unit; a unit that cannot be walked inside its bounds
-// goes through as it is and is noted in `passed`, a new list. Exactly `size` bytes reach the sink.
+// goes through as it is and is noted in `unconverted`, a new list. Exactly `size` bytes reach the sink.
 //
 // Reports nothing, but for the code of a .debug_abbrev that cannot be loaded, which stays stored; the walk goes
 // on as if there were none. False if memory ran out: from some unit on, all is passed, and noted, as it is.
 bool walk_debug_section(const DebugWalk& walk, const unsigned char* data, uint32_t size,
-                        DestBuffer& destination, RawUnits& passed);
+                        DestBuffer& destination, RawUnits& unconverted);
 
 }  // namespace ambielf
 

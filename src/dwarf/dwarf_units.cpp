@@ -67,9 +67,9 @@ BlockWalk::Place BlockWalk::measure(uint32_t offset) {
 
 }  // namespace
 
-bool walkUnits(const UnitBlock& block, UnitWalker& walker, std::span<const RawUnits* const> before,
-               RawUnits& passed, DestBuffer& destination) {
-  passed = RawUnits(block.value_before_swap);
+bool walk_units(const UnitBlock& block, UnitWalker& walker, std::span<const RawUnits* const> before,
+                RawUnits& unconverted, DestBuffer& destination) {
+  unconverted = RawUnits(block.value_before_swap);
   BlockWalk walk(block, walker, before);
   bool complete = true;
   uint32_t sent = 0;  // raw bytes wait until a unit follows that is none
@@ -78,10 +78,10 @@ bool walkUnits(const UnitBlock& block, UnitWalker& walker, std::span<const RawUn
     BlockWalk::Place place = {block.size - offset, 0, false};
     try {
       place = walk.measure(offset);
-      if (!place.converts || place.header != 0) passed.add(offset, place.length, place.header);
+      if (!place.converts || place.header != 0) unconverted.add(offset, place.length, place.header);
     } catch (const std::exception&) {  // out of memory, or at a container's limit
       place = {block.size - offset, 0, false};
-      passed.stop(offset);
+      unconverted.stop(offset);
       complete = false;
     }
     if (place.converts) {
@@ -92,7 +92,7 @@ bool walkUnits(const UnitBlock& block, UnitWalker& walker, std::span<const RawUn
     offset += place.length;
   }
   destination.move(block.bytes + sent, block.size - sent);
-  passed.seal(block.bytes);
+  unconverted.seal(block.bytes);
   return complete;
 }
 

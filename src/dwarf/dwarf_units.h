@@ -69,12 +69,12 @@ struct UnitBlock {
 };
 
 // Sends the block to the sink, its units converted; the sink's write position may be the block itself. Exactly
-// `size` bytes reach the sink. What passes as it is gets noted in `passed`, a new list. `before` are the lists of
+// `size` bytes reach the sink. What passes as it is gets noted in `unconverted`, a new list. `before` are the lists of
 // walks in the other direction, which this one goes back.
 //
 // False if memory ran out: the bytes from some unit on are passed, and noted, as they are.
-bool walkUnits(const UnitBlock& block, UnitWalker& walker, std::span<const RawUnits* const> before,
-               RawUnits& passed, DestBuffer& destination);
+bool walk_units(const UnitBlock& block, UnitWalker& walker, std::span<const RawUnits* const> before,
+                RawUnits& unconverted, DestBuffer& destination);
 
 }  // namespace ambielf
 

@@ -46,7 +46,7 @@ bool force_header(Elf& elf) {
 }
 
 // Places a block behind what its section holds so far. False after 29.
-bool update_layout(DataDesc& block, uint64_t& extent) {
+bool place_block(DataDesc& block, uint64_t& extent) {
   const uint64_t start = align_offset(extent, static_cast<uint32_t>(block.d_align));
   if (!move_to(extent, start + block.d_size)) return false;
   block.d_off = static_cast<int32_t>(start);
@@ -54,11 +54,11 @@ bool update_layout(DataDesc& block, uint64_t& extent) {
 }
 
 // Places a section and its blocks. False after 29.
-bool place(Elf_Scn& scn, uint64_t& offset) {
+bool place_section(Elf_Scn& scn, uint64_t& offset) {
   uint64_t extent = 0;
   uint32_t alignment = scn.shdr->sh_addralign;
   for (const std::unique_ptr<DataDesc>& block : scn.data()) {
-    if (!update_layout(*block, extent)) return false;
+    if (!place_block(*block, extent)) return false;
     alignment = std::max(alignment, static_cast<uint32_t>(block->d_align));
     if (block->changed) scn.dirty = true;
   }
@@ -70,7 +70,7 @@ bool place(Elf_Scn& scn, uint64_t& offset) {
 }
 
 // Measures a section that the caller has placed. False after 29, or 30 when its blocks reach past its end.
-bool measure(Elf_Scn& scn, uint64_t& offset) {
+bool measure_section(Elf_Scn& scn, uint64_t& offset) {
   uint64_t extent = 0;
   for (const std::unique_ptr<DataDesc>& block : scn.data()) {
     extent = std::max(extent, uint64_t{static_cast<uint32_t>(block->d_off)} + block->d_size);
@@ -85,7 +85,7 @@ bool measure(Elf_Scn& scn, uint64_t& offset) {
   return move_to(offset, std::max(offset, end));
 }
 
-bool update_layout(Elf_Scn& scn, uint64_t& offset) {
+bool lay_out_loaded(Elf_Scn& scn, uint64_t& offset) {
   const bool caller_laid = scn.elf->layout;
   Elf32_Shdr& shdr = *scn.shdr;
   // Without a name it counts as the null section.
@@ -95,22 +95,22 @@ bool update_layout(Elf_Scn& scn, uint64_t& offset) {
     return true;
   }
   if (shdr.sh_type == SHT_NULL) return true;
-  return caller_laid ? measure(scn, offset) : place(scn, offset);
+  return caller_laid ? measure_section(scn, offset) : place_section(scn, offset);
 }
 
-bool update_layout(Elf& elf, const Elf32_Shdr& not_loaded, uint64_t& offset, uint32_t& new_offset) {
+bool lay_out_not_loaded(Elf& elf, const Elf32_Shdr& not_loaded, uint64_t& offset, uint32_t& new_offset) {
   if (!elf.layout && !move_to(offset, align_offset(offset, not_loaded.sh_addralign))) return false;
   new_offset = static_cast<uint32_t>(offset);
   return not_loaded.sh_type == SHT_NOBITS || move_to(offset, offset + not_loaded.sh_size);
 }
 
-bool walk_sections(Elf& elf, NewOffsets& new_offsets, uint64_t& offset) {
+bool lay_out_sections(Elf& elf, NewOffsets& new_offsets, uint64_t& offset) {
   new_offsets.assign(elf.shdrs.size(), 0);
   for (size_t index = 0; index < elf.shdrs.size(); ++index) {
     Elf_Scn* const scn = elf.loaded_scn(index);
     if (scn == nullptr) {
-      if (!update_layout(elf, *elf.shdrs[index], offset, new_offsets[index])) return false;
-    } else if (!update_layout(*scn, offset)) {
+      if (!lay_out_not_loaded(elf, *elf.shdrs[index], offset, new_offsets[index])) return false;
+    } else if (!lay_out_loaded(*scn, offset)) {
       // The one way on which a section's flag reaches the descriptor's.
       if (scn->dirty) elf.dirty = true;
       return false;
@@ -146,7 +146,8 @@ int32_t update_layout(Elf& elf, NewOffsets& new_offsets) {
     return -1;
   }
   uint64_t offset = sizeof(Elf32_Ehdr);
-  if (!force_header(elf) || !walk_sections(elf, new_offsets, offset) || !place_tables(elf, offset)) return -1;
+  if (!force_header(elf) || !lay_out_sections(elf, new_offsets, offset) || !place_tables(elf, offset))
+    return -1;
   if (offset > INT32_MAX) {
     elf_set_error(ERR_UPDATE);
     return -1;
