@@ -16,7 +16,7 @@ if(NOT TARGET CLI11::CLI11)
   return()
 endif()
 
-file(GLOB tool_sources CONFIGURE_DEPENDS tools/*.cpp tools/*.h)
+file(GLOB tool_sources CONFIGURE_DEPENDS tools/*.cpp tools/*.h tools/*/*.cpp tools/*/*.h)
 add_executable(ambielf_tool ${tool_sources})
 ambielf_own_target(ambielf_tool)
 target_link_libraries(ambielf_tool PRIVATE ambielf::ambielf CLI11::CLI11)

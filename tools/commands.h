@@ -14,6 +14,7 @@ namespace ambielf::tools {
 class Report;
 
 void add_copy(CLI::App& app, Report& report);
+void add_flip(CLI::App& app, Report& report);
 void add_remove(CLI::App& app, Report& report);
 void add_size(CLI::App& app, Report& report);
 void add_strip(CLI::App& app, Report& report);

@@ -25,6 +25,7 @@ int run(int argc, char** argv) {
   app.require_subcommand(1);
   Report report;
   add_copy(app, report);
+  add_flip(app, report);
   add_remove(app, report);
   add_size(app, report);
   add_strip(app, report);
