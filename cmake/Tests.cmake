@@ -28,6 +28,9 @@ if(WIN32)
 else()
   list(FILTER test_sources EXCLUDE REGEX "_windows_test\\.cpp$")
 endif()
+if(NOT TARGET ambielf_tool)
+  list(FILTER test_sources EXCLUDE REGEX "/tests/tools/")
+endif()
 set(folders "")
 foreach(source IN LISTS test_sources)
   file(RELATIVE_PATH relative ${PROJECT_SOURCE_DIR}/tests ${source})
@@ -47,7 +50,8 @@ target_link_libraries(ambielf_test_support INTERFACE GTest::gtest)
 target_include_directories(ambielf_test_support INTERFACE ${PROJECT_SOURCE_DIR}/tests)
 target_compile_definitions(ambielf_test_support INTERFACE
   AMBIELF_TEST_DATA="${PROJECT_SOURCE_DIR}/tests/data" AMBIELF_TEST_SCRATCH="${PROJECT_BINARY_DIR}/scratch"
-  AMBIELF_EXAMPLES_DIR="${PROJECT_BINARY_DIR}/examples")
+  AMBIELF_EXAMPLES_DIR="${PROJECT_BINARY_DIR}/examples"
+  AMBIELF_TOOL="${PROJECT_BINARY_DIR}/tools/ambielf${CMAKE_EXECUTABLE_SUFFIX}")
 file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/scratch)
 # tests/support/failing_allocation.cpp stands between the tests and the allocators, reported_codes.cpp before elf_errno.
 set(reported_codes ${PROJECT_BINARY_DIR}/reported_codes)
@@ -85,3 +89,6 @@ foreach(folder IN LISTS folders)
   gtest_discover_tests(${program} TEST_PREFIX ${folder}/ DISCOVERY_TIMEOUT 120 ${discovery}
     PROPERTIES TIMEOUT 300 FIXTURES_SETUP all_tests)
 endforeach()
+if(TARGET tools_tests)
+  add_dependencies(tools_tests ambielf_tool)
+endif()

@@ -13,8 +13,12 @@ namespace ambielf::tools {
 
 class Report;
 
+void add_archive(CLI::App& app, Report& report);
+void add_archive_symbols(CLI::App& app, Report& report);
 void add_copy(CLI::App& app, Report& report);
+void add_extract(CLI::App& app, Report& report);
 void add_flip(CLI::App& app, Report& report);
+void add_members(CLI::App& app, Report& report);
 void add_remove(CLI::App& app, Report& report);
 void add_size(CLI::App& app, Report& report);
 void add_strip(CLI::App& app, Report& report);

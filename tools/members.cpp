@@ -1,0 +1,36 @@
+// ambielf members: the names of an archive's members, in its order.
+#include <CLI/CLI.hpp>
+#include <string>
+
+#include "archive_file.h"
+#include "commands.h"
+#include "output.h"
+
+namespace ambielf::tools {
+
+namespace {
+
+void print(const std::string& file, Output& out) {
+  const Contents contents(file);
+  out.limit(Output::limit_for(contents.size()));
+  ArchiveFile(file, contents).each_member([&](const ArchiveMember& member) {
+    out.name(member.name()).character('\n');
+  });
+}
+
+}  // namespace
+
+void add_members(CLI::App& app, Report& report) {
+  const auto file = std::make_shared<std::string>();
+  CLI::App* const command = app.add_subcommand("members", "Prints the names of an archive's members.");
+  command->add_option("FILE", *file, "The archive")->required();
+  command->callback([file, &report] {
+    report.attempt(*file, [&] {
+      Output out;
+      report.attempt(*file, [&] { print(*file, out); });  // the members before a fault are printed, too
+      out.flush();
+    });
+  });
+}
+
+}  // namespace ambielf::tools
