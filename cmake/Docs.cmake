@@ -22,13 +22,29 @@ if(AWK)
   endif()
 endif()
 
+# The site: the documents, the reference of both headers and, where mandoc is found, the man pages.
 find_program(DOXYGEN doxygen)
+find_program(MANDOC mandoc)
 if(DOXYGEN)
+  set(site ${PROJECT_BINARY_DIR}/docs/html)
+  if(AWK AND MANDOC)
+    file(GLOB command_pages CONFIGURE_DEPENDS docs/man/*.1)
+    set(pages_as_html COMMAND ${PROJECT_SOURCE_DIR}/scripts/man-html ${site}/man)
+    file(STRINGS cmake/exports.txt functions)
+    list(TRANSFORM functions REPLACE "(.+)" "${man_pages}/man3/\\1.3" OUTPUT_VARIABLE pages)
+    list(APPEND pages_as_html ${man_pages}/man7/ambielf.7 ${command_pages} ${pages})
+  else()
+    set(front_page_filter "*/index.md=\"sed '/^The man pages/,$d'\"")
+  endif()
   configure_file(docs/Doxyfile.in ${PROJECT_BINARY_DIR}/Doxyfile @ONLY)
   add_custom_target(docs
     COMMAND ${CMAKE_COMMAND} -E rm -rf ${PROJECT_BINARY_DIR}/docs
     COMMAND ${CMAKE_COMMAND} -E make_directory ${PROJECT_BINARY_DIR}/docs
     COMMAND ${DOXYGEN} ${PROJECT_BINARY_DIR}/Doxyfile
+    ${pages_as_html}
     WORKING_DIRECTORY ${PROJECT_BINARY_DIR}
     COMMENT "Writing the manual to docs/html")
+  if(TARGET man)
+    add_dependencies(docs man)
+  endif()
 endif()

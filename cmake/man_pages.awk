@@ -154,6 +154,12 @@ function function_page(declaration,  name, file, n, i, list) {
   match(declaration, /elf[a-z0-9_]*\(/)
   name = substr(declaration, RSTART, RLENGTH - 1)
   if (!(name in exported)) { print name " is not exported" > "/dev/stderr"; exit failed = 1 }
+  list[1] = substr(declaration, index(declaration, "(") + 1)
+  n = list[1] ~ /^void\)/ ? 0 : split(list[1], list, ", ")
+  if (n != parameters || (result == "") != (declaration ~ /^AMBIELF_API void elf/)) {
+    print name ": a parameter or the result is not described" > "/dev/stderr"
+    exit failed = 1
+  }
   count++
   codes_of[name] = codes
   group_functions[groups] = group_functions[groups] " " name
