@@ -19,6 +19,7 @@ void add_copy(CLI::App& app, Report& report);
 void add_extract(CLI::App& app, Report& report);
 void add_flip(CLI::App& app, Report& report);
 void add_members(CLI::App& app, Report& report);
+void add_list(CLI::App& app, Report& report);
 void add_remove(CLI::App& app, Report& report);
 void add_size(CLI::App& app, Report& report);
 void add_strip(CLI::App& app, Report& report);

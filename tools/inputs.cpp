@@ -67,12 +67,14 @@ void refuse_unreadable(const Object& object) {
 
 void visit_object(Report& report, std::string_view path, std::string_view member, char* image, size_t size,
                   const ObjectVisitor& visit) {
-  report.attempt(name_of(path, member), [&] {
-    if (kind_of({image, size}) != FileKind::object) throw Refusal("is an archive inside an archive");
-    const Object object(image, size);
-    refuse_unreadable(object);
-    visit({path, member, object, size});
-  });
+  report.attempt([&] { return name_of(path, member); },
+                 [&] {
+                   if (kind_of({image, size}) != FileKind::object)
+                     throw Refusal("is an archive inside an archive");
+                   const Object object(image, size);
+                   refuse_unreadable(object);
+                   visit({path, member, object, size});
+                 });
 }
 
 void for_each_object(Report& report, const std::string& path, const ObjectVisitor& visit) {

@@ -87,7 +87,7 @@ void Output::flush() {
   const size_t written = std::fwrite(buffer_.data(), 1, used_, stdout);
   const bool whole = written == used_ && std::fflush(stdout) == 0;
   used_ = 0;
-  if (!whole) throw Refusal(std::string("standard output: ") + std::strerror(errno));
+  if (!whole) throw Stop(std::string("standard output: ") + std::strerror(errno));
 }
 
 }  // namespace ambielf::tools

@@ -13,7 +13,7 @@ namespace ambielf::tools {
 // break no line.
 void append_visible(std::string& to, std::string_view text);
 
-// Failures of the device are thrown as a Refusal by flush(), and by the call that fills the buffer. The destructor
+// Failures of the device are thrown as a Stop by flush(), and by the call that fills the buffer. The destructor
 // drops what was not flushed.
 class Output {
  public:
@@ -36,10 +36,10 @@ class Output {
 
   void flush();
 
-  // At most `bytes` more can be put out; beyond, a Refusal is thrown. Hostile files have short records with long
+  // At most `bytes` more can be put out; beyond, a Stop is thrown. Hostile files have short records with long
   // names, and would keep a listing busy for hours. A file's own share is what limit_for says.
   void limit(uint64_t bytes) { left_ = bytes; }
-  static uint64_t limit_for(uint64_t file_size) { return (uint64_t{64} << 20) + 256 * file_size; }
+  static uint64_t limit_for(uint64_t file_size) { return (uint64_t{64} << 20) + 64 * file_size; }
 
  private:
   Output& long_text(std::string_view text);

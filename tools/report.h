@@ -2,9 +2,11 @@
 #ifndef AMBIELF_TOOLS_REPORT_H
 #define AMBIELF_TOOLS_REPORT_H
 
+#include <exception>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 namespace ambielf::tools {
 
@@ -17,6 +19,12 @@ class Refusal : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
+// A Refusal after which no other part of the file is tried.
+class Stop : public Refusal {
+ public:
+  using Refusal::Refusal;
+};
+
 class Report {
  public:
   // "ambielf: NAME: WHY" on standard error. The exit status will be 1.
@@ -24,16 +32,36 @@ class Report {
   // The same line, but the exit status stays.
   void warning(std::string_view name, std::string_view what);
 
-  // Runs `work`, and reports what it throws as a failure of the file `name`. Whether it came to its end.
-  template <class Work>
-  bool attempt(std::string_view name, Work&& work) {
+  // Runs `work`, and reports what it throws as a failure of the file `name`: a text, or what makes one when it is
+  // needed. Whether it came to its end.
+  template <class Name, class Work>
+  bool attempt(const Name& name, Work&& work) {
     try {
       work();
       return true;
     } catch (...) {
-      current_exception(name);
+      if constexpr (std::is_invocable_v<const Name&>) {
+        current_exception(name());
+      } else {
+        current_exception(name);
+      }
       return false;
     }
+  }
+
+  // The same for a part of a file: a Stop goes on to whoever works on the file.
+  template <class Name, class Work>
+  bool attempt_part(const Name& name, Work&& work) {
+    std::exception_ptr stop;
+    const bool done = attempt(name, [&] {
+      try {
+        work();
+      } catch (const Stop&) {
+        stop = std::current_exception();
+      }
+    });
+    if (stop) std::rethrow_exception(stop);
+    return done;
   }
 
   Status status() const { return status_; }

@@ -1,0 +1,86 @@
+#include "json.h"
+
+namespace ambielf::tools {
+
+namespace {
+
+// Bytes in the UTF-8 sequence that `text` begins with; 0 if it begins with none. Overlong forms, surrogates and
+// numbers above 0x10ffff are none.
+size_t utf8_sequence(std::string_view text) {
+  const auto byte = [&](size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U; };
+  const unsigned first = byte(0);
+  const size_t size = first < 0x80                    ? 1
+                      : first >= 0xc2 && first < 0xe0 ? 2
+                      : first >= 0xe0 && first < 0xf0 ? 3
+                      : first >= 0xf0 && first < 0xf5 ? 4
+                                                      : 0;
+  for (size_t i = 1; i < size; ++i) {
+    if ((byte(i) & 0xc0) != 0x80) return 0;
+  }
+  const unsigned second = byte(1);
+  const bool is_overlong = (first == 0xe0 && second < 0xa0) || (first == 0xf0 && second < 0x90);
+  const bool is_none = (first == 0xed && second >= 0xa0) || (first == 0xf4 && second >= 0x90);
+  return is_overlong || is_none ? 0 : size;
+}
+
+}  // namespace
+
+Json& Json::number(std::string_view key, int64_t value) {
+  before(key);
+  out_.decimal(value);
+  return *this;
+}
+
+Json& Json::string(std::string_view key, std::string_view value) {
+  before(key);
+  quoted(value);
+  return *this;
+}
+
+Json& Json::begin(std::string_view key, char bracket) {
+  before(key);
+  out_.character(bracket);
+  is_first_ = true;
+  return *this;
+}
+
+Json& Json::end(char bracket) {
+  out_.character(bracket);
+  is_first_ = false;
+  return *this;
+}
+
+void Json::before(std::string_view key) {
+  if (!is_first_) out_.character(',');
+  is_first_ = false;
+  if (key.empty()) return;
+  quoted(key);
+  out_.character(':');
+}
+
+void Json::quoted(std::string_view text) {
+  out_.character('"');
+  while (!text.empty()) {
+    size_t plain = 0;  // most text needs nothing
+    while (plain < text.size() && text[plain] >= 0x20 && text[plain] < 0x7f && text[plain] != '"' &&
+           text[plain] != '\\') {
+      ++plain;
+    }
+    out_.text(text.substr(0, plain));
+    text.remove_prefix(plain);
+    if (text.empty()) break;
+    const unsigned char first = static_cast<unsigned char>(text[0]);
+    const size_t size = utf8_sequence(text);
+    if (first == '"' || first == '\\') {
+      out_.character('\\').character(text[0]);
+    } else if (first < 0x20 || first == 0x7f || size == 0) {
+      out_.text("\\u").hex(first, 4);
+    } else {
+      out_.text(text.substr(0, size));
+    }
+    text.remove_prefix(size == 0 ? 1 : size);
+  }
+  out_.character('"');
+}
+
+}  // namespace ambielf::tools

@@ -1,0 +1,39 @@
+// Json: writes JSON text (RFC 8259) to an output, with the commas in their places. Values stand in objects under a
+// key, in lists without one.
+//
+// Strings come from files and need not be UTF-8: where a byte belongs to no UTF-8 sequence, the character of its
+// number stands in its place.
+#ifndef AMBIELF_TOOLS_JSON_H
+#define AMBIELF_TOOLS_JSON_H
+
+#include <cstdint>
+#include <string_view>
+
+#include "output.h"
+
+namespace ambielf::tools {
+
+class Json {
+ public:
+  explicit Json(Output& out) : out_(out) {}
+
+  Json& begin_object(std::string_view key = {}) { return begin(key, '{'); }
+  Json& end_object() { return end('}'); }
+  Json& begin_list(std::string_view key = {}) { return begin(key, '['); }
+  Json& end_list() { return end(']'); }
+  Json& number(std::string_view key, int64_t value);
+  Json& string(std::string_view key, std::string_view value);
+
+ private:
+  Json& begin(std::string_view key, char bracket);
+  Json& end(char bracket);
+  void before(std::string_view key);
+  void quoted(std::string_view text);
+
+  Output& out_;
+  bool is_first_ = true;
+};
+
+}  // namespace ambielf::tools
+
+#endif
