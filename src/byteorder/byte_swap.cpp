@@ -12,12 +12,12 @@ namespace {
 
 constexpr uint32_t largest_record = sizeof(Elf32_Ehdr);
 
-// How each 16 bytes of a run of numbers, or a symbol, are reordered.
+// How 16 bytes are reordered: of a run of words, of a run of half words, of a symbol.
 constexpr ShufflePattern words_pattern = {3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 15, 14, 13, 12};
 constexpr ShufflePattern halves_pattern = {1, 0, 3, 2, 5, 4, 7, 6, 9, 8, 11, 10, 13, 12, 15, 14};
 constexpr ShufflePattern symbol_pattern = {3, 2, 1, 0, 7, 6, 5, 4, 11, 10, 9, 8, 12, 13, 15, 14};
 
-// Reorders as many whole blocks of 16 bytes as the host has an instruction for, and gives the bytes done.
+// Reorders all whole blocks of 16 bytes if the host has an instruction for it. The number of bytes done.
 size_t shuffle_blocks(const unsigned char* source, unsigned char* destination, size_t size,
                       const ShufflePattern& pattern, Shuffle shuffle) {
   if (shuffle == nullptr) return 0;
@@ -49,8 +49,8 @@ void swap_symbols(const unsigned char* source, unsigned char* destination, size_
   }
 }
 
-// A line-number record takes 6 bytes in memory and 8 in a file of the other byte order, so an offset into
-// a table of them counts in another unit there.
+// A line-number record takes 6 bytes in memory and 8 in a file of the other byte order, so an offset into a table
+// of such records is scaled.
 uint32_t rescaled(uint32_t offset, uint32_t type) {
   if (type == ELF_T_RELA_LNNO_UP) return offset / 6 * 8;
   if (type == ELF_T_RELA_LNNO_DOWN) return (offset >> 3) * 6;
@@ -66,7 +66,7 @@ void swap_line_relocations(const unsigned char* source, unsigned char* destinati
   }
 }
 
-// The road of records that no loop above knows: field by field, by the record's row.
+// Swaps field by field, for records that none of the loops above handles.
 void swap_fields(const unsigned char* source, unsigned char* destination, size_t count,
                  const RecordLayout& layout) {
   for (size_t i = 0; i < count; ++i) {

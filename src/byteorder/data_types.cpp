@@ -15,8 +15,8 @@ constexpr uint8_t ehdr[] = {1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1, 1,  // e_i
 constexpr uint8_t sym[] = {4, 4, 4, 1, 1, 2};
 // A symbol or an address, then a line number.
 constexpr uint8_t lnno[] = {4, 2};
-// The name, or a zero word and a string offset; value; section number; type; storage class; auxiliary
-// records. The eight bytes of the name have a rule of their own, in swapSdb.
+// The name, or a zero word and a string offset; value; section number; type; storage class; number of auxiliary
+// records. swapSdb decides how the eight bytes of the name are swapped.
 constexpr uint8_t sdb[] = {1, 1, 1, 1, 1, 1, 1, 1, 4, 2, 2, 1, 1};
 
 constexpr RecordLayout row(std::span<const uint8_t> fields, bool convertible = true) {

@@ -1,7 +1,7 @@
-// Output sinks: everything that emits bytes emits them to a DestBuffer, so that one piece of code serves
-// conversion in place, conversion into a second block, and output to a file.
+// Output sinks. All code that emits bytes sends them to a DestBuffer, so the same code converts in place, converts
+// into a second block, and writes to a file.
 //
-// A sink has a write position that only moves forward. It is told nothing about record boundaries.
+// A sink has a write position, which only moves forward. It knows nothing about record boundaries.
 #ifndef AMBIELF_BYTEORDER_DEST_BUFFER_H
 #define AMBIELF_BYTEORDER_DEST_BUFFER_H
 
@@ -9,17 +9,17 @@
 
 namespace ambielf {
 
-// Reverses `count` bytes: in place when the pointers are equal, else from one area to another that does not
-// overlap it. A count of 0 or less does nothing.
+// Reverses the order of `count` bytes, in place if the pointers are equal; otherwise the areas must not overlap.
+// A count of 0 or less does nothing.
 void reverseBytes(const void* source, void* destination, int32_t count);
 
 class DestBuffer {
  public:
   virtual ~DestBuffer() = default;
 
-  // Bytes that have passed through the sink.
+  // The bytes that the sink has received.
   virtual uint32_t bytesWritten() const = 0;
-  // Whether the write position is another place than `pointer`. A sink that is no memory always differs.
+  // Whether the write position differs from `pointer`. A sink that does not write to memory always differs.
   virtual bool differsFrom(const void* pointer) const = 0;
   virtual void copy(const void* source, uint32_t count) = 0;
   // As copy; the source may overlap the write position.
@@ -28,11 +28,11 @@ class DestBuffer {
   virtual void fill(int value, uint32_t count) = 0;
   // The bytes of the source in reverse order.
   virtual void copySwapped(const void* source, uint32_t count) = 0;
-  // `count` bytes from the position of a file. The bytes that the file had, or -1 when reading failed;
-  // the sink passes on `count` bytes either way, zeros where the file had none.
+  // `count` bytes from the position of a file. The number of bytes that the file had, or -1 if reading failed.
+  // The sink receives `count` bytes in any case, zeros where the file had none.
   virtual int64_t copyFromFile(int fileId, uint32_t count) = 0;
-  // Reverses the number of `width` bytes (1, 2 or 4) at *cursor into the sink, moves the cursor past it and
-  // gives its value in host order: from the source when `value_before_swap`, else from the sink's side.
+  // Sends the number of `width` bytes (1, 2 or 4) at *cursor to the sink, reversed, and moves the cursor past it.
+  // Returns its value in host order: of the source bytes if `value_before_swap`, else of the reversed bytes.
   virtual uint32_t copySwappedValue(const unsigned char** cursor, uint16_t width, bool value_before_swap) = 0;
 
  protected:
@@ -41,7 +41,7 @@ class DestBuffer {
   DestBuffer& operator=(const DestBuffer&) = default;
 };
 
-// A sink over memory of the caller, who guarantees the room; it checks no bound.
+// A sink over the caller's memory. It checks no bounds: the caller provides enough room.
 class CharDestBuffer : public DestBuffer {
  public:
   explicit CharDestBuffer(void* memory)

@@ -12,7 +12,7 @@
 namespace ambielf {
 namespace {
 
-// The size of one write. Larger pieces gain nothing, smaller ones pay for their calls.
+// The size of one write. Larger writes gain nothing; smaller ones cost too many calls.
 constexpr uint32_t gather_limit = 256 * 1024;
 
 }  // namespace
@@ -61,7 +61,7 @@ void FileDestBuffer::send(const void* source, uint32_t size) {
   saved_errno = errno;
 }
 
-// Gathers `size` bytes, already counted.
+// Gathers `size` bytes that have been counted already.
 void FileDestBuffer::put(const void* source, uint32_t size) {
   if (!ok || size == 0) return;
   if (size > gather_limit - gathered_size) flush();

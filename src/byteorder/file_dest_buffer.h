@@ -1,9 +1,9 @@
 // The sink that writes to a file.
 //
-// It works on a duplicate of the caller's file id: closing the sink leaves that id open, and output begins
-// where that id stands, since both share one position. Output is gathered into large writes. The first
-// failure is latched: from then on nothing more reaches the file while the counting goes on, so that a writer
-// runs through to its end, and check tells.
+// It works on a duplicate of the caller's file id. The two share one position, so output begins where the caller's
+// id stands; closing the sink leaves that id open. Output is gathered into large writes. The first failure is
+// latched: from then on nothing reaches the file, but bytes are still counted. So a writer runs to its end and then
+// asks check().
 #ifndef AMBIELF_BYTEORDER_FILE_DEST_BUFFER_H
 #define AMBIELF_BYTEORDER_FILE_DEST_BUFFER_H
 
@@ -16,22 +16,22 @@ namespace ambielf {
 class FileDestBuffer : public DestBuffer {
  public:
   FileDestBuffer() = default;
-  // Sends what is gathered and closes the duplicate; nobody learns of a failure that shows only here.
+  // Writes the gathered bytes and closes the duplicate. A failure here goes unreported.
   ~FileDestBuffer() override;
   FileDestBuffer(const FileDestBuffer&) = delete;
   FileDestBuffer& operator=(const FileDestBuffer&) = delete;
 
-  // Binds the sink to an open file id, whose position does not move. False after reporting: the codes of a
-  // failed seek when the id has no position, those of a failed open when it cannot be duplicated.
+  // Binds the sink to an open file id and leaves its position alone. False after the code of a failed seek if the
+  // id has no position, of a failed open if it cannot be duplicated.
   bool attach(int fileId);
 
-  // Sends what is gathered to the file. A failure is latched like any other.
+  // Writes the gathered bytes to the file. A failure is latched like any other.
   void flush();
 
-  // Forgets what is gathered: output that has lost its end must not take the place of the old.
+  // Discards the gathered bytes: output that cannot be completed must not overwrite more of the old file.
   void drop() { gathered_size = 0; }
 
-  // True while no output has failed; otherwise reports 79, 86 or 64.
+  // Whether all output has succeeded. False after 79, 86 or 64.
   bool check() const;
 
   uint32_t bytesWritten() const override { return count; }

@@ -8,7 +8,7 @@
 
 namespace ambielf {
 
-// The bytes as a host-order number, zero-extended.
+// The host-order number in `width` bytes, zero-extended.
 inline uint32_t host_number(const unsigned char* bytes, uint16_t width) {
   switch (width) {
     case 1:

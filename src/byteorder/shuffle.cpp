@@ -3,7 +3,7 @@
 #if defined(__x86_64__) || defined(__i386__)
 #include <immintrin.h>
 #define AMBIELF_X86 1
-// Windows keeps its stack aligned to 16 bytes only, which compilers for it forget where they spill 32.
+// On Windows the stack is aligned to only 16 bytes, and compilers may spill 32-byte registers as if it were more.
 #if !defined(_WIN32)
 #define AMBIELF_AVX2 1
 #endif

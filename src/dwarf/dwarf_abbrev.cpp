@@ -10,7 +10,7 @@ namespace {
 
 bool codes_ascend(const AbbrevEntry& a, const AbbrevEntry& b) { return a.code < b.code; }
 
-// Reads the LEB128 numbers of the section; ok() turns false for good at the first that is cut or too long.
+// Reads the LEB128 numbers of the section. After the first that is cut off or too long, ok() stays false.
 class AbbrevReader {
  public:
   AbbrevReader(const unsigned char* section, uint32_t size)
@@ -34,7 +34,7 @@ class AbbrevReader {
   bool ok_ = true;
 };
 
-// Reads the rest of an abbreviation, whose code has been read.
+// Reads the rest of an abbreviation whose code has been read.
 AbbrevEntry read_entry(AbbrevReader& reader, uint32_t code, AttrPlans& plans) {
   reader.number();  // the tag, which no walker needs
   const bool has_children = reader.number() != 0;
@@ -53,8 +53,8 @@ AbbrevEntry read_entry(AbbrevReader& reader, uint32_t code, AttrPlans& plans) {
 }  // namespace
 
 AbbrevStore::AbbrevStore(const unsigned char* section, uint32_t size) {
-  // Room for the most that sections of an ordinary size hold, since lists that grow are copied again and again; what is
-  // not used is not touched.
+  // Room for the most entries that a section of ordinary size can hold, because a growing list is copied repeatedly.
+  // Unused room is never touched.
   constexpr uint32_t smallest_abbreviation = 5;
   const uint32_t ordinary = std::min(size, uint32_t{4} << 20);
   entries_.reserve(ordinary / smallest_abbreviation);
@@ -73,8 +73,8 @@ AbbrevStore::AbbrevStore(const unsigned char* section, uint32_t size) {
   close_set(size, entries_.size(), size);
 }
 
-// Brings the entries from `first` on, those of the set between the two offsets, into the order of their codes. Of
-// those with the same code the first counts. Padding of zeros shares one place in the list.
+// Closes the set between the two offsets: sorts its entries, those from `first` on, by code. If several have the same
+// code, the first counts. A run of padding zeros shares one place in the list.
 void AbbrevStore::close_set(uint32_t offset, size_t first, uint32_t end) {
   const auto begin = entries_.begin() + static_cast<std::ptrdiff_t>(first);
   const bool zero = begin == entries_.end() && end == offset + 1;

@@ -1,9 +1,9 @@
-// AbbrevStore: what .debug_abbrev says of the entries of .debug_info.
+// AbbrevStore: the parsed .debug_abbrev, which describes the entries of .debug_info.
 //
-// The section is a sequence of sets, each a run of abbreviations that ends with a code 0. Sets do not
-// overlap, so the section is parsed once, whatever the number of units that use it: a unit names its set by
-// the offset of the run's first byte and nothing else, and an entry names its abbreviation by a code.
-// All numbers are LEB128, so the section reads the same in either byte order.
+// The section is a sequence of sets; a set is a run of abbreviations that ends with code 0. A unit refers to its set
+// by the offset of the set's first byte and by nothing else, and an entry refers to its abbreviation by a code. So
+// sets do not overlap, and the section is parsed once, however many units use it. All numbers are LEB128, so the
+// section reads the same in either byte order.
 #ifndef AMBIELF_DWARF_DWARF_ABBREV_H
 #define AMBIELF_DWARF_DWARF_ABBREV_H
 
@@ -15,33 +15,33 @@
 
 namespace ambielf {
 
-// Both take little, since hostile sections have one for every few bytes.
+// Kept small, because a hostile section may have one every few bytes.
 struct AbbrevEntry {
   uint32_t code;
   uint32_t has_children : 1;
   uint32_t attributes : 31;  // an AttrPlan
 };
 
-// A run of abbreviations: the entries of the store from `first` to `last`, in ascending order of their codes.
+// A run of abbreviations: the entries of the store in [first, last), sorted by code.
 struct AbbrevSet {
   const AbbrevEntry* first;
   const AbbrevEntry* last;
-  bool dense;  // the codes are 1, 2, 3 and so on
+  bool dense;  // the codes are 1, 2, 3, ...
 };
 
 class AbbrevStore {
  public:
-  // An empty store, whose units have no set.
+  // An empty store, in which no unit has a set.
   AbbrevStore() = default;
 
-  // Parses the `size` bytes of the section. An entry that the section's end cuts, or with a LEB128 item of more than 16
-  // bytes, ends the parse; a unit that uses it cannot be walked. Throws std::bad_alloc.
+  // Parses the `size` bytes of the section. An entry that the section's end cuts off, or that has a LEB128 item of
+  // more than 16 bytes, ends the parse; a unit that uses such an entry cannot be walked. Throws std::bad_alloc.
   AbbrevStore(const unsigned char* section, uint32_t size);
 
-  // The set whose run starts at `offset`, if there is one.
+  // The set that starts at `offset`, if there is one.
   std::optional<AbbrevSet> find_set(uint32_t offset) const;
 
-  // The first entry of the set with that code, or null.
+  // The set's first entry with that code, or null.
   static const AbbrevEntry* find(const AbbrevSet& set, uint64_t code) {
     const uint32_t wanted = static_cast<uint32_t>(code);
     if (!set.dense) return search(set, wanted);
@@ -51,7 +51,7 @@ class AbbrevStore {
   const AttrPlans& plans() const { return plans_; }
 
  private:
-  // A set up to where the next begins; or, in `zeros`, a sequence of empty sets of a single zero byte each, all up to there.
+  // A set, which ends where the next place begins; or, if `zeros`, a run of empty sets of one zero byte each.
   struct SetPlace {
     uint32_t offset;  // in .debug_abbrev
     uint32_t first : 30;
@@ -62,7 +62,7 @@ class AbbrevStore {
   void close_set(uint32_t offset, size_t first, uint32_t end);
   static const AbbrevEntry* search(const AbbrevSet& set, uint32_t code);
 
-  std::vector<SetPlace> sets_;  // in ascending order of their offsets, and one behind the last
+  std::vector<SetPlace> sets_;  // sorted by offset; then an end marker
   std::vector<AbbrevEntry> entries_;
   AttrPlans plans_;
 };

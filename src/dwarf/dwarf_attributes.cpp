@@ -5,25 +5,25 @@
 namespace ambielf {
 namespace {
 
-// A step is a word, its kind in the low bits and above them
-// - for `fixed` how many numbers it has: its size follows, and an item of a SwapList for each number;
-// - for blocks what they contain;
-// and for `indirect` the attribute follows in two words.
+// A step is a word. Its low bits are the kind; the bits above them are
+// - for `fixed` the count of numbers; the size follows, then a SwapList item for each number;
+// - for a block its BlockContent.
+// After `indirect` the attribute follows in two words.
 enum class Kind : uint16_t {
   end,     // of the plan
-  fixed,   // bytes whose number is known
+  fixed,   // a known number of bytes
   leb128,  // a LEB128 number
-  string,  // a string with its terminator
-  block,   // a LEB128 length, and as many bytes
+  string,  // a string and its terminator
+  block,   // a LEB128 length, then as many bytes
   block1,  // the same with a length of 1, 2 or 4 bytes
   block2,
   block4,
-  indirect,  // a LEB128 form, and the attribute in it
+  indirect,  // a LEB128 form, then the attribute in that form
   no_rule,   // a form of unknown size: an entry that has it cannot be walked
 };
 constexpr unsigned kind_bits = 4;
 
-// Where the bytes of a block are an expression, and by which table of operations.
+// Whether the bytes of a block are an expression, and which table of operations applies.
 enum class BlockContent : uint16_t { bytes, location, expression };
 
 constexpr uint16_t step_word(Kind kind, size_t rest = 0) {
@@ -33,10 +33,10 @@ constexpr Kind kind_of(uint16_t step) { return static_cast<Kind>(step & ((1U << 
 constexpr uint32_t numbers_of(uint16_t step) { return step >> kind_bits; }
 constexpr BlockContent content_of(uint16_t step) { return static_cast<BlockContent>(step >> kind_bits); }
 
-// The size of one fixed step: its numbers can be counted in a step, and their places told in items.
+// The largest size of a fixed step, so that the count of numbers fits in its word and each gap in an item.
 constexpr size_t greatest_fixed = SwapList::greatest_gap;
 
-// A form of known size holds `bytes` bytes, all of which are a number where `is_number` says so.
+// A form of known size takes `bytes` bytes; if `is_number`, they are one number.
 struct FormRule {
   Kind kind;
   uint8_t bytes = 0;
@@ -169,7 +169,7 @@ void walk_block(DwarfStream& stream, uint64_t length, BlockContent content, Expr
   }
 }
 
-// A step of any kind that holds nothing else.
+// Walks a step that is a single word.
 inline void walk_step(DwarfStream& stream, uint16_t step, ExpressionWalker& expressions) {
   switch (kind_of(step)) {
     case Kind::leb128:
@@ -192,7 +192,7 @@ inline void walk_step(DwarfStream& stream, uint16_t step, ExpressionWalker& expr
 void walk_indirect(DwarfStream& stream, uint32_t attribute, ExpressionWalker& expressions) {
   uint32_t form = DW_FORM_indirect;
   while (form == DW_FORM_indirect && stream.ok()) form = static_cast<uint32_t>(stream.copyUleb128Value());
-  // The number of DW_FORM_implicit_const would be in .debug_abbrev, where no form that the stream holds has one.
+  // DW_FORM_implicit_const keeps its number in .debug_abbrev, which a form in the stream cannot do.
   if (!stream.ok() || form == DW_FORM_implicit_const) return stream.fail();
   const FormRule rule = rule_of(form);
   if (rule.kind == Kind::fixed) {
@@ -205,7 +205,7 @@ void walk_indirect(DwarfStream& stream, uint32_t attribute, ExpressionWalker& ex
 }  // namespace
 
 void AttrPlans::begin() {
-  if (words_.empty()) words_.push_back(step_word(Kind::end));  // so that no plan is `nothing`
+  if (words_.empty()) words_.push_back(step_word(Kind::end));  // so that no plan starts at `nothing`
   start_ = words_.size();
   fixed_ = 0;
 }

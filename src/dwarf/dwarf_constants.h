@@ -1,5 +1,5 @@
-// Numbers of the DWARF standard, versions 2 to 5 (dwarfstd.org, chapter 7), and of the common extensions, as
-// far as the walkers act on them. The names are the standard's own.
+// The numbers of the DWARF standard, versions 2 to 5 (dwarfstd.org, chapter 7), and of common extensions that the
+// walkers need. The names are the standard's.
 #ifndef AMBIELF_DWARF_DWARF_CONSTANTS_H
 #define AMBIELF_DWARF_DWARF_CONSTANTS_H
 
@@ -7,7 +7,7 @@
 
 namespace ambielf {
 
-// Lengths from here on are no lengths: 0xffffffff announces the 64-bit format, the others are reserved.
+// From here on a unit length is not a length: 0xffffffff announces the 64-bit format, the others are reserved.
 inline constexpr uint32_t DW_LENGTH_lo_reserved = 0xfffffff0;
 
 enum DwarfUnitType : uint8_t {

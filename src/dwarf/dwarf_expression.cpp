@@ -14,10 +14,10 @@ enum class Operand : uint8_t {
   number4,
   number8,
   leb128,
-  block1,      // a byte with the length, and as many bytes
+  block1,      // a length of one byte, then as many bytes
   block,       // the same with a LEB128 length
   expression,  // the same, and the bytes are an expression
-  encoded,     // a byte with an encoding (DW_EH_PE_*), and a pointer in it
+  encoded,     // a byte with an encoding (DW_EH_PE_*), then a pointer so encoded
   unknown,
 };
 
@@ -51,7 +51,7 @@ constexpr OperandTable block_table() {
   return table;
 }
 
-// Chapter 7.7.1 of DWARF 5, where an address and an offset take 4 bytes; then the GNU operations.
+// Chapter 7.7.1 of DWARF 5, with addresses and offsets of 4 bytes; then the GNU operations.
 constexpr OperandTable published_table() {
   OperandTable table = block_table();
   const unsigned none_from_to[][2] = {{0x00, 0x02}, {0x04, 0x05}, {0x07, 0x07}, {0xaa, 0xff}};
@@ -88,7 +88,7 @@ constexpr OperandTable published_table() {
 constexpr OperandTable for_blocks = block_table();
 constexpr OperandTable published = published_table();
 
-// The low four bits of an encoding say how the pointer is held.
+// The low four bits of an encoding give the pointer's format.
 void walk_encoded_pointer(DwarfStream& stream) {
   constexpr uint32_t DW_EH_PE_omit = 0xff;
   const uint32_t encoding = stream.copySwappedValue(1);
@@ -112,7 +112,7 @@ void walk_encoded_pointer(DwarfStream& stream) {
   }
 }
 
-// Passes an operand. The result is the length of the expression that follows, for that kind, else 0.
+// Walks an operand. For an operand that is an expression, walks only its length and returns it; otherwise 0.
 uint64_t walk_operand(DwarfStream& stream, Operand operand) {
   switch (operand) {
     case Operand::none:

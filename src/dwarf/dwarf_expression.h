@@ -1,8 +1,8 @@
-// Location expressions: sequences of one-byte operations with their operands, in a block of stated length.
+// Location expressions: sequences of one-byte operations and their operands, in a block whose length is known.
 //
-// There are two tables of operations. The one for DW_FORM_block is the vocabulary of DWARF 2, where an
-// operation that it does not list has no operands. The other holds the published operations of DWARF 5 with
-// the common extensions; there an unknown operation has unknown operands, and the unit cannot be walked.
+// There are two tables of operations. The table for DW_FORM_block is that of DWARF 2; an operation that it does not
+// list has no operands. The other table has the published operations of DWARF 5 and the common extensions; an operation
+// that it does not list has unknown operands, so the unit cannot be walked.
 #ifndef AMBIELF_DWARF_DWARF_EXPRESSION_H
 #define AMBIELF_DWARF_DWARF_EXPRESSION_H
 
@@ -15,8 +15,8 @@ namespace ambielf {
 
 class ExpressionWalker {
  public:
-  // Pass an expression of `length` bytes; an operand that leaves them fails the stream. The first goes by the table
-  // for DW_FORM_block, the second by the published one. Throw std::bad_alloc.
+  // Walk an expression of `length` bytes; the stream fails if an operand does not end within them. walkLocation uses
+  // the table for DW_FORM_block, walk_expression the published one. Throw std::bad_alloc.
   void walkLocation(DwarfStream& stream, uint64_t length);
   void walk_expression(DwarfStream& stream, uint64_t length);
 
@@ -24,7 +24,7 @@ class ExpressionWalker {
   template <class Table>
   void walk(DwarfStream& stream, uint64_t length, const Table& table);
 
-  // DW_OP_entry_value holds an expression of its own: the ends of those around the one being walked.
+  // The ends of the enclosing expressions: the operand of DW_OP_entry_value is an expression, too.
   std::vector<uint64_t> outer_ends_;
 };
 

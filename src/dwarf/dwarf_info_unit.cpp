@@ -1,13 +1,13 @@
-// Units of .debug_info: a header, and a tree of entries in preorder whose lists of siblings end with a zero
-// byte. The tree is walked with a count of the open lists; there is no recursion on input.
+// Units of .debug_info: a header, then a tree of entries in preorder, in which a zero byte ends each list of siblings.
+// The walk counts the open lists instead of recursing.
 #include "dwarf/dwarf_constants.h"
 #include "dwarf/dwarf_units.h"
 
 namespace ambielf {
 namespace {
 
-// Passes the header and gives the unit's offset into .debug_abbrev. Version 5 has fields of its own for each
-// type of unit (chapter 7.5.1); every other version number has the header of version 2.
+// Walks the header. Returns the unit's offset into .debug_abbrev. In version 5 each type of unit has its own fields
+// (chapter 7.5.1); any other version number means the header of version 2.
 uint32_t walk_unit_header(DwarfStream& stream) {
   stream.swapItem(4);  // unit_length
   const uint32_t version = stream.copySwappedValue(2);
@@ -50,7 +50,7 @@ uint32_t InfoUnitWalker::walk(DwarfStream& stream, bool header_only) {
   return 0;
 }
 
-// The unit's one root entry with all that it holds; what follows it in the unit is padding.
+// Walks the unit's one root entry and all its descendants. Whatever follows them in the unit is padding.
 void InfoUnitWalker::walkDie(DwarfStream& stream, const AbbrevSet& set) {
   uint64_t open_lists = 0;
   do {

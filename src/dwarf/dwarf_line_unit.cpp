@@ -1,14 +1,14 @@
-// Units of .debug_line: a header with the tables of directories and files, and the line program.
+// Units of .debug_line: a header with the tables of directories and files, then the line program.
 //
-// Versions 4 and 5 are walked as published (chapter 6.2 of DWARF 5). All other version numbers have the
-// header of version 2, and in their programs only the operations of DWARF 2 that take LEB128 numbers, an
-// address or a file have operands.
+// Versions 4 and 5 are walked as published (chapter 6.2 of DWARF 5). Any other version number means the header of
+// version 2, and a program in which only those operations of DWARF 2 have operands that take LEB128 numbers, an
+// address or a file.
 #include "dwarf/dwarf_constants.h"
 #include "dwarf/dwarf_units.h"
 
 namespace ambielf {
 
-// What the header says of the operations.
+// What the header says about the operations.
 struct LineUnitWalker::Program {
   uint32_t version = 0;
   uint32_t opcode_base = 0;
@@ -19,7 +19,7 @@ struct LineUnitWalker::Program {
 
 namespace {
 
-// File names, in a table or in DW_LNE_define_file.
+// A file name, in a table or in DW_LNE_define_file.
 void walk_file_name(DwarfStream& stream) {
   stream.copyString();
   stream.copyLeb128();  // directory index
@@ -34,7 +34,7 @@ void walk_name_tables(DwarfStream& stream) {
   stream.copyBytes(1);
 }
 
-// The length counts the sub-opcode and its operands, and is a single byte.
+// An extended operation as in version 2. The length is one byte and counts the sub-opcode and its operands.
 void walk_extended(DwarfStream& stream) {
   const uint32_t length = stream.copySwappedValue(1);
   switch (stream.copySwappedValue(1)) {
@@ -70,7 +70,7 @@ void walk_published_extended(DwarfStream& stream) {
 
 }  // namespace
 
-// An entry format, the number of entries, and the entries. Where the format has no bytes, so have they all.
+// An entry format, the number of entries, and the entries. If the format takes no bytes, neither do the entries.
 void LineUnitWalker::walk_entry_table(DwarfStream& stream) {
   plans_.clear();
   plans_.begin();
@@ -88,14 +88,14 @@ void LineUnitWalker::walk_program_header(DwarfStream& stream, Program& program) 
   stream.swapItem(4);  // unit_length
   program.version = stream.copySwappedValue(2);
   if (program.version == 5) stream.copyBytes(2);  // address_size, segment_selector_size
-  stream.swapItem(4);                             // header_length: the program is found by walking the tables
+  stream.swapItem(4);                             // header_length; walking the tables finds the program
   stream.copyBytes(1);                            // minimum_instruction_length
   if (program.published()) stream.copyBytes(1);   // maximum_operations_per_instruction
   stream.copyBytes(3);                            // default_is_stmt, line_base, line_range
 
   std::array<uint8_t, 256>& operands = program.leb128_operands;
   if (!program.published()) {
-    // opcode_base counts itself with the lengths behind it; a 0 is taken for the end of the directories.
+    // opcode_base counts itself and the lengths after it; a 0 counts as the end of the directories.
     if (!stream.zero_ahead()) stream.copyBytes(stream.copySwappedValue(1) - 1);
     for (unsigned op = DW_LNS_advance_pc; op <= DW_LNS_set_column; ++op) operands[op] = 1;
     return;

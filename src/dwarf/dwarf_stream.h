@@ -1,9 +1,9 @@
-// DwarfStream: the bytes of one unit as a walker meets them, item by item.
+// DwarfStream: the bytes of one unit, item by item.
 //
-// An item is passed as it is, or noted in a SwapList as a number to be reversed; nothing is changed. The
-// first item that does not end inside the unit makes ok() false for good and puts the stream at its end, so
-// that a walker's loops end and it asks once, when it is through. All access of the walkers to a unit's bytes
-// is here.
+// The stream changes nothing. It steps over an item, and if the item is a number to be swapped, notes it in a
+// SwapList. At the first item that does not end inside the unit the stream fails: ok() stays false and the stream moves
+// to its end. So a walker's loops end, and the walker checks once, when it is done. Walkers access a unit's bytes only
+// here.
 #ifndef AMBIELF_DWARF_DWARF_STREAM_H
 #define AMBIELF_DWARF_DWARF_STREAM_H
 
@@ -15,7 +15,7 @@
 
 namespace ambielf {
 
-// The value of a number of 1, 2 or 4 bytes, which are in host order or in the other.
+// The value of a number of 1, 2 or 4 bytes, in host order or in the other.
 inline uint32_t ordered_number(const unsigned char* bytes, unsigned width, bool host_order) {
   if (width == 1) return *bytes;
   if (width == 2) {
@@ -28,10 +28,10 @@ inline uint32_t ordered_number(const unsigned char* bytes, unsigned width, bool 
 
 class DwarfStream {
  public:
-  // A longer LEB128 item is none.
+  // Longer LEB128 items are rejected.
   static constexpr size_t longest_leb128 = 16;
 
-  // Borrows the unit and the list, which is empty. `value_before_swap` says that the bytes are in host order.
+  // Borrows the unit and the list, which is empty. `value_before_swap` tells whether the bytes are in host order.
   DwarfStream(const unsigned char* unit, uint32_t size, bool value_before_swap, SwapList& swaps)
       : start_(unit),
         cursor_(unit),
@@ -41,17 +41,17 @@ class DwarfStream {
 
   bool ok() const { return ok_; }
   bool at_end() const { return cursor_ == end_; }
-  // Bytes passed, and bytes to come.
+  // Bytes before the cursor, and bytes after it.
   size_t offset() const { return static_cast<size_t>(cursor_ - start_); }
   uint64_t remaining() const { return static_cast<uint64_t>(end_ - cursor_); }
 
-  // The unit cannot be walked.
+  // Says that the unit cannot be walked.
   void fail() {
     ok_ = false;
     cursor_ = end_;
   }
 
-  // Whether the byte at the cursor is zero, which stays to be passed. At the end the stream fails and gives true.
+  // Whether the byte at the cursor is zero. The cursor does not move. At the end the stream fails and this is true.
   bool zero_ahead() {
     if (at_end()) fail();
     return at_end() || *cursor_ == 0;
@@ -69,15 +69,15 @@ class DwarfStream {
     cursor_ += width;
   }
 
-  // Several items whose sizes are known: `size` bytes, and among them `count` numbers as a SwapList notes them, the
-  // first behind the stream's place.
+  // Several items of known size: `size` bytes, with `count` numbers among them as SwapList items, relative to the
+  // cursor.
   void swap_items(uint32_t size, const uint16_t* numbers, uint32_t count) {
     if (size > remaining()) return fail();
     if (count != 0) swaps_.add_items(offset(), numbers, count);
     cursor_ += size;
   }
 
-  // A number of 1, 2 or 4 bytes and its value; 0 on failure.
+  // A number of 1, 2 or 4 bytes. Returns its value; 0 on failure.
   uint32_t copySwappedValue(unsigned width) {
     if (width > remaining()) {
       fail();
@@ -103,7 +103,7 @@ class DwarfStream {
     }
   }
 
-  // An unsigned LEB128 item and its value, UINT64_MAX where that is larger; 0 on failure.
+  // An unsigned LEB128 item. Returns its value, UINT64_MAX if that has more than 64 bits; 0 on failure.
   uint64_t copyUleb128Value() {
     if (!at_end() && *cursor_ < 0x80) return *cursor_++;
     return long_uleb128();
@@ -121,8 +121,8 @@ class DwarfStream {
   SwapList& swaps_;
 };
 
-// Decodes the unsigned LEB128 item at *cursor, which lies below `end`, and moves the cursor past it. False for one
-// of more than 16 bytes or without an end. A value of more than 64 bits comes as UINT64_MAX.
+// Decodes the unsigned LEB128 item at *cursor, below `end`, and moves the cursor past it. A value of more than 64 bits
+// becomes UINT64_MAX. False if the item has more than 16 bytes or does not end.
 bool readUleb128(const unsigned char** cursor, const unsigned char* end, uint64_t& value);
 
 }  // namespace ambielf

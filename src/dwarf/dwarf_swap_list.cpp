@@ -21,8 +21,8 @@ void reverse_number(unsigned char* number, unsigned width) {
 
 }  // namespace
 
-// Works in pieces that stay in the processor's cache: a piece is copied out of the unit, its numbers are
-// reversed, and it goes to the sink. A number never lies across two pieces.
+// Works in pieces that stay in the processor's cache: copies a piece of the unit, swaps its numbers, sends it to the
+// sink. No number crosses from one piece to the next.
 void SwapList::convert(const unsigned char* unit, uint32_t size, DestBuffer& destination) const {
   constexpr size_t piece_size = 8192;
   constexpr size_t longest_item = greatest_gap + 15;

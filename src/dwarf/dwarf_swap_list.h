@@ -1,11 +1,10 @@
-// SwapList: which numbers of a unit have to be reversed.
+// SwapList: the numbers of a unit that must be swapped.
 //
-// A walker reads a unit without changing it and notes each multi-byte number here; only when it has reached
-// the unit's end in good order are the bytes converted. So a unit is converted whole or not at all, and the
-// bytes are walked once.
+// A walker reads a unit without changing it and notes each multi-byte number here. The unit is converted only after
+// the walker has reached its end without failure. So a unit is converted whole or not at all, and is walked only once.
 //
-// An item is 16 bits: the plain bytes since the item before, and the width of the number. The list of a unit
-// is thus never larger than the unit.
+// An item has 16 bits: the gap (the plain bytes since the previous number) and the width of the number. So a unit's
+// list is never larger than the unit.
 #ifndef AMBIELF_DWARF_DWARF_SWAP_LIST_H
 #define AMBIELF_DWARF_DWARF_SWAP_LIST_H
 
@@ -19,13 +18,13 @@ namespace ambielf {
 
 class SwapList {
  public:
-  // Forgets all items, for the next unit.
+  // Clears the list for the next unit.
   void clear() {
     count_ = 0;
     end_ = 0;
   }
 
-  // An item: a number's width, and behind how many bytes it follows the number before.
+  // An item: the gap before a number, and the number's width.
   static constexpr unsigned width_bits = 4;
   static constexpr size_t greatest_gap = (size_t{1} << (16 - width_bits)) - 1;
   static constexpr uint16_t item(size_t gap, unsigned width) {
@@ -34,8 +33,8 @@ class SwapList {
   static constexpr size_t gap_of(uint16_t item) { return item >> width_bits; }
   static constexpr unsigned width_of(uint16_t item) { return item & ((1U << width_bits) - 1); }
 
-  // Notes the number of `width` bytes (2, 3, 4 or 8) at `offset` bytes into the unit; offsets ascend and
-  // numbers do not overlap. Throws std::bad_alloc.
+  // Notes the number of `width` bytes (2, 3, 4 or 8) at `offset` in the unit. Offsets ascend and numbers do not
+  // overlap. Throws std::bad_alloc.
   void add(size_t offset, unsigned width) {
     size_t gap = offset - end_;
     for (; gap > greatest_gap; gap -= greatest_gap) push(greatest_gap, 0);
@@ -43,7 +42,7 @@ class SwapList {
     end_ = offset + width;
   }
 
-  // Notes `count` items, at least one, of which the first follows the byte before `offset`.
+  // Notes `count` items, at least one; the gap of the first starts at `offset`. Throws std::bad_alloc.
   void add_items(size_t offset, const uint16_t* items, size_t count) {
     add(offset + gap_of(items[0]), width_of(items[0]));
     if (count - 1 > items_.size() - count_) make_room(count - 1);
@@ -53,7 +52,7 @@ class SwapList {
     }
   }
 
-  // Sends the unit's `size` bytes to the sink, the noted numbers reversed. The sink's write position may be the
+  // Sends the unit's `size` bytes to the sink with the noted numbers swapped. The sink's write position may be the
   // unit itself.
   void convert(const unsigned char* unit, uint32_t size, DestBuffer& destination) const;
 

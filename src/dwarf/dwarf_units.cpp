@@ -15,11 +15,11 @@ class BlockWalk {
   BlockWalk(const UnitBlock& block, UnitWalker& walker, std::span<const RawUnits* const> before)
       : block_(block), walker_(walker), before_(before) {}
 
-  // The unit at `offset`, or what stands there instead. `converts` says that it could be walked; its numbers are
-  // in swaps() then.
+  // The unit at `offset`, or whatever is there instead. If it could be walked, `converts` is true and swaps() has its
+  // numbers.
   struct Place {
     uint32_t length;
-    uint32_t header;  // of the part that was walked; 0 for all of it
+    uint32_t header;  // size of the walked part; 0 for the whole unit
     bool converts;
   };
   Place measure(uint32_t offset);
@@ -45,7 +45,7 @@ std::optional<RawUnit> BlockWalk::known_raw(uint32_t offset) const {
   return std::nullopt;
 }
 
-// The bytes of the unit with its length field; none where the block ends before the unit does.
+// The unit's size including its length field; nothing if the block ends before the unit does.
 std::optional<uint32_t> BlockWalk::unit_size(uint32_t offset) const {
   const uint32_t rest = block_.size - offset;
   if (rest < length_field) return std::nullopt;
@@ -72,14 +72,14 @@ bool walk_units(const UnitBlock& block, UnitWalker& walker, std::span<const RawU
   unconverted = RawUnits(block.value_before_swap);
   BlockWalk walk(block, walker, before);
   bool complete = true;
-  uint32_t sent = 0;  // raw bytes wait until a unit follows that is none
+  uint32_t sent = 0;  // unconverted bytes wait until a converted unit follows
   uint32_t offset = 0;
   while (offset < block.size && complete) {
     BlockWalk::Place place = {block.size - offset, 0, false};
     try {
       place = walk.measure(offset);
       if (!place.converts || place.header != 0) unconverted.add(offset, place.length, place.header);
-    } catch (const std::exception&) {  // out of memory, or at a container's limit
+    } catch (const std::exception&) {  // out of memory, or a container at its limit
       place = {block.size - offset, 0, false};
       unconverted.stop(offset);
       complete = false;

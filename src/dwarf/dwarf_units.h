@@ -1,7 +1,7 @@
-// The units of a debug section: how a block of them is converted, and what walks one of each kind.
+// The units of a debug section: a walker for each kind of unit, and the conversion of a block of units.
 //
-// A unit is walked to its end first and converted afterwards, whole or not at all. One that cannot be walked
-// inside its bounds passes as it is.
+// A unit is first walked to its end and then converted, whole or not at all. A unit that cannot be walked inside its
+// bounds is left unconverted.
 #ifndef AMBIELF_DWARF_DWARF_UNITS_H
 #define AMBIELF_DWARF_DWARF_UNITS_H
 
@@ -22,9 +22,9 @@ class UnitWalker {
  public:
   virtual ~UnitWalker() = default;
 
-  // Passes a unit, which the stream holds with its length field and to its end; the stream fails if that can't be
-  // done. 0, or the size of the header where nothing is known of what follows it: the body is plain bytes then.
-  // `header_only` asks for that. Throws std::bad_alloc.
+  // Walks the unit in the stream, which starts at its length field and ends at its end. The stream fails if the unit
+  // cannot be walked. Returns 0; or the size of the header if only the header was walked, because `header_only` asks
+  // for that or because the body cannot be interpreted. Such a body is plain bytes. Throws std::bad_alloc.
   virtual uint32_t walk(DwarfStream& stream, bool header_only) = 0;
 
  protected:
@@ -46,7 +46,7 @@ class InfoUnitWalker : public UnitWalker {
   ExpressionWalker expressions_;
 };
 
-// A unit of .debug_line: its header with the tables, and the line program.
+// A unit of .debug_line: its header with the tables, then the line program.
 class LineUnitWalker : public UnitWalker {
  public:
   uint32_t walk(DwarfStream& stream, bool header_only) override;
@@ -61,18 +61,18 @@ class LineUnitWalker : public UnitWalker {
   ExpressionWalker expressions_;
 };
 
-// A block of units, and the order of its bytes: `value_before_swap` is true for host order.
+// A block of units. `value_before_swap` tells whether its bytes are in host order.
 struct UnitBlock {
   const unsigned char* bytes;
   uint32_t size;
   bool value_before_swap;
 };
 
-// Sends the block to the sink, its units converted; the sink's write position may be the block itself. Exactly
-// `size` bytes reach the sink. What passes as it is gets noted in `unconverted`, a new list. `before` are the lists of
-// walks in the other direction, which this one goes back.
+// Sends the block to the sink with its units converted. The sink's write position may be the block itself. Exactly
+// `size` bytes reach the sink. `unconverted` becomes the list of the places that were left unconverted. `before` are
+// the lists of earlier walks; those in the opposite direction tell what this walk must leave unconverted.
 //
-// False if memory ran out: the bytes from some unit on are passed, and noted, as they are.
+// False if memory ran out: from some unit on, all bytes are left unconverted and listed as such.
 bool walk_units(const UnitBlock& block, UnitWalker& walker, std::span<const RawUnits* const> before,
                 RawUnits& unconverted, DestBuffer& destination);
 

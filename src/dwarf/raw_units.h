@@ -1,9 +1,9 @@
-// RawUnits: what a walk of a debug section passed as it was, for the way back.
+// RawUnits: the places of a debug section that a walk left unconverted, for the way back.
 //
-// The same bytes may be a sound unit in one byte order and none in the other, so the walk back cannot find
-// out for itself what the walk there left alone. It is told by this list, which is empty for sound input. A
-// place in it holds a checksum of the raw bytes, which are the same before and after the conversion: where
-// the caller has put other contents since, the place says nothing.
+// The same bytes may be a valid unit in one byte order but not in the other, so the walk back cannot find out for
+// itself what the first walk left alone. This list tells it; for sound input the list is empty. A place has a checksum
+// of its raw bytes, which conversion does not change. If the caller has put other contents there since, the checksum
+// differs and the place is ignored.
 #ifndef AMBIELF_DWARF_RAW_UNITS_H
 #define AMBIELF_DWARF_RAW_UNITS_H
 
@@ -15,35 +15,35 @@
 
 namespace ambielf {
 
-// A place of a block that a walk did not convert, but for the unit header of `header` bytes in front.
+// A place in a block that a walk did not convert, except for the unit header of `header` bytes at its start.
 struct RawUnit {
   uint32_t offset;
   uint32_t length;
-  uint32_t checksum;  // of the bytes behind the header
-  uint32_t header;    // 0: all bytes are raw, and may be those of several units
+  uint32_t checksum;  // of the bytes after the header
+  uint32_t header;    // 0: all bytes are raw; they may belong to several units
 };
 
 class RawUnits {
  public:
   RawUnits() = default;
-  // Of a walk in this direction: whether the bytes before it were in host order.
+  // For a walk in this direction: whether the bytes were in host order before it.
   explicit RawUnits(bool value_before_swap) : value_before_swap_(value_before_swap) {}
 
-  // Whether a walk in that direction goes the way back, and has to ask.
+  // Whether a walk in that direction is the way back and must ask this list.
   bool lead_back(bool value_before_swap) const {
     return value_before_swap_ != value_before_swap && (count() != 0 || stopped_at_ != nowhere);
   }
 
-  // Notes a place; offsets ascend. Throws std::bad_alloc, the list unchanged.
+  // Notes a place; offsets ascend. Throws std::bad_alloc and then leaves the list unchanged.
   void add(uint32_t offset, uint32_t length, uint32_t header = 0);
 
   // Notes that everything from `offset` on is raw. Never fails.
   void stop(uint32_t offset) { stopped_at_ = offset; }
 
-  // Takes the checksums, from the block whose walk has ended.
+  // Computes the checksums from the block, once its walk has ended.
   void seal(const unsigned char* block);
 
-  // The place at `offset` of a block, if its bytes are still those that were left raw.
+  // The place at `offset` of the block, if its raw bytes have not changed since.
   std::optional<RawUnit> find(uint32_t offset, const unsigned char* block, uint32_t size) const;
 
   size_t count() const { return units_ ? units_->size() : 0; }
@@ -51,7 +51,7 @@ class RawUnits {
  private:
   static constexpr uint32_t nowhere = UINT32_MAX;
 
-  // Every block of an object has such lists, and hardly one has anything in them.
+  // Every block has such lists, and nearly all of them are empty.
   std::unique_ptr<std::vector<RawUnit>> units_;
   uint32_t stopped_at_ = nowhere;
   bool value_before_swap_ = false;

@@ -1,5 +1,5 @@
-// File ids for callers. What sets elf_open apart from the platform's call is the second try: a path that
-// cannot be opened as it was written is canonicalised and opened once more.
+// File ids for callers. Unlike the platform's open, elf_open tries twice: if a path cannot be opened as it is
+// written, it is canonicalised and opened once more.
 #include <ambielf/ambielf.h>
 
 #include <cerrno>
@@ -18,7 +18,7 @@ int elf_open(const char* path, int oflag, int pmode) {
   errno = 0;
   int file_id = platform::open(path, oflag, pmode);
   if (file_id != -1) return file_id;
-  int e = errno;  // saved at once: finding the working directory may change it
+  int e = errno;  // saved now: finding the working directory may change it
 
   char canonical[260];
   const unsigned status = path_canonicalize(canonical, sizeof canonical, path, nullptr, 0);

@@ -30,14 +30,14 @@ const char* past_name(const char* text) {
   return text;
 }
 
-// In the network form a "/" is an ordinary byte.
+// In the network form "/" is an ordinary byte.
 const char* next_backslash(const char* text) {
   while (*text != '\0' && *text != '\\') ++text;
   return text;
 }
 
-// Length of the root of an absolute text, 0 for a relative one. The tests go from left to right and each
-// fails on a terminator, so that none looks behind it.
+// The length of an absolute path's root, 0 for a relative path. The tests go from left to right and each fails at
+// the terminator, so none reads past it.
 size_t root_length(const char* text) {
   if (is_letter(text[0])) return text[1] == ':' && is_separator(text[2]) ? 2 : 0;
   if (text[0] != '\\' || text[1] != '\\') return 0;
@@ -48,16 +48,16 @@ size_t root_length(const char* text) {
   const char* end = next_backslash(text + 2);
   if (*end == '\\') {
     ++end;
-    if (*end != '\0') ++end;  // the share's first byte is taken whatever it is, a "\" included
+    if (*end != '\0') ++end;  // the share's first byte may be anything, even a "\"
     end = next_backslash(end);
   }
   return static_cast<size_t>(end - text);
 }
 
-// The path as far as it is built, in a block that the caller has made large enough.
+// The path built so far, in a block that the caller has made large enough.
 class Result {
  public:
-  // Borrows `text`; it begins with the root of an absolute path, below which climb() does not go.
+  // Borrows `text`, which starts with the root; climb() never goes above it.
   Result(char* text, const char* root, size_t root_size) : text_(text), floor_(root_size) {
     append(root, root_size);
   }
@@ -76,7 +76,7 @@ class Result {
     if (size_ != 0 && is_separator(text_[size_ - 1])) --size_;
   }
 
-  // Removes the last component with the separator before it.
+  // Removes the last component and the separator before it.
   void climb() {
     if (size_ <= floor_) return;
     while (size_ != 0 && !is_separator(text_[--size_])) {
@@ -93,8 +93,8 @@ class Result {
   size_t floor_;
 };
 
-// Resolves the components of `path` onto `result`. A `.` that ends the text is a name, unlike one that a
-// separator follows.
+// Appends the components of `path` to `result`, resolving `.` and `..`. A `.` at the very end of the path counts as a
+// name.
 void add_components(Result& result, const char* path) {
   const char* cursor = past_separators(path);
   while (*cursor != '\0') {
@@ -124,7 +124,7 @@ unsigned path_canonicalize(char* out, int out_size, const char* path, const char
     source = working_directory;
   }
 
-  // The result never needs more than `bound`: each name is preceded by a separator in the text as well.
+  // The result never needs more than `bound`: in the source, too, a separator precedes each name.
   const uint64_t path_size = std::strlen(path);
   const uint64_t source_size = std::strlen(source);
   const uint64_t bound = is_absolute ? path_size + 1 : source_size + path_size + 2;

@@ -1,6 +1,6 @@
-// Views of whole files: private mappings, which a caller may hand to elf_memory and which never change the
-// file. A view belongs to its caller, who knows no more of it than its address, so the library remembers the
-// live ones: for their sizes, and to tell an address that is none of them.
+// Views of whole files: private mappings that a caller may pass to elf_memory. Writing to a view never changes the
+// file. A caller names a view by its address alone, so the library keeps a list of the live views: for their sizes,
+// and to recognise an address that is not a view.
 #include <ambielf/ambielf.h>
 
 #include <map>
@@ -18,7 +18,7 @@ namespace {
 
 std::map<void*, MappedFile> live_views;
 
-// Gives the view back when there is no memory to remember it by.
+// Unmaps the view if there is no memory to record it.
 bool remember(const MappedFile& file) {
   try {
     live_views.emplace(file.address, file);

@@ -1,7 +1,7 @@
-// Arithmetic on numbers from a file, and reads of numbers at any address.
+// Arithmetic on numbers from a file, and access to numbers at any address.
 //
-// Offsets, sizes and counts of a file are 32 bits wide at most, so sums and products of two of them cannot
-// wrap in 64 bits; every comparison with a limit is made there.
+// Offsets, sizes and counts in a file have at most 32 bits, so in 64 bits neither the sum nor the product of two of
+// them can wrap. All comparisons with limits are made in 64 bits.
 #ifndef AMBIELF_FRAME_CHECKED_H
 #define AMBIELF_FRAME_CHECKED_H
 
@@ -11,7 +11,7 @@
 
 namespace ambielf {
 
-// Whether [offset, offset + size) lies in `limit` bytes, without a sum that could wrap.
+// Whether [offset, offset + size) lies within `limit` bytes. No sum here can wrap.
 constexpr bool fits(uint64_t offset, uint64_t size, uint64_t limit) {
   return offset <= limit && size <= limit - offset;
 }
@@ -21,7 +21,7 @@ constexpr uint64_t present_bytes(uint64_t offset, uint64_t size, uint64_t limit)
   return offset >= limit ? 0 : std::min(size, limit - offset);
 }
 
-// Reads or writes a number in host order at any alignment.
+// Read and write a number in host order, at any alignment.
 template <class Number>
 Number load(const void* address) {
   Number value;

@@ -1,8 +1,7 @@
 // The process-wide error state and its reporters.
 //
-// A failure is reported once, where it is found, by its number in the one table of error_table.cpp; the
-// functions above it only pass the failure value on. A later report overwrites an earlier one, a success
-// touches nothing, and elf_errno reads the number and clears it.
+// A failure is reported once, where it is found, by its code; callers further up only pass the failure value on.
+// A later report overwrites an earlier one, success leaves the stored code alone, and elf_errno reads and clears it.
 #ifndef AMBIELF_FRAME_ERROR_H
 #define AMBIELF_FRAME_ERROR_H
 
@@ -10,7 +9,7 @@
 
 namespace ambielf {
 
-// The codes: their numbers are part of the interface. error_table.cpp has their words.
+// The codes. Their numbers are part of the interface; their texts are in error_table.cpp.
 enum Error : int {
   ERR_NONE = 0,
   ERR_FILE_ID = 1,
@@ -119,7 +118,7 @@ enum Error : int {
   ERR_NUM
 };
 
-// Stores `code`, a row of the table.
+// Stores `code`.
 void elf_set_error(int code);
 
 // Stores the code for a failed seek that left `e` in errno: 88, 89 or 17.
@@ -128,17 +127,17 @@ void elf_seek_error(int e);
 // Stores the code for a failed write that left `e` in errno: 79, 86 or 64.
 void elf_write_error(int e);
 
-// Stores the code for a failed open. `status` is the result of path_canonicalize and is looked at first:
-// 1 gives 102; 0 and 3 leave the answer to `e`, the errno of the open (93 to 97 or 50); the rest give 103.
+// Stores the code for a failed open. `status`, the result of path_canonicalize, is examined first: 1 gives 102;
+// 0 and 3 let `e`, the errno of the open, decide (93 to 97 or 50); any other status gives 103.
 void elf_open_error(int e, unsigned status);
 
-// The stored code; unlike elf_errno it leaves the code in place.
+// The stored code, which unlike elf_errno it does not clear.
 int elf_peek_error();
 
-// The text of a row, 0 to ERR_NUM - 1.
+// The text of a code, which is 0 to ERR_NUM - 1.
 const char* error_text(int code);
 
-// Puts the stored code back when it goes out of scope: for a look-up whose failure is nobody's concern.
+// Restores the stored code when it goes out of scope: for a lookup whose failure must not be reported.
 class KeepError {
  public:
   KeepError() : code_(elf_peek_error()) {}

@@ -1,5 +1,5 @@
-// The one table of failures: its numbers and words are part of the interface and stay word for word, also
-// where they quote a platform's calls. Codes 14, 18, 23, 40, 49 and 63 are reported by nothing.
+// The one table of failures. Its numbers and texts are part of the interface and never change, not even where a text
+// names another system's calls. Nothing reports codes 14, 18, 23, 40, 49 and 63.
 #include <iterator>
 
 #include "frame/error.h"
@@ -7,7 +7,7 @@
 namespace ambielf {
 namespace {
 
-// Each row is filled up with zero bytes; the longest text has 78 characters.
+// Texts are padded with zero bytes; the longest has 78 characters.
 struct Row {
   Error code;
   char text[80];

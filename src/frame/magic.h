@@ -1,7 +1,7 @@
-// The magic check of entry points that take a descriptor.
+// The magic check of the functions that take a handle.
 //
-// The word belongs to the class, not to the object: a descriptor has no magic field, and the check tells
-// only that the library's statics are set up and intact, never a good pointer from a stale one.
+// The magic word belongs to the class, not to the object. So the check shows only that the library's static data is
+// initialised and intact; it cannot tell a live handle from a stale one.
 #ifndef AMBIELF_FRAME_MAGIC_H
 #define AMBIELF_FRAME_MAGIC_H
 
@@ -14,11 +14,11 @@ namespace ambielf {
 struct MagicWord {
   uint32_t word;
   uint32_t expected;
-  int code;  // reported when the two differ
+  int code;  // reported if the two differ
 
   bool intact() const { return word == expected; }
 
-  // Reports and gives false when the word is damaged.
+  // Reports `code` and returns false if the word is damaged.
   bool check() const {
     if (intact()) return true;
     elf_set_error(code);

@@ -10,7 +10,7 @@
 
 namespace ambielf {
 
-// A new object, or null after reporting `code`. The constructor must not throw.
+// A new object, or null after reporting `code` if memory is short. The constructor must not throw.
 template <class Object, class... Args>
 std::unique_ptr<Object> make_or_report(int code, Args&&... args) {
   std::unique_ptr<Object> object(new (std::nothrow) Object(std::forward<Args>(args)...));

@@ -1,7 +1,7 @@
-// Memory for contents of files: blocks whose size a file may dictate.
+// Memory for the contents of files: blocks whose size a file may dictate.
 //
-// A block comes zeroed as a rule. The C allocator gives large zeroed blocks as address space that costs nothing until
-// it is touched, so a header that claims 4 GiB over a file of 1 KiB costs 1 KiB.
+// Blocks are normally zeroed. The C allocator provides a large zeroed block as address space that takes no memory
+// until it is touched, so a header that claims 4 GiB in a file of 1 KiB costs 1 KiB.
 #ifndef AMBIELF_FRAME_MEMORY_BLOCK_H
 #define AMBIELF_FRAME_MEMORY_BLOCK_H
 
@@ -17,14 +17,14 @@ struct FreeBlock {
 
 using MemoryBlock = std::unique_ptr<unsigned char[], FreeBlock>;
 
-// A zeroed block of at least `size` bytes, null if it cannot be had; the caller reports. A size of 0 gives a
-// block as well.
+// A zeroed block of at least `size` bytes, or null if memory is short, which the caller reports. A size of 0 gives a
+// block too.
 inline MemoryBlock zeroed_block(uint64_t size) {
   if (size > SIZE_MAX) return nullptr;
   return MemoryBlock(static_cast<unsigned char*>(std::calloc(size == 0 ? 1 : static_cast<size_t>(size), 1)));
 }
 
-// The same, for who fills all of it: the bytes are not set.
+// The same, uninitialised; the caller fills every byte.
 inline MemoryBlock unset_block(uint64_t size) {
   if (size > SIZE_MAX) return nullptr;
   return MemoryBlock(static_cast<unsigned char*>(std::malloc(size == 0 ? 1 : static_cast<size_t>(size))));

@@ -19,13 +19,13 @@ namespace {
 
 static_assert(sizeof(off_t) == 8, "file offsets need 64 bits");
 
-// One call moves this much at most, well below what any system refuses.
+// The most that one call transfers, well below every system's limit.
 constexpr uint64_t largest_transfer = uint64_t{1} << 30;
 
-// A signal storm may interrupt a transfer this often before that counts as a failure.
+// A transfer fails after this many interruptions by signals.
 constexpr int most_interruptions = 1000;
 
-// Calls `transfer(done, piece)`, a read of the next `piece` bytes, until `count` bytes are there or the file
+// Calls `transfer(done, piece)`, which reads the next `piece` bytes, until `count` bytes have been read or the file
 // ends.
 template <class Transfer>
 int64_t read_all(uint64_t count, Transfer transfer) {
@@ -79,7 +79,7 @@ int write(int file_id, const void* buffer, uint64_t count) {
     if (put > 0) {
       done += static_cast<uint64_t>(put);
     } else if (put == 0) {
-      errno = EIO;  // a device that takes nothing and says nothing must not hold us for ever
+      errno = EIO;  // a device that accepts nothing and reports nothing must not block us forever
       return -1;
     } else if (errno != EINTR || ++interruptions > most_interruptions) {
       return -1;
@@ -110,7 +110,7 @@ int close(int file_id) { return ::close(file_id); }
 int working_directory(char* buffer, size_t size) { return getcwd(buffer, size) != nullptr ? 0 : -1; }
 
 Mapping map_file(const char* path, MappedFile& file) {
-  // Without O_NONBLOCK the name of a pipe that nobody writes to would hold the caller for ever.
+  // Without O_NONBLOCK, opening a pipe that has no writer would block forever.
   const int file_id = ::open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
   if (file_id == -1) return Mapping::not_opened;
   const int64_t size = file_size(file_id);

@@ -1,4 +1,4 @@
-// The operating system: Windows, through its C runtime and, for views, the system's own calls.
+// The operating system: Windows, through the C runtime, and for views through the Windows API.
 #define WIN32_LEAN_AND_MEAN
 #define NOMINMAX
 
@@ -19,14 +19,14 @@
 namespace ambielf::platform {
 namespace {
 
-// One call moves this much at most. The system touches every page of the buffer before it looks how much the
-// file holds, so that a larger piece would take memory out of proportion to a small file.
+// The most that one call transfers. The system touches every page of the buffer before it checks how much the file
+// holds, so a larger piece would take memory out of proportion to a small file.
 constexpr uint64_t largest_transfer = uint64_t{1} << 20;
 
 void ignore_invalid_parameter(const wchar_t*, const wchar_t*, const wchar_t*, unsigned, uintptr_t) {}
 
-// Newer runtimes end the process over a file id that is not open or a flag that they don't know. While one of
-// these lives they fail with errno set instead.
+// Newer runtimes end the process if a file id is not open or a flag is unknown. While one of these objects lives,
+// such calls fail and set errno instead.
 class FailuresAreErrnos {
  public:
   FailuresAreErrnos() : callers_(_set_invalid_parameter_handler(ignore_invalid_parameter)) {}
@@ -38,7 +38,7 @@ class FailuresAreErrnos {
   _invalid_parameter_handler callers_;
 };
 
-// Closes a handle of the system when it goes out of scope.
+// Closes a Windows handle when it goes out of scope.
 class OwnedHandle {
  public:
   explicit OwnedHandle(HANDLE handle) : handle_(handle) {}
@@ -77,7 +77,7 @@ int64_t read(int file_id, void* buffer, uint64_t count) {
   return static_cast<int64_t>(done);
 }
 
-// The runtime reads at the position only, which is put back.
+// The runtime reads only at the file position, which is restored afterwards.
 int64_t read_at(int file_id, uint64_t offset, void* buffer, uint64_t count) {
   const int64_t position = tell(file_id);
   if (position == -1 || seek(file_id, offset) == -1) return -1;
@@ -97,7 +97,7 @@ int write(int file_id, const void* buffer, uint64_t count) {
     const int put = _write(file_id, bytes + done, piece);
     if (put < 0) return -1;
     if (put == 0) {
-      errno = ENOSPC;  // how the runtime answers when a disk takes no byte more
+      errno = ENOSPC;  // how the runtime answers when the disk is full
       return -1;
     }
     done += static_cast<uint64_t>(put);
@@ -122,7 +122,7 @@ int64_t tell(int file_id) {
 int duplicate(int file_id) {
   const FailuresAreErrnos scope;
   const int copy = _dup(file_id);
-  // The mode belongs to the id, so the caller's own keeps its.
+  // The mode belongs to the id, so the caller's id keeps its own.
   if (copy != -1) _setmode(copy, _O_BINARY);
   return copy;
 }
@@ -159,7 +159,7 @@ Mapping map_file(const char* path, MappedFile& file) {
   const OwnedHandle opened(CreateFileA(path, GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                        FILE_ATTRIBUTE_NORMAL, nullptr));
   if (!opened.is_valid()) return Mapping::not_opened;
-  // PAGE_WRITECOPY and FILE_MAP_COPY need no more than the right to read.
+  // PAGE_WRITECOPY and FILE_MAP_COPY need only the right to read.
   LARGE_INTEGER size{};
   if (GetFileSizeEx(opened.get(), &size) == 0) return Mapping::not_mapped;
   const OwnedHandle mapping(CreateFileMappingA(opened.get(), nullptr, PAGE_WRITECOPY, 0, 0, nullptr));
