@@ -41,8 +41,8 @@ int64_t ArDesc::initialize() {
   return static_cast<int64_t>(members.size());
 }
 
-// Reads the symbol table if the first entry is one: its name field starts with a "/" that no second follows.
-// The offset of the first member, or -1.
+// Reads the symbol table if the first entry is one: its name field starts with a single "/". Returns the offset of the
+// first member, or -1.
 int64_t ArDesc::read_symbol_table(HeaderWindow& window) {
   Elf_Arhdr header{};
   std::pmr::monotonic_buffer_resource names(std::pmr::new_delete_resource());
@@ -60,22 +60,22 @@ int64_t ArDesc::read_symbol_table(HeaderWindow& window) {
   return end;
 }
 
-// How many members to make room for at the one whose header is at `offset`: as many as the file has if they go on
-// as they began, so that a long list is hardly ever moved.
+// The number of members to make room for, extrapolated from those before `offset`, so that a long list is hardly ever
+// moved.
 size_t ArDesc::expected_members(uint64_t offset) const {
   const size_t count = members.size();
   const uint64_t expected = count * file_desc->file_size / offset;
   return std::max(count + count / 2 + 64, static_cast<size_t>(expected + expected / 16));
 }
 
-// Reads all members from the one whose header is at `offset`. The file ends quietly: up to 44 bytes behind
-// the last member are no header.
+// Reads all members, starting with the header at `offset`. Up to 44 bytes after the last member are not a header and
+// are ignored.
 bool ArDesc::read_members(HeaderWindow& window, uint64_t offset) {
   while (offset + fixed_part_size < file_desc->file_size) {
     window.at_header(offset);
     ArMember member(this);
     const int64_t next = member.initialize(window, offset);
-    // A negative size must not lead back, or the walk would have no end.
+    // A negative size must not lead backwards, or the walk would never end.
     if (next < int64_t{member.data_offset}) {
       elf_set_error(ERR_AR_MEMBER);
       return false;
@@ -87,8 +87,8 @@ bool ArDesc::read_members(HeaderWindow& window, uint64_t offset) {
   return true;
 }
 
-// Divides the file into about as many stretches of equal size as there are members, and notes where each begins in
-// the list.
+// Divides the file into stretches of equal size, about as many as there are members, and notes where in the list each
+// stretch begins.
 void ArDesc::index_members() {
   if (members.empty()) return;
   while (file_desc->file_size >> stretch_bits_ > members.size()) ++stretch_bits_;

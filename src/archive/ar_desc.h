@@ -1,8 +1,7 @@
-// ArDesc: what the descriptor of an archive holds: the members in the order of the file, and the symbol
-// table.
+// ArDesc: the members of an archive, in file order, and its symbol table.
 //
-// All member headers are read in one pass when the archive is opened, and nothing of the members' contents.
-// From then on the list never changes, so that pointers to its members stay good for the life of the archive.
+// Opening an archive reads all member headers in one pass, but none of the members' contents. After that the list never
+// changes, so pointers to its members stay valid for the life of the archive.
 #ifndef AMBIELF_ARCHIVE_AR_DESC_H
 #define AMBIELF_ARCHIVE_AR_DESC_H
 
@@ -23,15 +22,15 @@ struct ArDesc {
   ArDesc(const ArDesc&) = delete;
   ArDesc& operator=(const ArDesc&) = delete;
 
-  // Reads the symbol table and all member headers. The number of members, or -1 after 2, 4, 9, 10, 11, 81, or
+  // Reads the symbol table and all member headers. Returns the number of members; -1 after 2, 4, 9, 10, 11, 81, or
   // the code of a failed seek.
   int64_t initialize();
 
   // The member whose header starts at `offset`, or null; reports nothing.
   ArMember* member_at(uint64_t offset);
 
-  // The first member for null, else the one behind `member`. Null after 12 (there is none) or 13 (there is
-  // none behind it, or it is not in the list).
+  // The member after `member`, or the first if `member` is null. Null after 12 (there are no members) or 13 (`member`
+  // is the last, or not in the list).
   ArMember* first_or_next_member(const ArMember* member);
 
   FileDesc* file_desc;
@@ -46,8 +45,8 @@ struct ArDesc {
   size_t expected_members(uint64_t offset) const;
   void index_members();
 
-  // For look-ups: the first member of each stretch of 1 << stretch_bits_ bytes of the file, up to the last stretch that
-  // has any; then their number.
+  // For lookups: the index of the first member in each stretch of 1 << stretch_bits_ bytes of the file, up to the last
+  // stretch that has members; then the number of members.
   std::vector<uint32_t> stretches_;
   unsigned stretch_bits_ = 0;
 };

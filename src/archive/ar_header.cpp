@@ -23,8 +23,8 @@ bool shows_slash(const Word& word) {
   return false;
 }
 
-// The size of the name field at `offset`, or -1 after 8 or 16. A word that the end of the file cuts short
-// keeps the last bytes of the word before it.
+// The size of the name field at `offset`, or -1 after 8 or 16. If the end of the file cuts a word short, the rest of
+// the word keeps the bytes of the previous one.
 int64_t name_field_size(HeaderWindow& window, uint64_t offset) {
   Word word{};
   int64_t size = 0;
@@ -46,8 +46,8 @@ constexpr bool is_space(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
 
 using FixedPart = std::array<char, fixed_part_size>;
 
-// The decimal number at `place`: white space, a sign, digits. It may run into the fields behind its own; the
-// first other byte ends it, or the end of the fixed part. Held to 32 bits.
+// The decimal number at `place`: white space, a sign, digits, up to the first other byte or the end of the fixed part.
+// So it may run into the fields after its own. A number of more than 32 bits becomes the nearest that has 32.
 int32_t number_at(const FixedPart& fixed, size_t place) {
   const char* const end = fixed.data() + fixed.size();
   const char* start = std::find_if_not(fixed.data() + place, end, is_space);

@@ -12,7 +12,7 @@ int64_t ArMember::initialize(HeaderWindow& window, uint64_t offset) {
     elf_set_error(ERR_AR_NAME);
     return -1;
   }
-  // Both fit: the file has 32-bit offsets, and contents start inside it or at its end.
+  // Both fit in 32 bits: so does the file's size, and the contents start inside the file or at its end.
   data_offset = static_cast<uint32_t>(contents);
   header_size = static_cast<uint32_t>(static_cast<uint64_t>(contents) - offset);
   const int64_t size = header.ar_size;

@@ -30,7 +30,7 @@ int64_t ArSymTab::initialize(uint64_t offset, int64_t size) {
     return -1;
   }
   count = number_at(0);
-  // Each name takes a byte at least, so that the entries cost memory in proportion to what is there.
+  // Each name takes at least one byte, so the memory for the entries is in proportion to the table's size.
   if (static_cast<uint64_t>(got) < bytes || number_size + (number_size + 1) * count > bytes) {
     elf_set_error(ERR_AR_SYMBOL_TABLE);
     return -1;
@@ -53,7 +53,7 @@ uint32_t ArSymTab::number_at(uint64_t place) const {
   return ar_desc->file_desc->encoding == elf_host_encoding() ? number : reversed(number);
 }
 
-// Finds the names in the bytes from `place` to `size`. False when there are fewer than entries.
+// Finds the names in the bytes from `place` to `size`. False if there are fewer names than entries.
 bool ArSymTab::read_names(uint64_t place, uint64_t size) {
   unsigned char* name = contents_.get() + place;
   unsigned char* const end = contents_.get() + size;

@@ -1,5 +1,5 @@
-// The roads of descriptors into archives: opening one, asking it for the member at the file position, loading
-// all of it, and releasing it.
+// What descriptors ask of archives: opening one, finding the member at the file position, loading all members,
+// releasing an archive.
 #include <cerrno>
 
 #include "archive/ar_desc.h"
@@ -12,7 +12,7 @@
 namespace ambielf {
 namespace {
 
-// Makes and loads the descriptor of a member that has none. It stays with the member also when loading fails.
+// Makes and loads the descriptor of a member that has none. The member keeps it even if loading fails.
 Elf* make_member_elf(ArMember& member, Elf_Cmd cmd) {
   member.elf = make_or_report<Elf>(ERR_NEW_DESCRIPTOR, &member, member.ar_desc->file_desc,
                                    uint64_t{member.data_offset}, member.size(), cmd);
@@ -21,7 +21,7 @@ Elf* make_member_elf(ArMember& member, Elf_Cmd cmd) {
 
 }  // namespace
 
-// Members die here, whatever their reference counts: their callers' pointers with them.
+// Members end here whatever their reference counts; pointers to them dangle from now on.
 void ReleaseArchive::operator()(ArDesc* archive) const { delete archive; }
 
 Elf* begin_archive(std::unique_ptr<FileDesc> file_desc, Elf_Cmd cmd) {

@@ -1,5 +1,5 @@
-// What callers ask of an archive and its members, and the walk through it. The position of the file id is the
-// only cursor: elf_next and elf_rand move it, and elf_begin reads it.
+// What callers ask of archives and members, and the walk over the members. The only cursor is the file position:
+// elf_next and elf_rand move it, elf_begin reads it.
 #include <cerrno>
 
 #include "archive/ar_desc.h"
@@ -49,7 +49,7 @@ Elf_Cmd elf_next(Elf* elf) {
     }
     archive = elf->ar_member->ar_desc;
   }
-  // The archive has no member of its own, so that it goes back to the first.
+  // If `elf` is the archive itself, ar_member is null, and the walk goes to the first member.
   const ArMember* const member = archive->first_or_next_member(elf->ar_member);
   if (member == nullptr) {
     elf_set_error(ERR_AR_GET_MEMBER);

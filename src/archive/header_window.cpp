@@ -10,11 +10,12 @@
 namespace ambielf {
 namespace {
 
-// Where many headers are near, and where one is wanted: most names take 16 bytes or a few more.
+// The window where headers are close together, and the window for a single header; most names take little over 16
+// bytes.
 constexpr uint64_t large_window = uint64_t{64} << 10;
 constexpr uint64_t small_window = 128;
 
-// Up to this average distance of headers, copying all that lies between them costs less than a call for each.
+// Up to this average distance between headers, reading everything between them costs less than a call for each.
 constexpr uint64_t near_headers = 2048;
 
 }  // namespace
@@ -43,7 +44,7 @@ int64_t HeaderWindow::read(uint64_t offset, void* to, uint64_t count) {
 
 bool HeaderWindow::move_to(uint64_t offset) {
   const bool near = headers_ != 0 && last_header_ - first_header_ <= near_headers * (headers_ - 1);
-  // What goes on behind the window is a long name.
+  // A read that continues at the window's end is of a long name.
   const bool goes_on = offset > start_ && offset - start_ <= size_;
   const uint64_t wanted = near ? large_window : goes_on ? std::min(2 * size_, large_window) : small_window;
   start_ = offset;

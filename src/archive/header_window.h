@@ -1,11 +1,10 @@
-// HeaderWindow: reads the headers of an archive's members through a window that moves over the file.
+// HeaderWindow: reads the member headers of an archive through a window that moves over the file.
 //
-// Headers of small members lie close together, so that one large read brings many of them; between those of
-// large members lie contents that nobody has asked for, and a small read for each costs less than to bring
-// them all. The window goes by the average distance of the headers so far, which bounds what is read for
-// nothing however the sizes mix.
+// The headers of small members are close together, so one large read fetches many of them. Between the headers of large
+// members are contents that nobody needs, so a small read for each header costs less. The average distance of the
+// headers so far decides the window's size, which bounds the unneeded bytes for any mix of sizes.
 //
-// The file position is wherever reading leaves it.
+// Reading leaves the file position alone.
 #ifndef AMBIELF_ARCHIVE_HEADER_WINDOW_H
 #define AMBIELF_ARCHIVE_HEADER_WINDOW_H
 
@@ -17,21 +16,21 @@ namespace ambielf {
 
 class HeaderWindow {
  public:
-  // Reads the first `file_size` bytes of the file, and takes what lies behind them for its end.
+  // Reads the file up to `file_size`, which counts as its end.
   HeaderWindow(int file_id, uint64_t file_size) : file_id_(file_id), file_size_(file_size) {}
 
-  // Makes room for the window. False after 4.
+  // Allocates the window. False after 4.
   bool initialize();
 
-  // Says that the next member's header starts at `offset`; offsets rise from call to call.
+  // Says that the next member's header starts at `offset`. Offsets ascend from call to call.
   void at_header(uint64_t offset);
 
-  // Copies the bytes at `offset`, at most `count`, as many as the file has; the rest of `to` stays as it is.
-  // How many there were, or -1 after 8.
+  // Copies up to `count` bytes at `offset`, as many as the file has; the rest of `to` is left alone. Returns the
+  // number of bytes; -1 after 8.
   int64_t read(uint64_t offset, void* to, uint64_t count);
 
  private:
-  // Holds of the file [start_, start_ + size_).
+  // Whether the window, [start_, start_ + size_), has these bytes.
   bool holds(uint64_t offset, uint64_t count) const {
     return offset >= start_ && offset - start_ <= size_ && count <= size_ - (offset - start_);
   }
