@@ -1,4 +1,4 @@
-// The checks that open most exported operations: each reports what is wrong with an argument.
+// The checks at the start of most exported functions. Each reports what is wrong with an argument.
 #ifndef AMBIELF_DESCRIPTORS_ARGUMENT_CHECKS_H
 #define AMBIELF_DESCRIPTORS_ARGUMENT_CHECKS_H
 

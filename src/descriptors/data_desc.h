@@ -1,5 +1,5 @@
-// DataDesc: one block of section contents. Its first fields are the public Elf_Data, and the pointer that a
-// caller holds is the DataDesc's own.
+// DataDesc: one block of section contents. It starts with the public Elf_Data, so a caller's Elf_Data pointer is the
+// address of the DataDesc.
 #ifndef AMBIELF_DESCRIPTORS_DATA_DESC_H
 #define AMBIELF_DESCRIPTORS_DATA_DESC_H
 
@@ -10,7 +10,7 @@
 namespace ambielf {
 
 struct DataDesc : Elf_Data {
-  // A block of the caller's.
+  // An empty block. Borrows the section.
   explicit DataDesc(Elf_Scn* owner) : Elf_Data{}, scn(owner) { d_version = EV_CURRENT; }
   DataDesc(const DataDesc&) = delete;
   DataDesc& operator=(const DataDesc&) = delete;
@@ -21,8 +21,8 @@ struct DataDesc : Elf_Data {
 
   Elf_Scn* scn;
   bool changed = false;
-  RawUnits raw_units;         // of a debug section, at its conversion on load
-  RawUnits translated_units;  // and on demand
+  RawUnits raw_units;         // what its conversion on load left unconverted, in a debug section
+  RawUnits translated_units;  // the same for the last conversion on demand
 };
 
 }  // namespace ambielf

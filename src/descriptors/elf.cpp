@@ -37,9 +37,9 @@ Elf::~Elf() {
   ar_desc.reset();
 }
 
-// Sections go back before the header, because that reads the header as memory has it.
+// Sections go back before the header, because restoring them needs the header in host order.
 void Elf::restore_image() {
-  cntl_command = ELF_C_FDDONE;  // nothing is loaded any more
+  cntl_command = ELF_C_FDDONE;  // no section is loaded from here on
   contents_are_fixed = true;
   restore_sections(*this);
   if (ehdr_block_) return;  // the image was too short to be changed
@@ -88,7 +88,7 @@ bool Elf::load_all() {
     return false;
   }
   if (ar_desc) return load_all_members(*this);
-  // The null section is not among them.
+  // The null section is not loaded.
   for (size_t index = 1; index < shdrs.size(); ++index) {
     if (get_scn(index) == nullptr) return false;
   }
@@ -174,7 +174,7 @@ int64_t Elf::peek_object(uint64_t offset, void* to, uint64_t size) {
   const uint64_t present = present_bytes(offset, size, file_desc->image_size);
   if (present == 0) return 0;
   std::memcpy(to, file_desc->image + offset, static_cast<size_t>(present));
-  // The header in the image has been converted; what it held before is kept aside.
+  // The header in the image has been swapped; image_header_ has its original bytes.
   if (offset < image_header_.size()) {
     const uint64_t header_bytes = std::min<uint64_t>(present, image_header_.size() - offset);
     std::memcpy(to, image_header_.data() + offset, static_cast<size_t>(header_bytes));
@@ -193,8 +193,8 @@ bool Elf::pass_object(uint64_t offset, uint64_t size) {
   return false;
 }
 
-// How many of the bytes may be asked for. A member's contents end where the member ends; those of a file where
-// reading finds its end, since a file may have grown by what was written to it.
+// How many of the bytes may be read. A member's bytes end with the member. A file's bytes end where reading finds the
+// end, because elf_update may have made the file larger since.
 uint64_t Elf::readable(uint64_t offset, uint64_t size) const {
   return ar_member == nullptr ? size : present_bytes(offset, size, member_size_);
 }
@@ -221,7 +221,7 @@ int elf_end(Elf* elf) {
   if (!elf_magic.check()) return -1;
   if (elf->ref_count > 1) return --elf->ref_count;
   if (elf->ar_member != nullptr) {
-    // The last reference to a member is its archive's.
+    // The last reference to a member belongs to its archive.
     elf_set_error(ERR_DESCRIPTOR_TYPE);
     return -1;
   }

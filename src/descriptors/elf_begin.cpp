@@ -1,4 +1,4 @@
-// The front door: a file id or a block of memory becomes a descriptor.
+// elf_begin and elf_memory: make a descriptor of a file or of a memory image.
 #include <cerrno>
 
 #include "descriptors/elf.h"

@@ -1,7 +1,7 @@
-// Loading of the file header and the two tables of headers.
+// Loading of the ELF header and the two header tables.
 //
-// What is checked here is what memory safety needs; whether the numbers make a sensible object is the
-// caller's business. A table cut off by the end of the input loads, its missing entries being zero records.
+// This code checks only what memory safety needs; whether the numbers make sense is up to the caller. A table that the
+// end of the input cuts off still loads; the missing entries are zero records.
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -16,14 +16,14 @@ using namespace ambielf;
 
 namespace {
 
-// The byte order of a file. e_ident[EI_DATA] is not believed: e_version is 1 in a valid file, so its first
-// two bytes add up to 1 in a little-endian one and to 0 in the other.
+// The byte order of a file. e_ident[EI_DATA] is not trusted. e_version is 1 in a valid file, so its first two bytes
+// add up to 1 in a little-endian file and to 0 in a big-endian one.
 uint8_t detect_encoding(const unsigned char* header) {
   const int sum = static_cast<signed char>(header[20]) + static_cast<signed char>(header[21]);
   return sum == 0 ? ELFDATA2MSB : ELFDATA2LSB;
 }
 
-// Moves entries of `entry_size` bytes, which lie back to back, `stride` bytes apart.
+// Moves contiguous entries of `entry_size` bytes so that they start `stride` bytes apart.
 void spread(unsigned char* entries, size_t count, size_t entry_size, size_t stride) {
   for (size_t i = count; i-- > 0;) {
     std::memmove(entries + i * stride, entries + i * entry_size, entry_size);
@@ -50,12 +50,12 @@ bool Elf::initialize() {
       elf_set_error(ERR_ACCESS);
       return false;
   }
-  // The header comes first: the tables are found through it, in memory order.
+  // The header comes first: it says where the tables are.
   return init_ElfHdr() && init_ScnTab() && init_PHdrTab() && leave_position();
 }
 
-// The file position of a member's load ends behind its program headers. Where a fresh descriptor leaves it is for who
-// opens that. False after the code of a failed seek.
+// Opening a member leaves the file position just past its program headers. elf_begin sets the position of a
+// stand-alone descriptor. False after the code of a failed seek.
 bool Elf::leave_position() {
   if (ar_member == nullptr) return true;
   const Elf32_Ehdr h = header();
@@ -114,8 +114,9 @@ bool Elf::init_PHdrTab() {
   return load_table(phdrs, h.e_phoff, h.e_phnum, h.e_phentsize, ELF_T_PHDR);
 }
 
-// Entries that a header counts and the input does not have cost nothing until they are used, but an archive
-// may hold a member for every 52 bytes. One object may lack as many as it can count. False after 4.
+// Entries that the header counts but the input does not have take no memory until they are used, but an archive may
+// have a member every 52 bytes. So absent entries are limited; a single object may lack as many as it can count. False
+// after 4.
 bool Elf::afford_absent(uint64_t count) {
   constexpr uint64_t allowance = 2 * uint64_t{UINT16_MAX};
   file_desc->absent_headers += count;
@@ -124,9 +125,8 @@ bool Elf::afford_absent(uint64_t count) {
   return false;
 }
 
-// Entries lie as wide in memory as in the input, but for the room that aligns their records. What a file holds of a
-// table is read at once; what an image holds goes piece by piece, so that it is converted while it is in the
-// processor's cache.
+// Entries are as wide in memory as in the input, plus padding that aligns the records. A file's table is read at once;
+// an image's table is copied in pieces, so that each is swapped while it is in the processor's cache.
 template <class Record>
 bool Elf::load_table(HeaderTable<Record>& table, uint32_t offset, uint32_t count, uint32_t entry_size,
                      uint32_t type) {

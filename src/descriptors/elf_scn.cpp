@@ -68,7 +68,7 @@ DataDesc* Elf_Scn::get_data(const Elf_Data* prev) {
     last_given = 0;
     return list.front().get();
   }
-  // A walk asks for the block behind the one that it was given last.
+  // A walk asks for the block after the one that it got last.
   if (last_given >= list.size() || list[last_given].get() != prev) {
     const auto found_at =
         std::find_if(list.begin(), list.end(), [&](const auto& d) { return d.get() == prev; });
@@ -86,8 +86,8 @@ TableString Elf_Scn::string_at(uint64_t offset) const {
     if (offset >= found.size) return {};
     return {reinterpret_cast<char*>(found.buf) + offset, found.size - offset};
   }
-  // Offsets of blocks are the caller's in a new table; they may leave gaps, and the first block whose end
-  // reaches the offset is the one that answers.
+  // In a new table the caller sets the blocks' offsets, which may leave gaps. The first block that ends at or after
+  // the offset decides.
   const int64_t wanted = static_cast<int64_t>(offset);
   for (const std::unique_ptr<DataDesc>& block : data()) {
     const int64_t start = block->d_off;

@@ -15,7 +15,7 @@ Elf_Kind FileDesc::initialize() {
   uint64_t size = 0;
   if (!read_probe(probe, &size)) return ELF_K_NONE;
 
-  // An input below 16 bytes is not even compared with the magic of an object: it lacks e_ident.
+  // An input of less than 16 bytes lacks e_ident, so it is not an object.
   if (size >= EI_NIDENT && std::memcmp(probe, ELFMAG, SELFMAG) == 0) return kind = ELF_K_ELF;
   if (size >= 8 && std::memcmp(probe, "!<sola>\n", 8) == 0) {
     encoding = ELFDATA2MSB;
@@ -29,7 +29,7 @@ Elf_Kind FileDesc::initialize() {
   return ELF_K_NONE;
 }
 
-// The first bytes of the input, zeros where it is shorter, and its size.
+// Reads the first bytes of the input, zeros past its end, and its size.
 bool FileDesc::read_probe(unsigned char* probe, uint64_t* size) {
   if (is_image) {
     if (image == nullptr || image_size == 0) {

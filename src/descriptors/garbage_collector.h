@@ -12,7 +12,7 @@ namespace ambielf {
 
 class GarbageCollector {
  public:
-  // Takes the block over. False after 73 when there is none.
+  // Takes ownership of the block. False after 73 if it is null.
   bool add(MemoryBlock block) {
     if (!block) {
       elf_set_error(ERR_NULL_BLOCK);

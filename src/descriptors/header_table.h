@@ -1,9 +1,9 @@
-// HeaderTable: the section headers or program headers of an object, as live records.
+// HeaderTable: the section headers or program headers of an object, as records that callers may edit.
 //
-// The records that came from the file lie in one block, those added later in blocks of their own, so a
-// pointer to a record stays good for the life of the table. A file states the size of its entries: larger
-// entries keep their further bytes behind the record. Entries that the file counts but does not hold are
-// zero records in memory that stays untouched until somebody reads it.
+// The records that came from the file are in one block and those added later in further blocks, so a pointer to a
+// record stays valid for the life of the table. The file states the size of its entries; a larger entry keeps its
+// extra bytes after the record. Entries that the file counts but does not have are zero records, in memory that stays
+// untouched until somebody reads it.
 #ifndef AMBIELF_DESCRIPTORS_HEADER_TABLE_H
 #define AMBIELF_DESCRIPTORS_HEADER_TABLE_H
 
@@ -29,8 +29,8 @@ class HeaderTable {
     return reinterpret_cast<Record*>(block_.get() + present_ * stride_) + (index - present_);
   }
 
-  // Makes room for `count` entries. The first `present` take `stride` bytes each, a multiple of 4 and not below the
-  // record's size; the caller fills them. The others are zero. The place of the first, or null when memory is short.
+  // Makes room for `count` entries and returns the first, or null if memory is short. The first `present` entries take
+  // `stride` bytes each, a multiple of 4 and at least the record's size; the caller fills them. The others are zero.
   unsigned char* reserve(size_t count, size_t present, size_t stride) {
     const uint64_t size = uint64_t{present} * stride;
     block_ = present == count ? unset_block(size)
@@ -42,7 +42,7 @@ class HeaderTable {
     return block_.get();
   }
 
-  // Adds a zeroed record at the end, or gives null when memory is short.
+  // Adds a zeroed record at the end. Null if memory is short.
   Record* append() {
     if (added_ % chunk_size == 0) {
       std::unique_ptr<Record[]> chunk(new (std::nothrow) Record[chunk_size]());
@@ -57,7 +57,7 @@ class HeaderTable {
   size_t loaded_ = 0;
   size_t present_ = 0;
   size_t stride_ = sizeof(Record);
-  // Records that were added, which never move.
+  // The added records, which never move.
   static constexpr size_t chunk_size = 16;
   std::vector<std::unique_ptr<Record[]>> chunks_;
   size_t added_ = 0;

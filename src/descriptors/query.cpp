@@ -1,5 +1,5 @@
-// The read-side operations: a short run of checks in front of a field. None reads the file but through
-// Elf::get_scn, which loads a section that was not touched yet.
+// The functions that query an object: mostly a few checks, then a field. They read the file only through Elf::get_scn,
+// which loads a section when it is first asked for.
 #include "descriptors/argument_checks.h"
 #include "frame/guard.h"
 

@@ -5,11 +5,11 @@ namespace {
 
 struct Row {
   std::string_view name;
-  bool whole;  // a longer name belongs to some other section
+  bool whole;  // true: the whole name must match; false: its start
   SectionKind kind;
 };
 
-// Every name begins with a dot and a letter, which most others fail.
+// Each name starts with a dot and a letter; comparing these first rules out most other names.
 constexpr Row kinds[] = {
     {".rela.lnno.", false, SectionKind::line_relocations}, {".lnno.", false, SectionKind::coff_lines},
     {".coff.SDB", true, SectionKind::coff_symbols},        {".debug_info", true, SectionKind::debug_info},

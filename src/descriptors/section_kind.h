@@ -1,4 +1,4 @@
-// What a section's name says about its contents. Nothing else in the library compares names.
+// What a section's name says about its contents. No other code in the library compares section names.
 #ifndef AMBIELF_DESCRIPTORS_SECTION_KIND_H
 #define AMBIELF_DESCRIPTORS_SECTION_KIND_H
 
@@ -18,7 +18,7 @@ enum class SectionKind : uint8_t {
   debug_abbrev,
 };
 
-// plain for a name that is not there.
+// The kind that a name means; plain if there is no name.
 SectionKind kind_of(const TableString& name);
 
 constexpr bool is_walked(SectionKind kind) {

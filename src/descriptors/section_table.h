@@ -1,7 +1,7 @@
 // SectionTable: the sections of an object that are loaded or created, each at its index.
 //
-// An object has thousands of sections, and walking them must cost little more than touching them. So they
-// stand in slabs of neighbours: a slab is one block of memory, made when the first of its sections is, and a
+// An object may have thousands of sections, and a walk over them must cost little more than touching them. So they are
+// stored in slabs of neighbours: a slab is one block of memory, made together with the first of its sections. A
 // section never moves.
 #ifndef AMBIELF_DESCRIPTORS_SECTION_TABLE_H
 #define AMBIELF_DESCRIPTORS_SECTION_TABLE_H
@@ -28,7 +28,7 @@ class SectionTable {
   };
 
  public:
-  // A section in its place, but not in the table yet: it goes with this pointer.
+  // A section that has been made in its place but not entered in the table; it ends with this pointer.
   using Candidate = std::unique_ptr<Elf_Scn, EndSection>;
 
   SectionTable() = default;
@@ -38,13 +38,13 @@ class SectionTable {
   SectionTable(const SectionTable&) = delete;
   SectionTable& operator=(const SectionTable&) = delete;
 
-  // The section at `index`, or null where none is; any index will do.
+  // The section at `index`, or null if there is none; `index` may be anything.
   Elf_Scn* operator[](size_t index) const {
     Slab* const slab = find_slab(index);
     return slab != nullptr && (slab->present & Slab::bit(index)) != 0 ? slab->place(index) : nullptr;
   }
 
-  // Calls visit(Elf_Scn&) for the sections in the table, in order. `visit` adds none.
+  // Calls visit(Elf_Scn&) for the sections in the table, in order. `visit` must not add sections.
   template <class Visit>
   void for_each(Visit visit) const {
     for (const std::unique_ptr<Slab>& slab : slabs_) {
@@ -54,13 +54,13 @@ class SectionTable {
     }
   }
 
-  // Whether a candidate stands at `index`.
+  // Whether there is a candidate at `index`.
   bool is_being_made(size_t index) const {
     const Slab* const slab = find_slab(index);
     return slab != nullptr && (slab->being_made & Slab::bit(index)) != 0;
   }
 
-  // Makes a section where the table has none. Null when memory is short; may throw std::bad_alloc.
+  // Makes a section at an index where the table has none. Null if memory is short; may throw std::bad_alloc.
   Candidate make(Elf* owner, size_t index) {
     Slab* slab = find_slab(index);
     if (slab == nullptr) slab = make_slab(index);
@@ -69,7 +69,7 @@ class SectionTable {
     return {new (slab->place(index)) Elf_Scn(owner, index), {slab}};
   }
 
-  // Takes the section into the table.
+  // Enters the section in the table.
   Elf_Scn* enter(Candidate candidate) {
     Slab& slab = *candidate.get_deleter().slab;
     Elf_Scn* const scn = candidate.release();
@@ -85,7 +85,7 @@ class SectionTable {
     static uint32_t bit(size_t index) { return uint32_t{1} << (index % slab_size); }
     Elf_Scn* place(size_t index) { return reinterpret_cast<Elf_Scn*>(places) + index % slab_size; }
 
-    // A bit for each place.
+    // One bit for each place.
     uint32_t present = 0;
     uint32_t being_made = 0;
     alignas(Elf_Scn) unsigned char places[slab_size * sizeof(Elf_Scn)];

@@ -7,15 +7,15 @@
 namespace ambielf {
 namespace {
 
-// A section's bytes in the image, or the header's.
+// The bytes of a section, or of the header, in the image.
 struct Extent {
   uint64_t start;
   uint64_t end;
   size_t section;
 };
 
-// Takes extents in order of their starts. One of them meets an earlier one exactly if it starts before the furthest
-// end so far, and a later one exactly if the very next starts before its end.
+// Takes extents sorted by start. An extent overlaps an earlier one exactly if it starts before the furthest end so
+// far, and a later one exactly if the next one starts before its end.
 class Sweep {
  public:
   explicit Sweep(std::vector<uint8_t>& shared) : shared_(shared) {}
@@ -39,7 +39,7 @@ class Sweep {
 }  // namespace
 
 std::vector<uint8_t> sections_sharing_bytes(const HeaderTable<Elf32_Shdr>& shdrs, uint64_t image_size) {
-  const Extent header = {0, sizeof(Elf32_Ehdr), shdrs.size()};  // stands among the sections, behind the last
+  const Extent header = {0, sizeof(Elf32_Ehdr), shdrs.size()};  // counts as one more section
   const auto extent_of = [&](size_t section) -> Extent {
     const Elf32_Shdr& shdr = *shdrs[section];
     const bool has_bytes = shdr.sh_type != SHT_NULL && shdr.sh_type != SHT_NOBITS;
@@ -47,7 +47,7 @@ std::vector<uint8_t> sections_sharing_bytes(const HeaderTable<Elf32_Shdr>& shdrs
     return {shdr.sh_offset, shdr.sh_offset + present, section};
   };
 
-  // As a rule sections lie in the order of their headers.
+  // Usually the sections are in the order of their headers.
   std::vector<uint8_t> shared(shdrs.size() + 1, 0);
   Sweep sweep(shared);
   bool ordered = sweep.take(header);

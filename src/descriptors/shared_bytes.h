@@ -1,7 +1,7 @@
-// Which sections of a memory image have bytes in common with others.
+// Which sections of a memory image share bytes with other sections or with the ELF header.
 //
-// Contents are converted where they lie in the image. Bytes that belong to two sections, or to a section and
-// the ELF header, would be converted twice, so such sections get copies.
+// Contents are converted in place in the image. Shared bytes would be converted twice, so sections that have some get
+// copies of their contents.
 #ifndef AMBIELF_DESCRIPTORS_SHARED_BYTES_H
 #define AMBIELF_DESCRIPTORS_SHARED_BYTES_H
 
@@ -13,7 +13,7 @@
 
 namespace ambielf {
 
-// For each section of an image of `image_size` bytes, in n log n.
+// For each section of an image of `image_size` bytes: 1 if it shares bytes, else 0. Takes n log n.
 std::vector<uint8_t> sections_sharing_bytes(const HeaderTable<Elf32_Shdr>& shdrs, uint64_t image_size);
 
 }  // namespace ambielf

@@ -1,4 +1,4 @@
-// TableString: a string inside a string table, compared without leaving the table.
+// TableString: a string in a string table. Comparisons never read past the table's end.
 #ifndef AMBIELF_DESCRIPTORS_TABLE_STRING_H
 #define AMBIELF_DESCRIPTORS_TABLE_STRING_H
 
@@ -9,17 +9,17 @@
 namespace ambielf {
 
 struct TableString {
-  char* text = nullptr;  // null where there is no string
+  char* text = nullptr;  // null if there is no string
   uint64_t limit = 0;    // bytes from `text` to the end of the table
 
   explicit operator bool() const { return text != nullptr; }
 
-  // Whether the string begins with `start`, which holds no zero byte.
+  // Whether the string starts with `start`, which has no zero byte.
   bool starts_with(std::string_view start) const {
     return text != nullptr && limit >= start.size() && std::memcmp(text, start.data(), start.size()) == 0;
   }
 
-  // Whether the string is `whole`. One without a terminator ends where the table ends.
+  // Whether the string equals `whole`. A string without a terminator ends where the table ends.
   bool is(std::string_view whole) const {
     return starts_with(whole) && (limit == whole.size() || text[whole.size()] == 0);
   }

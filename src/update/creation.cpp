@@ -1,7 +1,7 @@
-// Building an object in memory: the operations that add a header, a section or a block.
+// Building an object in memory: the functions that add a header, a section or a block.
 //
-// Records come zeroed but for what only the library knows; their fields are the caller's to fill in, and layout
-// supplies the rest. Nothing is ever removed.
+// New records are zero except for what only the library knows. The caller fills in their fields and layout supplies
+// the rest. Nothing is ever removed.
 #include "descriptors/argument_checks.h"
 #include "frame/guard.h"
 #include "frame/make.h"
@@ -10,7 +10,7 @@ using namespace ambielf;
 
 namespace {
 
-// The header counts sections and program headers in 16 bits.
+// The ELF header counts sections and program headers in 16 bits.
 constexpr size_t most_headers = UINT16_MAX;
 
 // Archives, their members and memory images take no new sections and blocks.
@@ -27,7 +27,7 @@ Record* append_or_report(HeaderTable<Record>& table) {
   return record;
 }
 
-// Makes the section of the header that was appended last. Null after 34 or 4; the header stays then.
+// Makes the section whose header was appended last. Null after 34 or 4; the header stays.
 Elf_Scn* add_section(Elf& elf) {
   const size_t index = elf.shdrs.size() - 1;
   SectionTable::Candidate scn = elf.scns.make(&elf, index);

@@ -1,5 +1,5 @@
-// Setting and clearing of the dirty and layout flags. One flag serves a section's header and contents, and one
-// the descriptor and its ELF header.
+// Setting and clearing of the dirty and layout flags. A section's header and contents share one flag, and so do the
+// descriptor and its ELF header.
 #include "descriptors/elf.h"
 #include "frame/error.h"
 #include "frame/magic.h"
@@ -10,7 +10,7 @@ namespace {
 
 constexpr unsigned known_flags = ELF_F_DIRTY | ELF_F_LAYOUT;
 
-// The new value of the flags that a call names. False after 66 or 84.
+// Checks the arguments and sets `value` to the flags' new value. False after 66 or 84.
 bool read_command(Elf_Cmd cmd, unsigned flags, bool& value) {
   if ((flags & known_flags) == 0) {
     elf_set_error(ERR_FLAGS);
@@ -24,7 +24,7 @@ bool read_command(Elf_Cmd cmd, unsigned flags, bool& value) {
   return true;
 }
 
-// Of an object that has a dirty flag alone: ELF_F_LAYOUT is `layout_code`, which the dirty flag outlives.
+// For objects that have only a dirty flag. ELF_F_LAYOUT reports `layout_code`, after the dirty flag has been set.
 unsigned flag_dirty(bool& dirty, Elf_Cmd cmd, unsigned flags, int layout_code) {
   bool value = false;
   if (!read_command(cmd, flags, value)) return 0;

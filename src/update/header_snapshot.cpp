@@ -1,5 +1,4 @@
-// Copies of the header tables as a file holds them: one block of whole records in the byte order of the file,
-// which the caller owns.
+// Copies of the header tables in file order: one block of records, which the caller owns.
 #include <algorithm>
 #include <cstring>
 
@@ -10,7 +9,7 @@ using namespace ambielf;
 
 namespace {
 
-// The header states the count; records that it states and the table does not have are zeros.
+// The ELF header states the count. Records that it counts but the table does not have are zero.
 template <class Record>
 Record* snapshot(Elf& elf, const HeaderTable<Record>& table, size_t count, uint32_t type) {
   if (count == 0) return nullptr;

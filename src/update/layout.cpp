@@ -11,7 +11,7 @@ namespace {
 
 constexpr uint64_t largest_offset = UINT32_MAX;
 
-// Moves `offset` to `target` unless that leaves 32 bits, which is 29.
+// Moves `offset` to `target`. False after 29 if that does not fit in 32 bits.
 bool move_to(uint64_t& offset, uint64_t target) {
   if (target > largest_offset) {
     elf_set_error(ERR_UPDATE);
@@ -21,7 +21,7 @@ bool move_to(uint64_t& offset, uint64_t target) {
   return true;
 }
 
-// The fields that are the library's whatever they held. False after 24 or 33.
+// Sets the fields that belong to the library, whatever their values were. False after 24 or 33.
 bool force_header(Elf& elf) {
   unsigned char* const ident = elf.ehdr;
   std::memcpy(ident, ELFMAG, SELFMAG);
@@ -45,7 +45,7 @@ bool force_header(Elf& elf) {
   return true;
 }
 
-// Places a block behind what its section holds so far. False after 29.
+// Places a block after the section's contents so far. False after 29.
 bool place_block(DataDesc& block, uint64_t& extent) {
   const uint64_t start = align_offset(extent, static_cast<uint32_t>(block.d_align));
   if (!move_to(extent, start + block.d_size)) return false;
@@ -69,7 +69,7 @@ bool place_section(Elf_Scn& scn, uint64_t& offset) {
   return scn.shdr->sh_type == SHT_NOBITS || move_to(offset, offset + extent);
 }
 
-// Measures a section that the caller has placed. False after 29, or 30 when its blocks reach past its end.
+// Measures a section that the caller has placed. False after 29, or 30 if its blocks reach past its end.
 bool measure_section(Elf_Scn& scn, uint64_t& offset) {
   uint64_t extent = 0;
   for (const std::unique_ptr<DataDesc>& block : scn.data()) {
@@ -88,7 +88,7 @@ bool measure_section(Elf_Scn& scn, uint64_t& offset) {
 bool lay_out_loaded(Elf_Scn& scn, uint64_t& offset) {
   const bool caller_laid = scn.elf->layout;
   Elf32_Shdr& shdr = *scn.shdr;
-  // Without a name it counts as the null section.
+  // A section without a name counts as a null section.
   if (shdr.sh_name == 0) {
     shdr.sh_entsize = 0;
     if (!caller_laid) shdr.sh_offset = shdr.sh_size = shdr.sh_addralign = 0;
@@ -111,7 +111,7 @@ bool lay_out_sections(Elf& elf, NewOffsets& new_offsets, uint64_t& offset) {
     if (scn == nullptr) {
       if (!lay_out_not_loaded(elf, *elf.shdrs[index], offset, new_offsets[index])) return false;
     } else if (!lay_out_loaded(*scn, offset)) {
-      // The one way on which a section's flag reaches the descriptor's.
+      // Only a failed layout copies a section's dirty flag to the descriptor.
       if (scn->dirty) elf.dirty = true;
       return false;
     }
@@ -119,7 +119,7 @@ bool lay_out_sections(Elf& elf, NewOffsets& new_offsets, uint64_t& offset) {
   return true;
 }
 
-// The section header table, then the program header table if there is one. False after 29.
+// Places the section header table, then the program header table if there is one. False after 29.
 bool place_tables(Elf& elf, uint64_t& offset) {
   Elf32_Ehdr header = elf.header();
   if (!move_to(offset, align_offset(offset, 4))) return false;

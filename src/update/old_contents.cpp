@@ -11,7 +11,7 @@
 namespace ambielf {
 namespace {
 
-// Reads bytes of a file that had them when its size was asked; zeros for those that it has lost since.
+// Reads bytes that the file had when its size was determined; zeros for bytes that it has lost since.
 bool read_bytes(int file_id, uint64_t offset, unsigned char* to, uint32_t size) {
   const int64_t got = platform::read_at(file_id, offset, to, size);
   if (got < 0) {
@@ -110,9 +110,10 @@ void OldContents::drop(Window& window) {
   window.slot = 0;
 }
 
-// The `size` old bytes at `from`, all in one window; they stand until the next fetch or until the window is
-// dropped. Where one piece follows another in a window that is not in memory, all that is needed of it is read, so
-// that small pieces cost no call each; and not again and again where pieces jump between windows.
+// The `size` old bytes at `from`, all in one window. They stay valid until the next fetch or until the window is
+// dropped. If a piece follows another in a window that is not in memory, everything needed of that window is read, so
+// that small pieces do not cost a call each. This happens at most most_reads times for a window, because pieces may
+// jump back and forth between windows.
 const unsigned char* OldContents::fetch(size_t index, uint64_t from, uint32_t size) {
   Window& window = windows_[index];
   const uint64_t start = uint64_t{index} * window_size;
@@ -145,7 +146,7 @@ bool OldContents::send(const Piece& piece, DestBuffer& destination) {
     const uint32_t size = static_cast<uint32_t>(stop - from);
     const unsigned char* const bytes = fetch(index, from, size);
     if (bytes == nullptr) return false;
-    // Once fetched, they need no saving from themselves.
+    // These bytes have been fetched, so their own output may overwrite them.
     Window& window = windows_[index];
     --window.unsent;
     from = stop;

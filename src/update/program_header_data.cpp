@@ -1,5 +1,5 @@
-// The ties between program headers and sections: which section a program header describes, and which program
-// header a write keeps on its section's place.
+// The links between program headers and sections: the section that a program header describes, and the program header
+// whose p_offset follows a section.
 #include "descriptors/elf.h"
 #include "frame/error.h"
 #include "frame/guard.h"

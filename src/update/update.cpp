@@ -47,15 +47,15 @@ bool load_abbreviations(Elf& elf) {
   return true;
 }
 
-// Conversion goes by the section's name, and that of debug information by the abbreviations. So these sections are
-// loaded before layout: layout and writing then see the same sections. The file position stays the caller's. What
-// cannot be loaded counts as not there.
+// Conversion depends on section names, and for debug information on the abbreviations. Their sections are loaded
+// before layout, so that layout and writing see the same sections. The file position is restored. A section that
+// cannot be loaded counts as absent.
 bool load_what_conversion_needs(Elf& elf) {
   if (elf.ehdr == nullptr || !elf.dirty || elf.cntl_command != ELF_C_NULL) return true;
   const size_t name_table = elf.name_table();
   if (name_table == SHN_UNDEF || !any_block_needs_a_name(elf, name_table)) return true;
   const int64_t position = platform::tell(elf.file_desc->file_id);
-  if (position == -1) return true;  // the sink will tell
+  if (position == -1) return true;  // the sink will report this
   const bool loaded = elf.load_names() && (!converts_debug_info(elf) || load_abbreviations(elf));
   if (platform::seek(elf.file_desc->file_id, static_cast<uint64_t>(position)) != -1) return loaded;
   elf_seek_error(errno);
@@ -70,10 +70,6 @@ int32_t write(Elf& elf) {
   if (!load_what_conversion_needs(elf) || !make_blocks(elf)) return -1;
   NewOffsets new_offsets;
   if (update_layout(elf, new_offsets) == -1) return -1;
-  if (elf.file_desc == nullptr) {
-    elf_set_error(ERR_NULL_FILE_DESC);
-    return -1;
-  }
   FileDestBuffer file;
   if (!file.attach(elf.file_desc->file_id)) return -1;
   const int32_t result = write2buff(elf, new_offsets, file);

@@ -16,8 +16,8 @@
 namespace ambielf {
 namespace {
 
-// While one of these lives no section is loaded: that would move the file position, which is the output's, and
-// read what has been overwritten.
+// While this object lives, no section is loaded: a load would move the file position, which belongs to the output, and
+// read bytes that have been overwritten.
 class NothingLoads {
  public:
   explicit NothingLoads(Elf& elf) : elf_(elf), command_(elf.cntl_command) {
@@ -56,7 +56,7 @@ class ImageWriter {
     return true;
   }
 
-  // The records in memory keep their offsets until the file has been written; those in the file are the new ones.
+  // Sends the new offsets. The records in memory keep the old ones until the file has been written.
   bool section_table(const NewOffsets& new_offsets) {
     if (!fill_to(elf_.header().e_shoff)) return false;
     return send_table(elf_.shdrs, ELF_T_SHDR, [&](size_t index, Elf32_Shdr& record) {
@@ -120,7 +120,7 @@ class ImageWriter {
   uint64_t position_ = 0;
 };
 
-// A program header that is linked to a section follows it.
+// Gives each linked program header the offset of its section.
 void link_program_headers(Elf& elf) {
   elf.scns.for_each([](const Elf_Scn& scn) {
     if (scn.phdr_link != nullptr) scn.phdr_link->p_offset = scn.shdr->sh_offset;

@@ -16,7 +16,7 @@ bool WritePlan::make(Elf& elf, const NewOffsets& new_offsets) {
   return start_at(elf.header().e_shoff);
 }
 
-// The file is written from its start to its end: 43 for what would lie behind the position reached.
+// The file is written from start to end, so a piece must not start before the end of the previous one. False after 43.
 bool WritePlan::start_at(uint64_t offset) {
   if (offset < end_) {
     elf_set_error(ERR_ALIGNMENT);
@@ -45,7 +45,7 @@ bool WritePlan::add_block(const Elf_Scn& scn, DataDesc& block, uint64_t section_
   }
   if (!start_at(uint64_t{scn.shdr->sh_offset} + static_cast<uint32_t>(block.d_off))) return false;
   if (end_ + block.d_size > section_end) {
-    // Layout measures sections that have a name; here one without may turn out too small.
+    // Layout does not measure sections without a name, so such a section may be too small.
     elf_set_error(ERR_SECTION_SIZE);
     return false;
   }
@@ -55,8 +55,8 @@ bool WritePlan::add_block(const Elf_Scn& scn, DataDesc& block, uint64_t section_
   return true;
 }
 
-// Whether old bytes from there stand right behind those of the last piece, in both files: most sections move
-// together with their neighbours.
+// Whether these old bytes follow those of the last piece in both files. Most sections move together with their
+// neighbours.
 bool WritePlan::goes_on(uint32_t new_offset, uint32_t old_offset) const {
   if (pieces_.empty() || pieces_.back().block != nullptr) return false;
   const Piece& last = pieces_.back();

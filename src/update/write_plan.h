@@ -1,7 +1,7 @@
-// WritePlan: the contents of the file to be, piece by piece in the order of their offsets.
+// WritePlan: the contents of the new file, piece by piece, in the order of their offsets.
 //
-// It is made before the first byte goes out, so that whatever the records alone make impossible leaves the file
-// as it was. Between two pieces stands filler.
+// It is made before the first byte is written, so a write that the records make impossible leaves the file as it was.
+// Filler goes between pieces.
 #ifndef AMBIELF_UPDATE_WRITE_PLAN_H
 #define AMBIELF_UPDATE_WRITE_PLAN_H
 
@@ -13,7 +13,7 @@
 
 namespace ambielf {
 
-// A block of a loaded section, or the bytes that one or more sections which are not loaded have in the old file.
+// A block of a loaded section, or the old bytes of one or more sections that are not loaded.
 struct Piece {
   uint32_t offset;      // in the new file
   uint32_t size;        // above 0 for old bytes
@@ -23,8 +23,8 @@ struct Piece {
 
 class WritePlan {
  public:
-  // Lists the contents of the object that update_layout has laid out. False after 30, 37 or 43, or the code of
-  // a conversion that is bound to fail.
+  // Lists the contents of an object that update_layout has laid out. False after 30, 37, 43, or the code of a
+  // conversion that is bound to fail.
   bool make(Elf& elf, const NewOffsets& new_offsets);
 
   const std::vector<Piece>& pieces() const { return pieces_; }
