@@ -10,7 +10,7 @@ namespace ambielf {
 
 std::optional<size_t> AbbrevSection::find(Elf& elf) {
   if (index_ && elf.section_kind(*index_) == SectionKind::debug_abbrev) return index_;
-  // A search without result stands while no section is added.
+  // If a search found nothing, it need not be repeated until a section is added.
   if (!index_ && headers_searched_ == elf.shdrs.size()) return std::nullopt;
   index_.reset();
   headers_searched_ = elf.shdrs.size();
@@ -28,7 +28,7 @@ bool AbbrevSection::is_unedited(const DataDesc& block, Walk walk) const {
 const AbbrevStore& AbbrevSection::parse(const DataDesc& block, Walk walk) {
   if (is_unedited(block, walk)) return store_;
   const unsigned char* const bytes = static_cast<const unsigned char*>(block.d_buf);
-  // Bytes that the input did not have are zeros in memory that nothing touches, and say nothing.
+  // Bytes that the input did not have are zeros in untouched memory and have no meaning.
   const uint32_t size =
       bytes == nullptr
           ? 0

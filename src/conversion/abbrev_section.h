@@ -1,9 +1,9 @@
-// The .debug_abbrev section of an object: where it is, and what it says.
+// AbbrevSection: the .debug_abbrev section of an object, found and parsed.
 //
-// An object may have thousands of .debug_info sections (one for each type unit) beside one .debug_abbrev, so
-// the section is searched and parsed once. The caller may edit its contents in place, so what has been parsed is
-// kept beside the parse and compared before the next use, but not for each of those sections: a write or a teardown
-// compares once, and a load goes by the abbreviations that came with its file.
+// An object may have thousands of .debug_info sections (one for each type unit) but one .debug_abbrev, so that is
+// found and parsed once. The caller may edit its contents in place, so a copy of the parsed bytes is kept and compared
+// before the next use. The comparison is not made for each .debug_info section: a write or a teardown compares once,
+// and a load uses the abbreviations that came with the file.
 #ifndef AMBIELF_CONVERSION_ABBREV_SECTION_H
 #define AMBIELF_CONVERSION_ABBREV_SECTION_H
 
@@ -25,12 +25,13 @@ class AbbrevSection {
   // The index of the section, found by the names in the header table. Reports nothing.
   std::optional<size_t> find(Elf& elf);
 
-  // The parse of a block of the section, for a walk of contents that are loaded, or one of several walks between
-  // which nobody edits anything, or any other. Throws std::bad_alloc.
+  // What the abbreviations are needed for: contents that are being loaded; one of several walks, between which no
+  // caller can edit anything; anything else.
   enum class Walk { load, one_of_several, other };
+  // The parsed block. Throws std::bad_alloc.
   const AbbrevStore& parse(const DataDesc& block, Walk walk);
 
-  // Several walks have ended, or begin.
+  // Ends a series of walks: callers may edit contents from here on.
   void expect_edits() { compared_ = false; }
 
  private:
@@ -38,15 +39,15 @@ class AbbrevSection {
 
   std::optional<size_t> index_;
   size_t headers_searched_ = 0;
-  std::vector<unsigned char> parsed_;  // the bytes that store_ is of
-  const void* parsed_at_ = nullptr;    // where they were found
-  bool compared_ = false;              // since several walks began
+  std::vector<unsigned char> parsed_;  // a copy of the bytes that store_ was parsed from
+  const void* parsed_at_ = nullptr;    // their address
+  bool compared_ = false;              // whether this series of walks has compared them
   AbbrevStore store_;
 };
 
-// The abbreviations of the object: an empty store where it has none. The section is loaded for it if `may_load`; the
-// code of a load that fails stays stored. `on_load` says that the walk is of contents that are being loaded. The
-// result is good until the next call. Throws std::bad_alloc.
+// The abbreviations of the object; an empty store if it has none. Loads the section if `may_load`; the code of a
+// failed load stays stored. `on_load` tells whether they are needed for contents that are being loaded. The result is
+// valid until the next call. Throws std::bad_alloc.
 const AbbrevStore& loadAbbrevStore(Elf& elf, bool may_load, bool on_load);
 
 }  // namespace ambielf

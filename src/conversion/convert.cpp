@@ -12,11 +12,11 @@
 namespace ambielf {
 namespace {
 
-// Records converted on their way to a sink that is not in place pass through a buffer of this size, which
-// stays in the processor's nearest cache.
+// Records on their way to another place are swapped in a buffer of this size, which stays in the processor's nearest
+// cache.
 constexpr uint32_t staging_size = 8 * 1024;
 
-// Whole records that lie back to back, `count` of them, at least one.
+// Swaps `count` contiguous records, at least one.
 void swap_run(unsigned char* source, DestBuffer& destination, uint32_t count, uint32_t type) {
   const uint32_t record = record_layout(type).size;
   const bool in_place = !destination.differsFrom(source);
@@ -36,7 +36,7 @@ void swap_run(unsigned char* source, DestBuffer& destination, uint32_t count, ui
   }
 }
 
-// One conversion that is due: of what, where to, and for whom.
+// One conversion that is due.
 struct Conversion {
   DataDesc& block;
   unsigned char* bytes;
@@ -44,7 +44,7 @@ struct Conversion {
   uint32_t type;
   bool to_file;
   bool force;
-  bool value_before_swap;  // the bytes are in host order, and the sink receives the other
+  bool value_before_swap;  // true: the bytes are in host order; false: the sink receives host order
 
   bool on_load() const { return !to_file && !force; }
   const Elf32_Shdr& shdr() const { return *block.scn->shdr; }
@@ -54,7 +54,7 @@ struct Conversion {
  private:
   int32_t walk(SectionKind kind);
   int32_t swap_records();
-  // The bytes that may hold something: what the input did not have is zeros, the same in either order.
+  // The bytes that may not be zero: what the input did not have is zeros, which need no conversion.
   uint32_t present() const {
     return on_load() ? std::min(block.d_size, block.scn->found.present) : block.d_size;
   }
@@ -76,7 +76,7 @@ int32_t Conversion::walk(SectionKind kind) {
   }
   if (!complete) {
     elf_set_error(ERR_MEMORY);
-    // What a load has converted until then must find its way back.
+    // What a load has converted by then must be converted back later, so the load succeeds.
     if (!on_load()) return -1;
   }
   return count_of(block.d_size, std::max<uint32_t>(shdr().sh_entsize, 1));
@@ -88,7 +88,7 @@ uint32_t entry_size(const DataDesc& block, uint32_t type) {
   return stated != 0 ? stated : record_layout(type).size;
 }
 
-// Whether records of the type can be converted, or there is none in the block. False after 82.
+// Whether records of the type can be swapped or the block has none. False after 82.
 bool has_rule(const DataDesc& block, uint32_t type) {
   if (record_layout(type).convertible || block.d_size < entry_size(block, type)) return true;
   elf_set_error(ERR_NO_SWAP_RULE);
@@ -101,8 +101,8 @@ int32_t Conversion::swap_records() {
   const uint32_t record = record_layout(type).size;
   const uint32_t entry = entry_size(block, type);
   const uint32_t count = size / entry;
-  // Bytes have no order; and entries smaller than the record are none of ours: compilers give other meanings
-  // to the numbers of our section types.
+  // Bytes have no order. Entries smaller than the record are not ours: compilers use the numbers of our section types
+  // for other things.
   if (type == ELF_T_BYTE || entry < record) {
     if (destination.differsFrom(bytes)) destination.copy(bytes, size);
     return count_of(size, entry);
@@ -117,12 +117,12 @@ int32_t Conversion::swap_records() {
       ByteSwap::swapRecord(bytes + size_t{i} * entry, destination, type, record);
     }
     if (!destination.differsFrom(bytes + sent) && records < count) {
-      // The entries that were left alone would have moved up here, as zeros.
+      // The entries that were skipped, all zero, would have been moved here.
       const uint32_t touched = std::min(records * entry, count * record);
       if (touched > sent) std::memset(bytes + sent, 0, touched - sent);
     }
   }
-  // In place the bytes behind the last record stay; a sink receives them as they are.
+  // The bytes after the last record are not converted.
   destination.move(bytes + sent, size - sent);
   return count_of(size, entry);
 }
@@ -156,7 +156,7 @@ int32_t convert(DataDesc& block, unsigned char* bytes, DestBuffer& destination, 
   if (!force) {
     const SwapDecision decision = decide_swap(scn.swap_behavior, elf.encoding());
     if (decision != SwapDecision::due) return decision == SwapDecision::none ? 0 : -1;
-    // What loading could not convert is in file order still.
+    // Contents that loading could not convert are still in file order.
     if (to_file && scn.found.left_raw && scn.is_as_found(block)) return 0;
   }
   if (block.d_size == 0) return 0;

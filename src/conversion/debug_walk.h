@@ -1,4 +1,4 @@
-// Conversion of .debug_info and .debug_line, whose numbers lie between strings and LEB128 items.
+// Conversion of .debug_info and .debug_line, in which numbers are mixed with strings and LEB128 items.
 #ifndef AMBIELF_CONVERSION_DEBUG_WALK_H
 #define AMBIELF_CONVERSION_DEBUG_WALK_H
 
@@ -16,19 +16,20 @@ namespace ambielf {
 struct DebugWalk {
   SectionKind kind;  // debug_info or debug_line
   Elf* elf;
-  bool may_load;  // whether .debug_abbrev may be loaded for the walk
-  bool on_load;   // whether the walk is of contents that are being loaded
-  // True when the bytes are in host order and the sink receives the other, false the other way round.
+  bool may_load;  // whether the walk may load .debug_abbrev
+  bool on_load;   // whether the contents are being loaded
+  // True if the bytes are in host order and the sink receives the other; false for the opposite direction.
   bool value_before_swap;
-  // What earlier walks passed as it was; those in the other direction are of use.
+  // What earlier walks left unconverted; only walks in the opposite direction matter.
   std::array<const RawUnits*, 2> before;
 };
 
-// Sends the `size` bytes at `data` to the sink, converted unit by unit; a unit that cannot be walked inside its bounds
-// goes through as it is and is noted in `unconverted`, a new list. Exactly `size` bytes reach the sink.
+// Converts the `size` bytes at `data` unit by unit and sends them to the sink. A unit that cannot be walked inside its
+// bounds is sent unconverted. `unconverted` becomes the list of such places. Exactly `size` bytes reach the sink.
 //
-// Reports nothing, but for the code of a .debug_abbrev that cannot be loaded, which stays stored; the walk goes
-// on as if there were none. False if memory ran out: from some unit on, all is passed, and noted, as it is.
+// If .debug_abbrev cannot be loaded, that code stays stored and the walk goes on as if there were no abbreviations;
+// nothing else is reported. False if memory ran out: from some unit on, all bytes are left unconverted and listed as
+// such.
 bool walk_debug_section(const DebugWalk& walk, const unsigned char* data, uint32_t size,
                         DestBuffer& destination, RawUnits& unconverted);
 

@@ -1,8 +1,8 @@
-// Loading of a section: its contents are found in the image, or read, when it is first asked for, and converted if
-// that is due.
+// Loading of a section: finds its contents in the image or reads them from the file, and converts them if that is due.
 //
-// Codes and the file position show the order of the steps: the contents are read first, and then the name table, if
-// nobody has loaded it. What is refused by its name or type is passed over: its contents count as read, but nothing is.
+// Callers see the order of the steps in the codes and in the file position: first the contents are read, then the name
+// table is loaded if that has not happened yet. A section that is refused for its name or type is passed over: the
+// file position moves as if its contents had been read, but nothing is read.
 #include <algorithm>
 #include <cstring>
 #include <optional>
@@ -17,8 +17,8 @@ using namespace ambielf;
 
 namespace {
 
-// A section header as it was before the load. sh_type changes for the time of the load alone; a narrowed
-// section's size and entry size stay changed, but not where the load fails, since the next try starts over.
+// Restores a section header after a load. sh_type changes only during the load. A narrowed section keeps its new size
+// and entry size, unless the load fails: then the next attempt must find the old ones.
 class HeaderEdit {
  public:
   explicit HeaderEdit(Elf32_Shdr& shdr) : shdr_(shdr), before_(shdr) {}
@@ -80,8 +80,8 @@ bool SectionLoad::run() {
   if (!narrow_coff(contents)) return false;
 
   const uint32_t type = data_type_of_section(shdr_.sh_type);
-  // Entries wider than their records end up closer together than they were. That has no way back, so it does
-  // not happen in the caller's image.
+  // Conversion packs entries that are wider than their records. That cannot be undone, so it never happens in the
+  // caller's image.
   const bool packs = type != ELF_T_BYTE && shdr_.sh_entsize > record_layout(type).size;
   if (contents.in_image && packs && !read_into_block(contents)) return false;
   contents.size = shdr_.sh_size;
@@ -99,8 +99,8 @@ bool SectionLoad::run() {
   return true;
 }
 
-// Loads the name table if nobody has, and takes the section's name from it. In files of the host's byte order a load
-// does without. False after a report.
+// Loads the name table if that has not happened yet, and finds the section's name. In a file of the host's byte order
+// the load does not need a name. False after a report.
 bool SectionLoad::find_name() {
   const size_t table = elf_.name_table();
   const bool loads_names = table != SHN_UNDEF && elf_.loaded_scn(table) == nullptr;
@@ -111,7 +111,7 @@ bool SectionLoad::find_name() {
       return false;
     }
   } else {
-    if (loads_names) elf_.load_names();  // a code stays stored
+    if (loads_names) elf_.load_names();  // its code stays stored, but does not fail this load
     if (elf_.read_swap_controller == default_read_swap_controller) return true;
     name_ = elf_.section_name(scn_.index);
   }
@@ -119,13 +119,13 @@ bool SectionLoad::find_name() {
   return true;
 }
 
-// Leaves the file position behind the contents, as reading them does. False after the code of a failed seek.
+// Moves the file position past the contents, as reading them does. False after the code of a failed seek.
 bool SectionLoad::pass_over() {
   passed_over_ = true;
   return elf_.pass_object(shdr_.sh_offset, shdr_.sh_size);
 }
 
-// False after 25, 26 or what find_string reports.
+// False after 25, 26 or a code of find_string.
 bool SectionLoad::fetch_name() {
   const size_t table = elf_.name_table();
   if (table == SHN_UNDEF) {
@@ -137,8 +137,8 @@ bool SectionLoad::fetch_name() {
   return static_cast<bool>(name_);
 }
 
-// Relocations of line numbers are known by their names, whatever the type says. In a file of the foreign byte order
-// they count in wider records. False after 28: nobody knows the type.
+// The name alone decides what relocations of line numbers are, whatever the type. In a file of the other byte order
+// their offsets refer to wider records. False after 28 if the type is unknown.
 bool SectionLoad::settle_type() {
   if (elf_.foreign() && kind_ == SectionKind::line_relocations) {
     edit_.emplace(shdr_);
@@ -157,7 +157,7 @@ bool SectionLoad::locate(FoundContents& contents) {
   if (!fits(shdr_.sh_offset, size, elf_.file_desc->image_size) || elf_.shares_bytes(scn_.index)) {
     return read_into_block(contents);
   }
-  // Strings are handed out terminated, and a block has a terminator behind it.
+  // Strings must be terminated; a block of our own has a terminator after its end.
   const bool holds_strings = shdr_.sh_type == SHT_STRTAB || !has_name_;
   if (holds_strings && size != 0 && base[shdr_.sh_offset + (size - 1)] != 0) return read_into_block(contents);
   contents.buf = base + shdr_.sh_offset;
@@ -166,7 +166,7 @@ bool SectionLoad::locate(FoundContents& contents) {
   return true;
 }
 
-// Reads the contents into a block, with a zero byte behind it. What the input does not have stays zero, in
+// Reads the contents into a block with a zero byte after its end. Bytes that the input does not have stay zero, in
 // memory that nothing touches.
 bool SectionLoad::read_into_block(FoundContents& contents) {
   const uint64_t size = shdr_.sh_size;
@@ -187,7 +187,7 @@ bool SectionLoad::read_into_block(FoundContents& contents) {
   return scn_.keep_block(std::move(block));
 }
 
-// In a file of the foreign byte order COFF records may be wider than in memory.
+// In a file of the other byte order COFF records may be wider than in memory.
 bool SectionLoad::narrow_coff(FoundContents& contents) {
   if (!elf_.foreign() || shdr_.sh_type != SHT_COFFDBG) return true;
   const bool lsb = elf_.encoding() == ELFDATA2LSB;
@@ -200,8 +200,8 @@ bool SectionLoad::narrow_coff(FoundContents& contents) {
   return true;
 }
 
-// Copies the records into a block of `target_record` bytes each: the last bytes of wider ones are dropped,
-// and so are the bytes behind the last whole record.
+// Copies the records to a block where each takes `target_record` bytes. Drops the last bytes of wider records, and the
+// bytes after the last whole record.
 bool SectionLoad::narrow(FoundContents& contents, uint32_t sh_type, uint32_t source_record,
                          uint32_t target_record) {
   const uint32_t count = shdr_.sh_size / source_record;
@@ -228,12 +228,12 @@ bool SectionLoad::narrow(FoundContents& contents, uint32_t sh_type, uint32_t sou
   return true;
 }
 
-// Asks the controller for the section's swap behaviour, unless it is the default. False after 98.
+// Asks the controller, unless it is the default one, for the section's swap behaviour. False after 98.
 bool SectionLoad::ask_controller() {
   const Elf_ReadSwapController controller = elf_.read_swap_controller;
   if (!name_ || controller == default_read_swap_controller) return true;
-  // The controller gets a string with a terminator. The end of the name table is one, or has one behind it in a
-  // block of the library's own that nobody has changed.
+  // The controller gets a terminated string. The name table may end with a terminator; if not, one follows the table
+  // in a block that loading made and that the caller has not replaced.
   const FoundContents& names = elf_.loaded_scn(elf_.name_table())->found;
   const char* const end = name_.text + name_.limit;
   const bool terminated =

@@ -1,5 +1,5 @@
-// The way back: at teardown the contents of a memory image are put into file order where they lie, by the names,
-// types, behaviours and byte order of that moment.
+// The way back: at teardown the contents of a memory image are converted in place to file order. The names, types,
+// behaviours and byte order of that moment decide.
 #include "byteorder/data_types.h"
 #include "conversion/convert.h"
 
@@ -8,13 +8,13 @@ namespace {
 
 void restoreToFileOrder(Elf_Scn& scn, SectionKind kind) {
   const FoundContents& found = scn.found;
-  // Relocations of line numbers go by their name, whatever the section's type. Rescaled offsets have no way
-  // back, the byte order has.
+  // For relocations of line numbers the load has decided by name, whatever the section's type. Rescaling cannot be
+  // undone, but the byte order is restored.
   const bool line_relocations = found.type == ELF_T_RELA_LNNO_UP || found.type == ELF_T_RELA_LNNO_DOWN;
   const uint32_t type = line_relocations ? uint32_t{ELF_T_RELA} : data_type_of_section(scn.shdr->sh_type);
   if (type == ELF_T_NONE || !conversion_is_due(scn, type, kind)) return;
   CharDestBuffer in_place(found.buf);
-  // Memory may be short; the way back must not be.
+  // The way back must not need memory, so a block that was never made is described by a local one.
   DataDesc unmade(&scn);
   DataDesc* const made = scn.first_data();
   DataDesc& block = made != nullptr ? *made : unmade;
@@ -24,7 +24,7 @@ void restoreToFileOrder(Elf_Scn& scn, SectionKind kind) {
 
 }  // namespace
 
-// The abbreviations of debug information go last: nothing keeps a file from giving them a type whose records convert.
+// .debug_abbrev goes last, because a file may give it a type whose records are swapped, and .debug_info needs it.
 void restore_sections(Elf& elf) {
   Elf_Scn* last = nullptr;
   elf.scns.for_each([&](Elf_Scn& scn) {

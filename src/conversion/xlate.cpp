@@ -1,4 +1,4 @@
-// Conversion of a block on demand, whatever the swap behaviour of its section.
+// elf32_xlatetof and elf32_xlatetom: conversion of a block on demand, whatever its section's swap behaviour.
 #include <cstring>
 
 #include "conversion/convert.h"
@@ -31,7 +31,7 @@ Elf_Data* xlate(Elf_Data* dst, const Elf_Data* src, unsigned encoding, bool to_f
   if (encoding == elf_host_encoding()) {
     if (dst->d_buf != src->d_buf && src->d_size != 0) std::memmove(dst->d_buf, src->d_buf, src->d_size);
   } else {
-    // Two record types are reversed at the source first, so a source is not constant for all types.
+    // Records of two types are first swapped at the source, so the source is not always constant.
     DataDesc* const source = const_cast<DataDesc*>(block);
     CharDestBuffer sink(dst->d_buf);
     unsigned char* const bytes = static_cast<unsigned char*>(src->d_buf);
