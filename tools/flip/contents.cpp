@@ -154,13 +154,18 @@ std::optional<Tally> FlippedContents::walk_debug(uint32_t index, std::string_vie
   }
   if (name == ".debug_frame") return walk_debug_frame(cursor, RelocatedFields(source_, index));
   if (name == ".debug_loc") {
-    if (split) return walk_split_loc(cursor);
     find_lists(split);
+    if (split) return walk_split_loc(cursor, *units_[split].loc);
     return walk_loc(cursor, RelocatedFields(source_, index), *units_[split].loc);
   }
   if (name == ".debug_loclists") {
     find_lists(split);
-    return walk_loclists(cursor, *units_[split].loclists);
+    ListPlaces places = *units_[split].loclists;
+    // In split units gcc counts the places of view numbers from behind the header, of which there is one.
+    constexpr uint32_t header = 12;
+    if (split)
+      std::for_each(places.views.begin(), places.views.end(), [](uint32_t& view) { view += header; });
+    return walk_loclists(cursor, std::move(places));
   }
   const auto rule = std::find_if(std::begin(name_rules), std::end(name_rules),
                                  [&](const NameRule& known) { return known.name == name; });

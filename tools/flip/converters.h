@@ -28,7 +28,7 @@ Tally walk_rnglists(Cursor& cursor);
 Tally walk_loc(Cursor& cursor, const RelocatedFields& fields, ListPlaces places);
 Tally walk_loclists(Cursor& cursor, ListPlaces places);
 // .debug_loc.dwo, as GNU defined it before version 5.
-Tally walk_split_loc(Cursor& cursor);
+Tally walk_split_loc(Cursor& cursor, ListPlaces places);
 
 // Call frames (frames.cpp).
 Tally walk_debug_frame(Cursor& cursor, const RelocatedFields& fields);

@@ -147,17 +147,10 @@ class Boundaries {
   std::vector<uint32_t> views_;
 };
 
-}  // namespace
-
-Tally walk_rnglists(Cursor& cursor) {
-  return walk_units(cursor, [](Cursor& unit) {
-    walk_list_header(unit);
-    while (!unit.at_end()) walk_range_entry(unit);
-  });
-}
-
-// A list that can't be walked stays as it is, up to where an entry of .debug_info says that something begins.
-Tally walk_loc(Cursor& cursor, const RelocatedFields& fields, ListPlaces places) {
+// A section of lists without headers. A list that can't be walked stays as it is, up to where an entry of .debug_info
+// says that something begins.
+template <class WalkList>
+Tally walk_lists(Cursor& cursor, ListPlaces places, WalkList walk_list) {
   const Boundaries boundaries(std::move(places));
   Tally tally;
   while (!cursor.at_end()) {
@@ -168,14 +161,42 @@ Tally walk_loc(Cursor& cursor, const RelocatedFields& fields, ListPlaces places)
       continue;
     }
     cursor.enter_unit(boundaries.next_any(start, end) - start);
-    walk_loc_list(cursor, fields);
+    walk_list(cursor);
     cursor.cut_unit();
     cursor.leave_unit(tally);
   }
   return tally;
 }
 
+// The places that the tables of offsets tell, each from the start of its table.
+void add_tables(Cursor probe, std::vector<uint32_t>& lists) {
+  walk_units(probe, [&](Cursor& unit) {
+    unit.skip(8);  // all of the header but the number of offsets
+    uint64_t left = unit.word();
+    const uint32_t table = static_cast<uint32_t>(unit.offset());
+    for (; left != 0 && unit.remaining() >= 4; --left) lists.push_back(table + unit.word());
+  });
+}
+
+}  // namespace
+
+Tally walk_rnglists(Cursor& cursor) {
+  return walk_units(cursor, [](Cursor& unit) {
+    walk_list_header(unit);
+    while (!unit.at_end()) walk_range_entry(unit);
+  });
+}
+
+Tally walk_loc(Cursor& cursor, const RelocatedFields& fields, ListPlaces places) {
+  return walk_lists(cursor, std::move(places), [&](Cursor& list) { walk_loc_list(list, fields); });
+}
+
+Tally walk_split_loc(Cursor& cursor, ListPlaces places) {
+  return walk_lists(cursor, std::move(places), walk_split_list);
+}
+
 Tally walk_loclists(Cursor& cursor, ListPlaces places) {
+  add_tables(cursor, places.lists);
   const Boundaries boundaries(std::move(places));
   return walk_units(cursor, [&](Cursor& unit) {
     walk_list_header(unit);
@@ -188,17 +209,6 @@ Tally walk_loclists(Cursor& cursor, ListPlaces places) {
       }
     }
   });
-}
-
-Tally walk_split_loc(Cursor& cursor) {
-  Tally tally;
-  while (!cursor.at_end()) {
-    cursor.enter_unit(cursor.remaining());
-    walk_split_list(cursor);
-    cursor.cut_unit();
-    cursor.leave_unit(tally);
-  }
-  return tally;
 }
 
 }  // namespace ambielf::tools::flip
