@@ -24,19 +24,16 @@ int run(int argc, char** argv) {
   app.set_version_flag("--version", version());
   app.require_subcommand(1);
   Report report;
-  add_copy(app, report);
-  add_flip(app, report);
-  add_list(app, report);
-  add_remove(app, report);
-  add_size(app, report);
-  add_copy(app, report);
-  add_strip(app, report);
-  add_remove(app, report);
-  add_flip(app, report);
   add_archive(app, report);
   add_archive_symbols(app, report);
-  add_members(app, report);
+  add_copy(app, report);
   add_extract(app, report);
+  add_flip(app, report);
+  add_list(app, report);
+  add_members(app, report);
+  add_remove(app, report);
+  add_size(app, report);
+  add_strip(app, report);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& problem) {
