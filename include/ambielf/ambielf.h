@@ -1,55 +1,54 @@
 /** @file
  * ambielf: reading, changing and writing 32-bit ELF object files of either byte order.
  *
- * This header is the library's whole interface. It compiles as C99 and later and as C++11 and later, alone
- * or together with the system's <elf.h> in either order. The records of the ELF standard come from
- * <ambielf/elf32.h>, which explains where it takes them from.
+ * This header is the library's whole interface. It compiles as C99 and later and as C++11 and later, alone or
+ * together with the system's <elf.h> in either order. <ambielf/elf32.h> provides the records of the ELF
+ * standard.
  *
  * Conventions that hold for every function below:
  *
  * 1. Data model. An Elf is a descriptor: of an object file, of an archive, or of one member of an archive.
  *    An object has one ELF header, a table of section headers and a table of program headers, all loaded
- *    when it is opened. An Elf_Scn is one section of it, made when it is first asked for; section 0 is the
+ *    when it is opened. An Elf_Scn is one section of it, loaded when it is first asked for; section 0 is the
  *    null section of the standard. A section's contents are a list of blocks, each an Elf_Data. A section
- *    that comes from a file has one block, or none if its type is SHT_NULL or SHT_NOBITS; blocks are added
- *    with elf_newdata. Sizes, offsets and alignments are in bytes. Only ELFCLASS32 exists here.
+ *    that comes from a file has one block, or none if its type is SHT_NULL or SHT_NOBITS; elf_newdata adds
+ *    blocks. Sizes, offsets and alignments are in bytes. Only ELFCLASS32 is supported.
  *
- * 2. Failures. A function that fails returns its failure value (NULL, 0 or -1, as told below) and stores
- *    one code, which elf_errno reads and clears and elf_errmsg puts in words. A success stores nothing and
- *    clears nothing, so a code means something only after a failure value. The end of a walk is a failure
- *    too, with a code that says so. What a failing call has done up to then stays done. "Codes" lists what
- *    a function can report, in the order of its checks. Running out of memory gives 4 where nothing else is
- *    said. Nothing is printed, and no exception leaves the library.
+ * 2. Failures. A function that fails returns its failure value (NULL, 0 or -1, as stated below) and stores
+ *    one code, which elf_errno reads and clears and elf_errmsg puts in words. Success neither stores nor
+ *    clears a code, so a code is meaningful only after a failure value. The end of a walk is a failure too,
+ *    with a code that says so. What a failing call has done before it fails stays done. "Codes" lists what a
+ *    function can report, in the order of its checks. Running out of memory gives 4 unless another code is
+ *    listed. The library prints nothing, and no exception leaves it.
  *
- * 3. Ownership. Descriptors, sections, blocks and the records that are handed out belong to the library.
- *    The caller owns the file id, a memory image, every buffer that it hangs into Elf_Data::d_buf, and the
- *    header tables of elf32_getphdr and elf32_getshdrtab. The library never closes a file id that it was
- *    given.
+ * 3. Ownership. Descriptors, sections, blocks and the records that functions return belong to the library.
+ *    The caller owns the file id, a memory image, every buffer that it stores in Elf_Data::d_buf, and the
+ *    header tables of elf32_getphdr and elf32_getshdrtab. The library never closes the caller's file id.
  *
- * 4. Lifetimes. A pointer that the library hands out lives until elf_end releases its descriptor. The
- *    members of an archive and all that hangs on them end with the archive's descriptor. A memory image
- *    must outlive its descriptor, and a buffer in d_buf the last elf_update. A handle that has ended must
- *    not be used.
+ * 4. Lifetimes. A pointer from the library is valid until elf_end releases its descriptor. The members of an
+ *    archive, and everything that belongs to them, end with the archive's descriptor. A memory image must
+ *    outlive its descriptor, and a buffer in d_buf the last elf_update. A handle that has ended must not be
+ *    used.
  *
- * 5. Records are live. The header records and blocks that are handed out are the ones that the library
- *    works with; a caller changes their fields directly and says so with the elf_flag functions.
+ * 5. Records are live. The header records and blocks that functions return are the ones that the library
+ *    works with. A caller changes their fields directly and marks them with the elf_flag functions.
  *
- * 6. Byte order. Header records in memory are in the host's byte order, whatever the file's;
- *    e_ident[EI_DATA] in the header says which order the file has. Section contents are in the order that
- *    the section's swap behaviour says, by default the host's: symbols, relocations, dynamic entries, words
- *    and the sections .debug_info and .debug_line of DWARF 2 to 5 are converted, plain bytes never change.
+ * 6. Byte order. Header records in memory are in the host's byte order, whatever the file's order;
+ *    e_ident[EI_DATA] in the header gives the file's. A section's swap behaviour gives the order of its
+ *    contents in memory, by default the host's. Symbols, relocations, dynamic entries, words and the sections
+ *    .debug_info and .debug_line of DWARF 2 to 5 are converted; plain bytes never change.
  *
- * 7. File position. The position of a file id is part of the interface. Loading reads through it and moves
- *    it. In an archive it is the cursor that elf_begin, elf_next and elf_rand share, and elf_update writes
- *    from where it stands. Nothing else may move it during a call.
+ * 7. File position. The position of a file id is part of the interface. Loading moves it. In an archive it is
+ *    the cursor that elf_begin, elf_next and elf_rand share. elf_update writes from the current position.
+ *    Nothing else may move it during a call.
  *
- * 8. Threads. The error code, the work version and the fill value belong to the process, and nothing is
- *    locked: one thread at a time may be in the library, even for different descriptors.
+ * 8. Threads. The error code, the work version and the fill value belong to the process, and the library locks
+ *    nothing: only one thread at a time may call it, even for different descriptors.
  *
- * 9. Handles are trusted. A function that takes a handle refuses NULL; anything else must be a live handle
- *    of this library. Codes 70 (Elf), 71 (Elf_Scn) and 72 (Elf_Data), bad magic number, mean that the
- *    library's own state has been overwritten. Contents of files and images are never trusted: any bytes
- *    are safe to open.
+ * 9. Handles are trusted. A function that takes a handle refuses NULL; anything else must be a live handle of
+ *    this library. Codes 70 (Elf), 71 (Elf_Scn) and 72 (Elf_Data), bad magic number, mean that the library's
+ *    own state has been overwritten. The contents of files and images are never trusted: any bytes are safe
+ *    to open.
  */
 #ifndef AMBIELF_AMBIELF_H
 #define AMBIELF_AMBIELF_H
@@ -60,7 +59,7 @@
 #define AMBIELF_VERSION_MINOR 1
 /** The library's version: patch, corrections. */
 #define AMBIELF_VERSION_PATCH 0
-/** The number of the binary interface: programs linked with another number have to be linked anew. */
+/** The number of the binary interface: programs linked with another number must be linked again. */
 #define AMBIELF_ABI 0
 
 #include <ambielf/elf32.h>
@@ -98,33 +97,33 @@ typedef struct Elf Elf;
 /** A section of an object. */
 typedef struct Elf_Scn Elf_Scn;
 
-/** What a descriptor is opened for, and what a command asks. */
+/** What a descriptor is opened for, and the commands of other functions. */
 enum Elf_Cmd AMBIELF_U32 {
   ELF_C_NULL = 0,   /**< nothing; elf_update: lay the file out without writing it */
   ELF_C_READ = 1,   /**< open for reading */
   ELF_C_WRITE = 2,  /**< open a new file for writing; elf_update: lay out and write */
   ELF_C_CLR = 3,    /**< the flag functions: clear */
   ELF_C_SET = 4,    /**< the flag functions: set */
-  ELF_C_FDDONE = 5, /**< elf_cntl: the file id is not to be used any more */
+  ELF_C_FDDONE = 5, /**< elf_cntl: stop using the file id */
   ELF_C_FDREAD = 6, /**< elf_cntl: load everything, then as ELF_C_FDDONE */
   ELF_C_RDWR = 7    /**< open for reading and rewriting */
 };
 /** @see enum Elf_Cmd */
 typedef enum Elf_Cmd Elf_Cmd;
 
-/** What a descriptor stands for. */
+/** What a descriptor is. */
 enum Elf_Kind AMBIELF_U32 {
   ELF_K_NONE = 0, /**< the failure value of elf_kind */
   ELF_K_AR = 1,   /**< an archive, or a member of one */
   ELF_K_COFF = 2, /**< never reported */
-  ELF_K_ELF = 3   /**< an object that stands alone: a file, an image, or a new one */
+  ELF_K_ELF = 3   /**< a stand-alone object: a file, an image, or a new one */
 };
 /** @see enum Elf_Kind */
 typedef enum Elf_Kind Elf_Kind;
 
-/** How the bytes of a block are divided into records: the values of Elf_Data::d_type. The size of a record is
- * what elf32_fsize says. Blocks that were loaded show ELF_T_BYTE for ELF_T_LNNO and ELF_T_SDB, and ELF_T_RELA
- * for the two ELF_T_RELA_LNNO types. */
+/** How the bytes of a block divide into records: the values of Elf_Data::d_type. elf32_fsize gives the size of a
+ * record. Loaded blocks have ELF_T_BYTE instead of ELF_T_LNNO and ELF_T_SDB, and ELF_T_RELA instead of the two
+ * ELF_T_RELA_LNNO types. */
 enum Elf_Type AMBIELF_U32 {
   ELF_T_BYTE = 0,          /**< plain bytes, 1 byte */
   ELF_T_ADDR = 1,          /**< Elf32_Addr, 4 bytes */
@@ -148,7 +147,7 @@ enum Elf_Type AMBIELF_U32 {
   ELF_T_RELA_LNNO_DOWN = 18, /**< Elf32_Rela whose r_offset is rescaled from 8-byte to 6-byte line numbers */
   ELF_T_WORDS3 = 19,         /**< three words, 12 bytes */
   ELF_T_WORDS4 = 20,         /**< four words, 16 bytes */
-  ELF_T_NONE = 21            /**< no data type; never seen in a block */
+  ELF_T_NONE = 21            /**< no data type; never in a block */
 };
 /** @see enum Elf_Type */
 typedef enum Elf_Type Elf_Type;
@@ -156,21 +155,21 @@ typedef enum Elf_Type Elf_Type;
 /** Flags, combined by |. */
 enum {
   ELF_F_DIRTY = 1, /**< changed: elf_update writes a descriptor only if its flag is set */
-  ELF_F_LAYOUT = 4 /**< of a descriptor: offsets, sizes and alignments are the caller's, see elf_update */
+  ELF_F_LAYOUT = 4 /**< of a descriptor: the caller sets offsets, sizes and alignments, see elf_update */
 };
 
-/** Swap behaviours: the byte order in which the blocks of a section are held in memory. */
+/** Swap behaviours: the byte order of a section's blocks in memory. */
 enum {
-  ELF_SWAP_TO_HOST = 1, /**< the host's; what every section starts with */
+  ELF_SWAP_TO_HOST = 1, /**< the host's; the default of every section */
   ELF_SWAP_TO_LSB = 2,  /**< little-endian */
   ELF_SWAP_TO_MSB = 3,  /**< big-endian */
   ELF_SWAP_NEVER = 4    /**< the file's */
 };
 
-/** Section types of this library's own. The types 0 to 11 are those of the standard, 12 counts as plain
- * bytes; a section with a type above 21 can't be loaded (28). Compilers use some of these numbers for other
- * things, group sections (17) above all: contents whose sh_entsize is above 0 and smaller than the record are
- * left alone. */
+/** This library's own section types. The types 0 to 11 are those of the standard, and 12 counts as plain bytes. A
+ * section with a type above 21 cannot be loaded (28). Compilers use some of these numbers for other things,
+ * mainly for group sections (17), so contents whose sh_entsize is above 0 and smaller than the record are left
+ * alone. */
 enum {
   SHT_WORDS6 = 13,       /**< records of ELF_T_WORDS6 */
   SHT_OFFTAB = 14,       /**< records of ELF_T_OFF */
@@ -187,7 +186,7 @@ enum {
 
 /** A block of section contents. */
 typedef struct {
-  void* d_buf;        /**< the bytes; NULL in a block that elf_newdata made, until the caller sets it */
+  void* d_buf;        /**< the bytes; NULL in a block from elf_newdata until the caller sets it */
   uint32_t d_type;    /**< an Elf_Type */
   uint32_t d_size;    /**< bytes in the block */
   int32_t d_off;      /**< offset in the section, bytes; set by layout unless ELF_F_LAYOUT is set */
@@ -195,7 +194,7 @@ typedef struct {
   uint32_t d_version; /**< the version of the records: EV_CURRENT */
 } Elf_Data;
 
-/** The header of an archive member. Numbers are those of the header's decimal text, mode included. */
+/** The header of an archive member. The header has all numbers, including the mode, as decimal text. */
 typedef struct {
   char* ar_name;    /**< the name, without the "/" that ends it in the file */
   long ar_date;     /**< date, as the archive's writer counted it */
@@ -210,7 +209,7 @@ typedef struct {
 typedef struct {
   char* as_name;    /**< the symbol */
   uint32_t as_off;  /**< file offset of the header of the member that defines it, for elf_rand */
-  uint32_t as_hash; /**< has no meaning, 0 */
+  uint32_t as_hash; /**< without meaning, 0 */
 } Elf_Arsym;
 
 /** Chooses the swap behaviour of a section while it is loaded.
@@ -233,13 +232,13 @@ AMBIELF_API int elf_errno(void);
 /** Puts a code in words. The stored code is neither read nor changed.
  *
  * @param err  a code, usually what elf_errno returned
- * @return the text, which is static and never NULL; for a number that is no code, that of code 0
+ * @return the text, which is static and never NULL; for a number that is not a code, the text of code 0
  */
 AMBIELF_API const char* elf_errmsg(int err);
 
-/** Sets the version of ELF that the program works with. elf_begin demands it.
+/** Sets the version of ELF that the program works with. Call it before elf_begin.
  *
- * @param ver  EV_CURRENT; EV_NONE asks without setting
+ * @param ver  EV_CURRENT; EV_NONE only queries
  * @return EV_CURRENT, or EV_NONE on failure
  * @codes 54 the version is unknown
  */
@@ -255,25 +254,24 @@ AMBIELF_API void elf_fill(int fill);
  * @name Opening and ending
  * @{ */
 
-/** Opens a file, or asks an archive for a member, or counts one more user of a descriptor.
+/** Opens a file, opens a member of an archive, or adds a reference to a descriptor.
  *
- * Without `ref` the file is classified by its first bytes, read from where its position stands. An object
- * gets its headers loaded, and the position goes to 0; an archive gets its list of members, and the position
- * goes to the header of the first. With ELF_C_WRITE nothing is read, `ref` is ignored, and an empty
- * descriptor is made.
+ * Without `ref` the file's first bytes, read from its current position, tell what it is. For an object the
+ * headers are loaded, and the position moves to 0; for an archive the list of members is made, and the position
+ * moves to the first member's header. With ELF_C_WRITE nothing is read, `ref` is ignored, and the descriptor is
+ * empty.
  *
- * With an archive as `ref` the member whose header stands at the file position is opened, or, if it is open
- * already, gets one more reference. With the descriptor of an object that stands alone as `ref`, that
- * descriptor gets one more reference. Each reference is given back with elf_end.
+ * If `ref` is an archive, the member whose header is at the file position is opened or, if it is open already,
+ * gets one more reference. If `ref` is a stand-alone object, that descriptor gets one more reference. elf_end
+ * gives a reference back.
  *
- * The byte order of an object is taken from e_version, not from the byte that the file has in
- * e_ident[EI_DATA], which is set to what was found. A header that the file's end cuts short reads as zeros
- * there, and so do table entries. e_ident[EI_CLASS] is the caller's to look at: nothing here does, and an
- * object of 64 bits opens, with fields that mean nothing.
+ * e_version tells the byte order of an object; e_ident[EI_DATA] in the file is ignored, and set to that order in
+ * memory. If the file's end cuts off a header or a table entry, the missing bytes read as zeros. The library
+ * does not check e_ident[EI_CLASS]; the caller must. A 64-bit object opens, but its fields mean nothing.
  *
- * @param fildes  a file id open for the purpose; it stays the caller's
- * @param cmd     ELF_C_READ, ELF_C_WRITE or ELF_C_RDWR; with ELF_C_NULL the answer is NULL without a
- *                code, which ends the usual loop over an archive
+ * @param fildes  a file id, open for the access that `cmd` needs; it still belongs to the caller
+ * @param cmd     ELF_C_READ, ELF_C_WRITE or ELF_C_RDWR; ELF_C_NULL gives NULL without a code, which ends the
+ *                usual loop over an archive
  * @param ref     NULL, or a descriptor on the same file
  * @return the descriptor, or NULL
  * @codes 70 bad magic number; 80 elf_version was not called; 1 fildes is -1; 55, 57, 48, 4 no memory for
@@ -292,11 +290,10 @@ AMBIELF_API Elf* elf_begin(int fildes, Elf_Cmd cmd, Elf* ref);
 
 /** Opens an object that lies in memory, for reading.
  *
- * The image is used in place. While the descriptor lives, its header and the contents of the sections that
- * were loaded may be in another byte order than in the file, and must not be read through the image. elf_end
- * puts the image back as it was, but for e_ident[EI_DATA], which holds the byte order that was found, and for
- * the changes that the caller made. What does not fit in the image reads as zeros. elf_version need not have
- * been called.
+ * The image is used in place. While the descriptor lives, the header and the contents of loaded sections may be
+ * in another byte order than the file's, so the caller must not read them through the image. elf_end restores
+ * the image, except for e_ident[EI_DATA], which keeps the byte order that was found, and for the caller's
+ * changes. Whatever reaches past the image reads as zeros. elf_version need not have been called.
  *
  * @param image  the object's first byte, writable, at any alignment; it must outlive the descriptor
  * @param size   bytes in the image, at most 4 GiB - 1
@@ -306,22 +303,22 @@ AMBIELF_API Elf* elf_begin(int fildes, Elf_Cmd cmd, Elf* ref);
  */
 AMBIELF_API Elf* elf_memory(char* image, size_t size);
 
-/** Gives back one reference to a descriptor, and releases it with all that it owns when it was the last.
+/** Gives back one reference to a descriptor. The last reference releases it and everything that it owns.
  *
- * An archive takes its members with it, whatever their references. A member without users stays with its
- * archive and is found again by elf_begin. Nothing is written to the file, and the file id stays open.
+ * Releasing an archive releases its members, whatever their references. A member without users stays with its
+ * archive, and elf_begin finds it again. Nothing is written to the file, and the file id stays open.
  *
  * @param elf  the descriptor
- * @return 0 when the descriptor is gone; the references that remain when it lives on; -1 on failure. A
- *         member's archive counts as one reference.
+ * @return 0 if the descriptor has been released; otherwise the number of references left; -1 on failure. A
+ *         member's archive holds one reference to it.
  * @codes 32 elf is NULL; 70 bad magic number; 38 a member that has no users left
  */
 AMBIELF_API int elf_end(Elf* elf);
 
-/** Tells what a descriptor stands for.
+/** Tells what a descriptor is.
  *
  * @param elf  the descriptor
- * @return ELF_K_ELF for an object that stands alone, ELF_K_AR for an archive and for its members;
+ * @return ELF_K_ELF for a stand-alone object, ELF_K_AR for an archive and for its members;
  *         ELF_K_NONE on failure
  * @codes 32 elf is NULL; 70 bad magic number
  */
@@ -359,14 +356,13 @@ AMBIELF_API char* elf_getident(Elf* elf, size_t* size);
 
 /** Gives a section, and loads its contents when it is first asked for.
  *
- * Loading moves the file position. It asks the controller of elf_setreadswapcontroller for a swap behaviour
- * and converts the contents accordingly; contents that can't be converted do not fail the load, but stay in
- * file order from there on, with the code stored. In a file of the other byte order the section's name has to
- * be readable.
+ * Loading moves the file position. It asks the controller of elf_setreadswapcontroller for the swap behaviour
+ * and converts the contents accordingly. Contents that cannot be converted do not fail the load; they stay in
+ * file order and the code is stored. In a file of the other byte order the section's name must be readable.
  *
  * @param elf    the descriptor of an object
  * @param index  0 to the number of sections - 1
- * @return the section, the same for every call with this index; or NULL
+ * @return the section, always the same for this index; or NULL
  * @codes 32 elf is NULL; 70 bad magic number; 21 no such section; 42 not loaded before elf_cntl ended
  *        loading; 4, 74, 31 no memory for the section, its contents, its block; 88, 89, 17 no seek; 8 no
  *        read; 25, 68, 37, 26 no name to be had in a file of the other byte order: no name table, no
@@ -413,9 +409,9 @@ AMBIELF_API Elf_Data* elf_getdata(Elf_Scn* scn, Elf_Data* data);
 
 /** Gives a string from a string table.
  *
- * A table of several blocks is searched in block order: the first block that reaches as far as the offset
- * serves it. The library does not look for the zero byte that ends the string: a table that a file ends
- * without one ends the same way here, and a careful reader compares with d_size of the block.
+ * In a table of several blocks the first block that reaches as far as the offset decides. The library does not
+ * check that a zero byte ends the string. If the table in the file does not end with one, a careful reader
+ * compares with d_size of the block.
  *
  * @param elf      the descriptor of an object
  * @param section  index of a section of type SHT_STRTAB, above 0
@@ -428,7 +424,7 @@ AMBIELF_API char* elf_strptr(Elf* elf, size_t section, size_t offset);
 
 /** Ends the library's use of the file id.
  *
- * Afterwards no further section is loaded (42), and elf_update can't write. New sections can be made.
+ * After that no further section can be loaded (42) and elf_update cannot write, but new sections can be made.
  *
  * @param elf  the descriptor
  * @param cmd  ELF_C_FDDONE; or ELF_C_FDREAD, which first loads every section from index 1 up, of an
@@ -456,10 +452,10 @@ AMBIELF_API uint32_t elf32_fsize(uint32_t type, uint32_t count, uint32_t version
 
 /** Converts a block from memory order to the byte order `encoding`.
  *
- * If `encoding` is the host's, the bytes are copied. Otherwise they are converted as elf_update would:
- * records by d_type, and debug sections by the name of the section that `src` belongs to. The section's swap
- * behaviour is not asked. `dst` may share its buffer with `src`, if both start at the same byte. Two types,
- * ELF_T_LNNO and ELF_T_SDB, are converted in the source block itself, before they are copied.
+ * If `encoding` is the host's, the bytes are copied. Otherwise they are converted as elf_update would convert
+ * them: records by d_type, debug sections by the name of the section of `src`. The section's swap behaviour
+ * does not matter. `dst` may share its buffer with `src` if both start at the same byte. Records of two types,
+ * ELF_T_LNNO and ELF_T_SDB, are first converted in the source block and then copied.
  *
  * @param dst       receives bytes, d_size and d_type; its d_buf has room for its d_size. May be the
  *                  caller's own.
@@ -484,21 +480,20 @@ AMBIELF_API Elf_Data* elf32_xlatetof(Elf_Data* dst, const Elf_Data* src, unsigne
  */
 AMBIELF_API Elf_Data* elf32_xlatetom(Elf_Data* dst, const Elf_Data* src, unsigned encoding);
 
-/** Sets the swap behaviour of a section that has been loaded: the order in which its blocks are held when
- * they are written, or put back into an image. Its blocks are not touched; a caller that changes the
- * behaviour converts them.
+/** Sets the swap behaviour of a loaded section: the byte order that its blocks are in when they are written, or
+ * put back into an image. The blocks do not change; a caller that changes the behaviour must convert them.
  *
- * @param section   the section; it must be one, NULL is not tested for
+ * @param section   the section
  * @param behavior  one of the ELF_SWAP values
  * @return 0, or -1
  * @codes 98 another value; the old one stays
  */
 AMBIELF_API int elf_setswapbehavior(Elf_Scn* section, int behavior);
 
-/** Installs the function that chooses the swap behaviour of each section as it is loaded. The section-name
- * table is loaded without asking it.
+/** Installs the function that chooses the swap behaviour of each section when it is loaded. It is not asked for
+ * the section-name table.
  *
- * @param elf         the descriptor; it must be one, NULL is not tested for
+ * @param elf         the descriptor
  * @param controller  the function; NULL for the default, which answers ELF_SWAP_TO_HOST
  * @return the function that was installed before
  */
@@ -506,14 +501,15 @@ AMBIELF_API Elf_ReadSwapController elf_setreadswapcontroller(Elf* elf, Elf_ReadS
 
 /** @}
  * @name Creating
- * A new file takes these calls, in this order: elf_begin with ELF_C_WRITE; elf32_newehdr, and the caller's
+ * To make a new file, call, in this order: elf_begin with ELF_C_WRITE; elf32_newehdr, and the caller's
  * fields in the header; elf32_newphdr for each program header; elf_newscn for each section, with the caller's
  * fields in elf32_getshdr (sh_name above all: a section whose sh_name is 0 counts as null) and elf_newdata
  * for each block; e_shstrndx in the header; elf_update; elf_end.
  * @{ */
 
-/** Makes the ELF header of a new file, or gives the one that is there. A new header is all zeros but for
- * e_ident[EI_DATA], which is the host's byte order and can be changed. It sets the descriptor's dirty flag.
+/** Makes the ELF header of a new file, or gives the existing one. A new header is all zeros except for
+ * e_ident[EI_DATA], which is the host's byte order and can be changed. Making it sets the descriptor's dirty
+ * flag.
  *
  * @param elf  a descriptor opened with ELF_C_WRITE or ELF_C_RDWR
  * @return the live header, or NULL
@@ -522,7 +518,7 @@ AMBIELF_API Elf_ReadSwapController elf_setreadswapcontroller(Elf* elf, Elf_ReadS
  */
 AMBIELF_API Elf32_Ehdr* elf32_newehdr(Elf* elf);
 
-/** Adds one program header, all zeros, and counts it in e_phnum. It sets the descriptor's dirty flag.
+/** Adds a program header, all zeros, and counts it in e_phnum. This sets the descriptor's dirty flag.
  *
  * @param elf  the descriptor of an object
  * @return the live record, or NULL
@@ -531,26 +527,26 @@ AMBIELF_API Elf32_Ehdr* elf32_newehdr(Elf* elf);
 AMBIELF_API Elf32_Phdr* elf32_newphdr(Elf* elf);
 
 /** Adds a section at the end, with a header of zeros, and counts it in e_shnum. The first call on an object
- * without sections makes section 0 as well. It sets the section's and the descriptor's dirty flags.
+ * without sections also makes section 0. This sets the dirty flags of the section and of the descriptor.
  *
- * @param elf  the descriptor of an object that stands alone, not on an image
+ * @param elf  the descriptor of a stand-alone object, not of an image
  * @return the section, or NULL
  * @codes 32 elf is NULL; 70 bad magic number; 20 an archive, a member or an image; 44 no ELF header; 4
  *        no memory; 34 no memory for the section, or 65535 are there
  */
 AMBIELF_API Elf_Scn* elf_newscn(Elf* elf);
 
-/** Adds a block at the end of a section. All its fields are 0 but d_version, which is EV_CURRENT; the caller
- * sets d_buf, d_type, d_size and d_align before the next elf_update, and d_off under ELF_F_LAYOUT. It sets
+/** Adds a block at the end of a section. All its fields are 0 except d_version, which is EV_CURRENT. The caller
+ * sets d_buf, d_type, d_size and d_align before the next elf_update, and with ELF_F_LAYOUT also d_off. This sets
  * the section's dirty flag, not the descriptor's.
  *
- * @param scn  a section of an object that stands alone, not on an image
+ * @param scn  a section of a stand-alone object, not of an image
  * @return the live block, or NULL
  * @codes 32 scn is NULL; 71 bad magic number; 20 of an archive, a member or an image; 31 no memory
  */
 AMBIELF_API Elf_Data* elf_newdata(Elf_Scn* scn);
 
-/** Sets or clears flags of a descriptor. ELF_F_DIRTY of the descriptor is what makes elf_update write.
+/** Sets or clears flags of a descriptor. elf_update writes only if the descriptor has ELF_F_DIRTY.
  *
  * @param elf    the descriptor
  * @param cmd    ELF_C_SET or ELF_C_CLR
@@ -570,7 +566,7 @@ AMBIELF_API unsigned elf_flagelf(Elf* elf, Elf_Cmd cmd, unsigned flags);
  */
 AMBIELF_API unsigned elf_flagehdr(Elf* elf, Elf_Cmd cmd, unsigned flags);
 
-/** Sets or clears the dirty flag of a section. It does not make elf_update write.
+/** Sets or clears the dirty flag of a section. This flag does not make elf_update write.
  *
  * @param scn    the section
  * @param cmd    ELF_C_SET or ELF_C_CLR
@@ -590,7 +586,7 @@ AMBIELF_API unsigned elf_flagscn(Elf_Scn* scn, Elf_Cmd cmd, unsigned flags);
  */
 AMBIELF_API unsigned elf_flagshdr(Elf_Scn* scn, Elf_Cmd cmd, unsigned flags);
 
-/** Sets or clears the dirty flag of a block, which layout passes on to its section.
+/** Sets or clears the dirty flag of a block. Layout copies it to the section.
  *
  * @param data   a block that this library handed out
  * @param cmd    ELF_C_SET or ELF_C_CLR
@@ -608,22 +604,23 @@ AMBIELF_API unsigned elf_flagdata(Elf_Data* data, Elf_Cmd cmd, unsigned flags);
  *
  * Layout sets the fields of the ELF header that describe the file: the magic, EI_CLASS, EI_VERSION, e_ehsize,
  * e_shnum, e_shentsize, e_shoff and, with program headers, e_phnum, e_phentsize, e_phoff; EI_DATA and
- * e_version where they are 0. The file then is: ELF header; section contents in index order, each at its
- * alignment; section header table, at a multiple of 4; program header table. Layout chooses d_off, sh_offset,
- * sh_size and sh_addralign, and SHT_NOBITS takes no file space. Under ELF_F_LAYOUT those four fields are the
- * caller's, and sections and blocks must follow each other without overlap, in index order from byte 52.
+ * e_version if they are 0. The file then has: the ELF header; section contents in index order, each at its
+ * alignment; the section header table, at a multiple of 4; the program header table. Layout chooses d_off,
+ * sh_offset, sh_size and sh_addralign; SHT_NOBITS takes no space in the file. With ELF_F_LAYOUT the caller sets
+ * those four fields, and sections and blocks must follow each other in index order, without overlap, from byte
+ * 52.
  *
- * Writing sends that image to the file, from where its position stands, gaps filled with the byte of
- * elf_fill. It happens only if the descriptor's ELF_F_DIRTY is set, and clears it. Headers and blocks leave
- * in the byte order of e_ident[EI_DATA]; what is in memory stays as it is. Sections that were never loaded
- * are copied from the old file. Program headers tied to a section by elf32_setphdrdata get its sh_offset as
- * p_offset. To write over a file that was read, set its position to 0 first. The file is never truncated.
+ * Writing sends that image to the file, from its current position on; the byte of elf_fill fills the gaps. It
+ * happens only if the descriptor's ELF_F_DIRTY is set, and clears the flag. Headers and blocks are written in
+ * the byte order of e_ident[EI_DATA]; memory does not change. Sections that were never loaded are copied from
+ * the old file. A program header linked to a section by elf32_setphdrdata gets the section's sh_offset as
+ * p_offset. To overwrite a file that was read, first set its position to 0. The file is never truncated.
  *
- * @param elf  the descriptor of an object that stands alone, not on an image
+ * @param elf  the descriptor of a stand-alone object, not of an image
  * @param cmd  ELF_C_NULL to lay out only; ELF_C_WRITE to lay out and write; the other commands do nothing
  * @return the size of the file in bytes; 1 with ELF_C_WRITE if the descriptor was not dirty; 0 for a
- *         command that does nothing; -1 on failure. A write that fails leaves in the file what had gone
- *         out by then.
+ *         command that does nothing; -1 on failure. Output that was sent before a failure stays in the
+ *         file.
  * @codes 32 elf is NULL; 70 bad magic number; 65 no such command; 61 ELF_C_WRITE, but opened with
  *        ELF_C_READ.
  *        Layout: 9 an archive, a member or an image; 22 no ELF header; 24 e_ident[EI_DATA] is above 2;
@@ -667,7 +664,7 @@ AMBIELF_API void elf32_freeshdrtab(void* table);
 /** Gives the contents that a program header describes: the first block of the first section whose sh_addr and
  * sh_offset are the program header's p_vaddr and p_offset.
  *
- * @param elf    the descriptor of an object; it must be one, or NULL
+ * @param elf    the descriptor of an object
  * @param index  of the program header, 0 to e_phnum - 1
  * @return the live block, or NULL
  * @codes 32 elf is NULL; 99 no such index; 100 no record; 101 no section matches, or it has no block;
@@ -675,8 +672,8 @@ AMBIELF_API void elf32_freeshdrtab(void* table);
  */
 AMBIELF_API Elf_Data* elf32_getphdrdata(Elf* elf, unsigned index);
 
-/** Ties a program header to a section: whenever elf_update writes, p_offset becomes the section's sh_offset.
- * A section has one such tie; a new one replaces it.
+/** Links a program header to a section: whenever elf_update writes, p_offset becomes the section's sh_offset. A
+ * section has one such link; a new one replaces it.
  *
  * @param phdr  a record, usually from elf32_newphdr; it must outlive the last elf_update
  * @param scn   the section
@@ -688,7 +685,7 @@ AMBIELF_API int elf32_setphdrdata(Elf32_Phdr* phdr, Elf_Scn* scn);
 /** @}
  * @name Archives
  * The usual walk: elf_begin without `ref`; then in a loop elf_begin with the archive as `ref` and the command
- * that elf_next gave, work, elf_next on the member, elf_end on the member. Archives are read, never written.
+ * from elf_next, the work on the member, elf_next and elf_end on the member. Archives are only read.
  * @{ */
 
 /** Gives the header of an archive member.
@@ -708,7 +705,7 @@ AMBIELF_API Elf_Arhdr* elf_getarhdr(Elf* elf);
  */
 AMBIELF_API Elf_Arsym* elf_getarsym(Elf* elf, size_t* count);
 
-/** Moves the file position to the header of the next member, or of the first if `elf` is the archive itself.
+/** Moves the file position to the next member's header, or to the first member's if `elf` is the archive itself.
  *
  * @param elf  the descriptor of a member or of an archive
  * @return ELF_C_READ; or ELF_C_NULL at the end and on failure, without a code if elf is NULL or stands alone
@@ -717,19 +714,18 @@ AMBIELF_API Elf_Arsym* elf_getarsym(Elf* elf, size_t* count);
  */
 AMBIELF_API Elf_Cmd elf_next(Elf* elf);
 
-/** Moves the file position of an archive, so that the next elf_begin picks the member whose header starts
- * there.
+/** Moves the file position of an archive, so that the next elf_begin opens the member whose header starts there.
  *
  * @param elf     the descriptor of an archive
  * @param offset  bytes from the start of the archive file, as in Elf_Arsym::as_off; not checked
- * @return offset; 0 on failure, which is told from offset 0 by the code
+ * @return offset; 0 on failure, which only the code distinguishes from offset 0
  * @codes 32 elf is NULL; 70 bad magic number; 9 no archive; 81 no file; 88, 89, 17 no seek
  */
 AMBIELF_API size_t elf_rand(Elf* elf, size_t offset);
 
 /** @}
  * @name Files
- * Nothing else in the library needs these. A path that can't be opened as it is written is brought into
+ * The rest of the library does not need these. A path that cannot be opened as it is written is brought into
  * canonical form, by the rules for Windows paths on every host, and tried once more.
  * @{ */
 
@@ -752,19 +748,19 @@ AMBIELF_API int elf_open(const char* path, int oflag, int pmode);
  */
 AMBIELF_API int elf_close(int fildes);
 
-/** Maps a whole file into memory, private to the process: it can be written, and so handed to elf_memory, and
- * the file never changes.
+/** Maps a whole file into memory, private to the process. The view can be written to, so it can be passed to
+ * elf_memory; the file never changes.
  *
  * @param path  the path
  * @param view  where the address of the first byte is stored, on success only; may be NULL
- * @return the size of the file in bytes, the view to be given back with elf_mclose; or -1
+ * @return the size of the file in bytes, or -1; elf_mclose ends the view
  * @codes 62 path is NULL; 102 the canonical path is too long; 103, 50 it can't be formed; 58 the file
  *        can't be opened under it either; 51 the file can't be mapped: an empty one for example, or a
  *        directory, which Windows can't even open (58)
  */
 AMBIELF_API int64_t elf_mopen(const char* path, void** view);
 
-/** Unmaps a file. End the descriptor on it first.
+/** Unmaps a file. First end any descriptor on it.
  *
  * @param view  an address from elf_mopen
  * @return 0, or -1

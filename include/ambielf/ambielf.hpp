@@ -1,24 +1,24 @@
 /** @file
  * The library for C++17 and later: owners, ranges and exceptions over the functions of ambielf.h.
  *
- * Header only, and thin: an Object is an Elf with one small allocation beside it, a range is a pointer and a
- * count, and every handle leads back to the C interface through native_handle(). What ambielf.h says about data
- * model, lifetimes, byte order, file position and threads holds here too. In addition:
+ * It is header-only and thin: an Object is an Elf plus one small allocation, a range is a pointer and a count, and
+ * every handle gives access to the C interface through native_handle(). What ambielf.h says about data model,
+ * lifetimes, byte order, file position and threads applies here too. In addition:
  *
- * 1. Failures. What fails throws ambielf::error with the code of the C function that failed; nothing else
- *    throws but std::bad_alloc. Functions marked noexcept answer a failure with an empty value.
+ * 1. Failures. A function that fails throws ambielf::error with the code of the C function that failed. The only
+ *    other exception is std::bad_alloc. Functions marked noexcept return an empty value instead.
  *
  * 2. Ownership. File, Image and Object own what they opened and give it back in their destructors. Sections,
  *    symbols, ranges, strings and bytes borrow from their Object and must not outlive it. Moving an Object
  *    leaves them valid. A Member borrows from the Object of its archive.
  *
- * 3. Records are values, in the host's byte order, copied from wherever they stand: alignment does not matter.
- *    A Section carries a copy of its header; Section::live_header gives the record that the library works with.
+ * 3. Records are values in the host's byte order, copied from any alignment. A Section has a copy of its header;
+ *    Section::live_header gives the record that the library works with.
  *
- * 4. Strings are std::string_view and end inside the block that holds them, whether the table ends them with a
- *    zero byte or not.
+ * 4. Strings are std::string_view and never reach past their block, even if the table does not end them with a zero
+ *    byte.
  *
- * 5. Sections that can't be loaded (a type above 21) have a header, a name and file_bytes() like all others.
+ * 5. Sections that cannot be loaded (type above 21) have a header, a name and file_bytes() like all others.
  *
  * @code
  * ambielf::Object object("main.o");
@@ -57,7 +57,7 @@ inline namespace cpp0 {  // keeps these classes apart from the library's own in 
 /** A failure: a code of the library, and its words. */
 class error : public std::exception {
  public:
-  /** @param code  what elf_errno gave */
+  /** @param code  a code from elf_errno */
   explicit error(int code) noexcept : code_(code) {}
   /** The code, as in docs/errors.md. */
   int code() const noexcept { return code_; }
@@ -71,7 +71,7 @@ class error : public std::exception {
 /** @cond */
 namespace detail {
 
-// Throws the code that a failure value announced; `otherwise` where none was stored.
+// Throws the stored code, or `otherwise` if none is stored.
 [[noreturn]] inline void fail(int otherwise) {
   const int code = elf_errno();
   throw error(code != 0 ? code : otherwise);
@@ -83,7 +83,7 @@ T& need(T* pointer, int otherwise = 32) {
   return *pointer;
 }
 
-// Steps through anything with operator[]. What it points to is made on the way, so it reads only.
+// Iterates over anything with operator[]. Elements are made on the fly, so it only reads.
 template <class Range>
 class Iterator {
  public:
@@ -157,7 +157,7 @@ struct FreeTable {
 /** @endcond */
 
 /** @name Numbers in bytes
- * For contents that the library leaves in file order.
+ * For contents that stay in file order.
  * @{ */
 
 /** The host's byte order: ELFDATA2LSB or ELFDATA2MSB. */
@@ -222,7 +222,7 @@ class File {
   }
   /** The file id, -1 for no file. */
   int id() const noexcept { return id_; }
-  /** Closes the file now, and reports what the system says. */
+  /** Closes the file now, and reports a failure. */
   void close() {
     if (elf_close(std::exchange(id_, -1)) == -1) detail::fail(56);
   }
@@ -267,9 +267,9 @@ class FileBytes {
  public:
   /** None. */
   FileBytes() noexcept = default;
-  /** A view of bytes that somebody else owns. */
+  /** A view of bytes that have another owner. */
   explicit FileBytes(std::string_view view) noexcept : view_(view) {}
-  /** The first `size` bytes of `bytes`, which are owned from here on. */
+  /** Takes ownership of `bytes`, of which the first `size` count. */
   FileBytes(std::unique_ptr<char[]> bytes, size_t size) noexcept
       : owned_(std::move(bytes)), view_(owned_.get(), size) {}
   const char* data() const noexcept { return view_.data(); }
@@ -284,9 +284,9 @@ class FileBytes {
 /** A string table. */
 class Strings {
  public:
-  /** No table: nothing is found in it. */
+  /** No table: it has no strings. */
   Strings() noexcept = default;
-  /** The table that is section `index`. If it can't be had, at() throws the reason. */
+  /** The table in section `index`. If it cannot be loaded, at() throws the reason. */
   Strings(Elf* elf, size_t index) noexcept {
     Elf_Scn* const scn = index != 0 ? elf_getscn(elf, index) : nullptr;
     const Elf32_Shdr* const header = scn != nullptr ? elf32_getshdr(scn) : nullptr;
@@ -303,8 +303,8 @@ class Strings {
   std::string_view find(size_t offset) const noexcept {
     return offset < first_.size() ? string_in(first_, offset) : find_behind_first(offset);
   }
-  /** The string at `offset` bytes. Fails with 25 where a link names section 0; 68 no string table, or the
-   * offset lies behind its end; the codes of elf_getscn. */
+  /** The string at `offset` bytes. Fails with 25 if the table's index is 0; 68 no string table, or the offset is
+   * past its end; the codes of elf_getscn. */
   std::string_view at(size_t offset) const {
     const std::string_view found = find(offset);
     if (found.data() == nullptr) throw error(code_);
@@ -334,7 +334,7 @@ class Strings {
   int code_ = 25;
 };
 
-/** A table of records that stands in order in memory: the header tables of an object. */
+/** A table of records that are contiguous in memory: the header tables of an object. */
 template <class Record>
 class Table {
  public:
@@ -369,13 +369,13 @@ class Records : public detail::Iterable<Records<Record>> {
   std::string_view bytes_;
 };
 
-/** A symbol, with its name at hand. */
+/** A symbol, and its name. */
 class Symbol {
  public:
   Symbol(const Elf32_Sym& record, size_t index, const Strings& strings) noexcept
       : record_(record), index_(index), strings_(strings) {}
   const Elf32_Sym& record() const noexcept { return record_; }
-  /** Its place in the symbol table. */
+  /** Its index in the symbol table. */
   size_t index() const noexcept { return index_; }
   uint32_t value() const noexcept { return record_.st_value; }
   uint32_t size() const noexcept { return record_.st_size; }
@@ -428,7 +428,7 @@ class Relocations : public detail::Iterable<Relocations> {
  public:
   Relocations() noexcept = default;
   Relocations(std::string_view bytes, bool addends) noexcept : bytes_(bytes), addends_(addends) {}
-  /** Whether they carry addends. */
+  /** Whether they have addends. */
   bool have_addends() const noexcept { return addends_; }
   size_t size() const noexcept { return bytes_.size() / record_size(); }
   /** Relocation `index`, which must be below size(). */
@@ -449,7 +449,7 @@ class Relocations : public detail::Iterable<Relocations> {
 /** @cond */
 namespace detail {
 
-// What an Object owns and its parts point to. The order of the members is that in which they must end.
+// What an Object owns and its parts point to. The members are declared in the order that their destruction needs.
 struct State {
   File file;
   Image mapped;
@@ -465,7 +465,7 @@ struct State {
 
   Elf32_Ehdr& header() const { return need(elf32_getehdr(elf.get()), 44); }
 
-  // The library hands out header tables in the byte order of the file.
+  // The C interface gives header tables in the byte order of the file.
   template <class Record>
   void to_host(Record* records, size_t count) const {
     const unsigned encoding = header().e_ident[EI_DATA];
@@ -557,7 +557,7 @@ class Section {
   const Elf32_Shdr& header() const noexcept { return header_; }
   uint32_t type() const noexcept { return header_.sh_type; }
   uint32_t flags() const noexcept { return header_.sh_flags; }
-  /** Its size by its header, bytes. */
+  /** Its size according to its header, in bytes. */
   uint32_t size() const noexcept { return header_.sh_size; }
 
   /** Its name. Fails as Strings::at does for the table that e_shstrndx names. */
@@ -565,18 +565,17 @@ class Section {
   /** Its name, or a view without data(). */
   std::string_view find_name() const { return state_->section_names().find(header_.sh_name); }
 
-  /** Whether its type is one that elf_getscn loads. The name must be readable too if the file is in the other
-   * byte order. */
+  /** Whether elf_getscn loads its type. In a file of the other byte order its name must be readable, too. */
   bool is_loadable() const noexcept { return header_.sh_type <= ELF_T_NONE; }
   /** The section of the C interface, loaded. Fails with the codes of elf_getscn. */
   Elf_Scn* native_handle() const { return &detail::need(elf_getscn(state_->elf.get(), index_)); }
   /** The header that the library works with; the section is loaded. */
   Elf32_Shdr& live_header() const { return detail::need(elf32_getshdr(native_handle())); }
 
-  /** Its first block, live; nullptr if there is none. Only sections that a program builds have further ones,
-   * which next_block gives. */
+  /** Its first block, live; nullptr if there is none. Only sections that the program builds have more blocks; see
+   * next_block. */
   Elf_Data* block() const { return next_block(nullptr); }
-  /** The block behind `block`; nullptr behind the last. */
+  /** The block after `block`; nullptr after the last. */
   Elf_Data* next_block(Elf_Data* block) const {
     Elf_Data* const next = elf_getdata(native_handle(), block);
     if (next == nullptr) {
@@ -588,14 +587,14 @@ class Section {
   /** Adds a block, as elf_newdata does. */
   Elf_Data& new_block() const { return detail::need(elf_newdata(native_handle())); }
 
-  /** The contents of the first block, converted to the host's order if they are records; empty if there is no
-   * block. Never longer than what the file has. */
+  /** The contents of the first block, in the host's order if they are records; empty if there is no block. Never
+   * longer than the bytes in the file. */
   std::string_view contents() const {
     const Elf_Data* const first = block();
     return first != nullptr ? view_of(*first) : std::string_view();
   }
-  /** The bytes that the section has in the file, whatever its type; none for SHT_NULL and SHT_NOBITS. They are in
-   * the file's order, but for an image's section that has been loaded, which stands converted in the image. */
+  /** The section's bytes in the file, whatever its type; none for SHT_NULL and SHT_NOBITS. They are in the file's
+   * order, except for a loaded section of an image, which has been converted in the image. */
   FileBytes file_bytes() const {
     if (type() == SHT_NULL || type() == SHT_NOBITS) return {};
     return state_->file_bytes(header_.sh_offset, header_.sh_size);
@@ -609,7 +608,7 @@ class Section {
     if (!detail::is_record_type<Record>(first->d_type)) throw error(67);
     return Records<Record>(view_of(*first));
   }
-  /** The symbols of a symbol table. Fails as records does; names that can't be had fail when they are asked for. */
+  /** The symbols of a symbol table. Fails as records does; an unreadable name fails when it is asked for. */
   Symbols symbols() const { return {records<Elf32_Sym>(), Strings(state_->elf.get(), header_.sh_link)}; }
   /** The relocations of a section with or without addends. Fails as records does. */
   Relocations relocations() const {
@@ -632,7 +631,7 @@ class Section {
   Elf32_Shdr header_;
 };
 
-/** The sections of an object, section 0 included. No section is loaded by walking them. */
+/** The sections of an object, including section 0. Walking them loads none. */
 class Sections : public detail::Iterable<Sections> {
  public:
   /** @cond */
@@ -675,13 +674,13 @@ class Member;
 /** A descriptor: of an object, of an archive, or of a member of an archive. */
 class Object {
  public:
-  /** Opens a file for reading, by a file id of its own. Fails with the codes of elf_open and elf_begin. */
+  /** Opens a file for reading, with its own file id. Fails with the codes of elf_open and elf_begin. */
   explicit Object(const char* path) : Object(File(path)) {}
-  /** Opens a file for reading, and keeps it. */
+  /** Opens a file for reading, and takes ownership of it. */
   explicit Object(File file) : Object(file.id(), ELF_C_READ) { state_->file = std::move(file); }
   /** Opens a file by its id, which must outlive the Object.
    *
-   * @param fildes  a file id open for the purpose; classified from where its position stands
+   * @param fildes  a file id, open for the access that `cmd` needs; the file is read from its current position
    * @param cmd     ELF_C_READ, ELF_C_RDWR, or ELF_C_WRITE for a new file
    */
   explicit Object(int fildes, Elf_Cmd cmd = ELF_C_READ) : state_(new detail::State) {
@@ -689,8 +688,8 @@ class Object {
     state_->fildes = fildes;
     state_->elf.reset(&detail::need(elf_begin(fildes, cmd, nullptr)));
   }
-  /** Opens an object that is mapped, and keeps the mapping. The fastest way for a large object. Archives can't be
-   * opened so (9). */
+  /** Opens a mapped object, and takes ownership of the mapping. This is the fastest way to read a large object. It
+   * does not work for archives (9). */
   explicit Object(Image image) : Object(image.data(), image.size()) { state_->mapped = std::move(image); }
   /** Opens an object in memory. The image is used in place and must outlive the Object; see elf_memory. */
   Object(char* image, size_t size) : state_(new detail::State) {
@@ -698,50 +697,50 @@ class Object {
     state_->elf.reset(&detail::need(elf_memory(image, size)));
   }
 
-  /** The descriptor of the C interface; it stays the Object's. */
+  /** The descriptor of the C interface; the Object still owns it. */
   Elf* native_handle() const noexcept { return state_->elf.get(); }
-  /** Whether it is an archive; its members are reached through members(). */
+  /** Whether it is an archive; members() gives its members. */
   bool is_archive() const noexcept { return !state_->is_member && elf_kind(native_handle()) == ELF_K_AR; }
 
-  /** The ELF header, live. Fails with 44 if there is none: an archive, a member that is no object. */
+  /** The ELF header, live. Fails with 44 if there is none: in an archive, or a member that is not an object. */
   Elf32_Ehdr& header() const { return state_->header(); }
   /** The byte order of the file: ELFDATA2LSB or ELFDATA2MSB. */
   unsigned encoding() const { return header().e_ident[EI_DATA]; }
-  /** Whether it is of the one class that the library reads. An object of 64 bits opens all the same, with records
-   * that mean nothing. */
+  /** Whether it has the one class that the library supports. A 64-bit object opens, too, but its records mean
+   * nothing. */
   bool is_32_bit() const { return header().e_ident[EI_CLASS] == ELFCLASS32; }
-  /** Whether its counts stand in section 0, for which it has more sections or program headers than a header can
-   * count. The library shows such an object without sections. */
+  /** Whether section 0 has the counts, because the ELF header cannot count so many sections or program headers. The
+   * library shows such an object without sections. */
   bool has_extended_numbering() const {
     const Elf32_Ehdr& ehdr = header();
     return (ehdr.e_shnum == 0 && ehdr.e_shoff != 0) || ehdr.e_phnum == 0xffff || ehdr.e_shstrndx == 0xffff;
   }
 
-  /** The section header table in host order, of all sections; read once, see reload(). */
+  /** The section header table, in host order; read once, see reload(). */
   Table<Elf32_Shdr> section_headers() const { return state_->section_headers(); }
-  /** The program header table in host order; read once, see reload(). */
+  /** The program header table, in host order; read once, see reload(). */
   Table<Elf32_Phdr> program_headers() const { return state_->program_headers(); }
-  /** The sections, those that can't be loaded included. */
+  /** The sections, including those that cannot be loaded. */
   Sections sections() const { return {*state_, section_headers()}; }
   /** Section `index`. Fails with 21 if there is none. */
   Section section(size_t index) const {
     if (index >= section_headers().size()) throw error(21);
     return sections()[index];
   }
-  /** The string table that is section `index`. */
+  /** The string table in section `index`. */
   Strings strings(size_t index) const noexcept { return {native_handle(), index}; }
-  /** Bytes of the object's file, as they stand there or, in an image, as they are now.
+  /** Bytes of the object: of a file, as they are in it; of an image, as they are now.
    *
    * @param offset  bytes from the start of the object
-   * @param size    how many; fewer are given where the file or the member ends before
+   * @param size    how many; fewer if the file or the member ends earlier
    */
   FileBytes file_bytes(uint64_t offset, uint64_t size) const { return state_->file_bytes(offset, size); }
 
-  /** The members of an archive. Fails with 9 if it is none. */
+  /** The members of an archive. Fails with 9 if it is not an archive. */
   Members members() const;
-  /** The member whose header stands at `offset` in the archive's file. Fails with 9, 13. */
+  /** The member whose header is at `offset` in the archive's file. Fails with 9, 13. */
   Member member(size_t offset) const;
-  /** The symbol table of an archive; empty if it has none. Fails with 60 if it is no archive. */
+  /** The symbol table of an archive; empty if it has none. Fails with 60 if it is not an archive. */
   ArchiveSymbols archive_symbols() const {
     size_t count = 0;
     const Elf_Arsym* const entries = elf_getarsym(native_handle(), &count);
@@ -761,7 +760,7 @@ class Object {
     state_->phdrs.reset();
     return detail::need(elf32_newphdr(native_handle()));
   }
-  /** Adds a section, as elf_newscn does. Its fields are set through live_header. */
+  /** Adds a section, as elf_newscn does. Set its fields through live_header. */
   Section new_section() const {
     Elf_Scn* const scn = &detail::need(elf_newscn(native_handle()));
     reload();
@@ -773,7 +772,7 @@ class Object {
   }
   /** Lays out and writes, as elf_update does.
    *
-   * @return the size of the file in bytes, or what elf_update says in its place
+   * @return the size of the file in bytes, or another result of elf_update
    */
   int32_t update(Elf_Cmd cmd = ELF_C_WRITE) const {
     const int32_t size = elf_update(native_handle(), cmd);
@@ -781,14 +780,14 @@ class Object {
     reload();
     return size;
   }
-  /** Forgets the copies of the header tables, after records were changed through the C interface. Ranges and
-   * header tables that were handed out end; a Section does not. */
+  /** Discards the copies of the header tables. Call it after records were changed through the C interface. Earlier
+   * ranges and header tables become invalid; a Section does not. */
   void reload() const noexcept { state_->forget_tables(); }
   /** @} */
 
  private:
   friend class Member;
-  // A member of the archive on `fildes`; nullptr for one that failed.
+  // A member of the archive on `fildes`; nullptr if it failed.
   Object(int fildes, Elf* member) : state_(new detail::State) {
     state_->fildes = fildes;
     state_->is_member = true;
@@ -810,23 +809,23 @@ class Member {
   /** Its header; the strings in it end with zero bytes. */
   const Elf_Arhdr& header() const { return detail::need(elf_getarhdr(native_handle())); }
   std::string_view name() const { return header().ar_name; }
-  /** Where its header stands in the archive's file, bytes. */
+  /** The offset of its header in the archive's file, in bytes. */
   size_t offset() const noexcept { return offset_; }
   /** Its bytes. */
   FileBytes file_bytes() const { return object_.file_bytes(0, static_cast<uint64_t>(header().ar_size)); }
   /** The descriptor of the C interface. */
   Elf* native_handle() const noexcept { return object_.native_handle(); }
-  /** Why it is no object: a code, 0 for one that is. */
+  /** Why it is not an object: a code, or 0 if it is one. */
   int code() const noexcept { return code_; }
   bool is_object() const noexcept { return code_ == 0; }
-  /** The object, which must not outlive the Member. Fails with code() if it is none. */
+  /** The object, which must not outlive the Member. Fails with code() if the member is not an object. */
   const Object& object() const {
     if (code_ != 0) throw error(code_);
     return object_;
   }
 
  private:
-  // A member that is no object fails once; asked for again, its descriptor comes without an ELF header.
+  // Opening a member that is not an object fails only once; after that its descriptor has no ELF header.
   Elf* begin(int fildes, Elf* archive) {
     Elf* member = begin_at_offset(fildes, archive);
     if (member != nullptr) return member;
@@ -844,10 +843,10 @@ class Member {
   int code_ = 0;
 };
 
-/** The members of an archive, in file order. A walk opens one after the other. */
+/** The members of an archive, in file order. A walk opens them one by one. */
 class Members {
  public:
-  /** Steps from member to member; each has its own descriptor, and the file position may be moved in between. */
+  /** Steps from member to member. Each has its own descriptor, and the file position may move between steps. */
   class Iterator {
    public:
     using iterator_category = std::input_iterator_tag;

@@ -103,7 +103,7 @@ int32_t ByteSwap::swapRecord(void* record, DestBuffer& destination, uint32_t typ
     return -1;
   }
   const RecordLayout& layout = record_layout(type);
-  if (!layout.convertible) {
+  if (!layout.swappable) {
     elf_set_error(ERR_NO_SWAP_RULE);
     return -1;
   }

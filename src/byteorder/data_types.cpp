@@ -19,14 +19,14 @@ constexpr uint8_t lnno[] = {4, 2};
 // records. swapSdb decides how the eight bytes of the name are swapped.
 constexpr uint8_t sdb[] = {1, 1, 1, 1, 1, 1, 1, 1, 4, 2, 2, 1, 1};
 
-constexpr RecordLayout row(std::span<const uint8_t> fields, bool convertible = true) {
+constexpr RecordLayout row(std::span<const uint8_t> fields, bool swappable = true) {
   uint32_t size = 0;
   for (uint8_t width : fields) size += width;
-  return {size, convertible, fields};
+  return {size, swappable, fields};
 }
 
-constexpr RecordLayout word_row(size_t count, bool convertible = true) {
-  return row(std::span<const uint8_t>(words, count), convertible);
+constexpr RecordLayout word_row(size_t count, bool swappable = true) {
+  return row(std::span<const uint8_t>(words, count), swappable);
 }
 
 constexpr RecordLayout layouts[] = {

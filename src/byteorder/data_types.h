@@ -14,7 +14,7 @@ namespace ambielf {
 // order.
 struct RecordLayout {
   uint32_t size;                    // bytes of one record
-  bool convertible;                 // false: the type has a size, but cannot be converted
+  bool swappable;                   // false: the type has a size, but records of it cannot be swapped
   std::span<const uint8_t> fields;  // the width of each field, in record order
 };
 

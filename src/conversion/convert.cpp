@@ -90,7 +90,7 @@ uint32_t entry_size(const DataDesc& block, uint32_t type) {
 
 // Whether records of the type can be swapped or the block has none. False after 82.
 bool has_rule(const DataDesc& block, uint32_t type) {
-  if (record_layout(type).convertible || block.d_size < entry_size(block, type)) return true;
+  if (record_layout(type).swappable || block.d_size < entry_size(block, type)) return true;
   elf_set_error(ERR_NO_SWAP_RULE);
   return false;
 }

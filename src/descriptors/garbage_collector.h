@@ -22,11 +22,6 @@ class GarbageCollector {
     return true;
   }
 
-  bool empty() const { return blocks_.empty(); }
-
-  // The block that was taken over last; there is one.
-  unsigned char* last() const { return blocks_.back().get(); }
-
  private:
   OneOrMany<MemoryBlock> blocks_;
 };
