@@ -115,8 +115,8 @@ class Flip {
     make_loadable(image);
     const Object object(image.data(), image.size());
     refuse_unreadable(object);
-    if (object.encoding() != ELFDATA2LSB && object.encoding() != ELFDATA2MSB)
-      throw Refusal("has no byte order");
+    const char encoding = file[EI_DATA];  // the library would find one where this is none
+    if (encoding != ELFDATA2LSB && encoding != ELFDATA2MSB) throw Refusal("has no byte order in its header");
     if (object.header().e_shnum == 0 && object.header().e_phnum != 0)
       throw Refusal("has no section headers, which tell what it holds");
     const Source source(object, bytes_of(file));
