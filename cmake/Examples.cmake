@@ -3,6 +3,10 @@
 file(GLOB examples CONFIGURE_DEPENDS
   RELATIVE ${PROJECT_SOURCE_DIR}/examples
   examples/*.c examples/*.cpp examples/guide/*.c examples/guide/*.cpp)
+if(WIN32)
+  list(FILTER examples EXCLUDE REGEX "_posix\\.")
+endif()
+find_package(Threads REQUIRED)
 foreach(source IN LISTS examples)
   cmake_path(REMOVE_EXTENSION source LAST_ONLY OUTPUT_VARIABLE path)
   cmake_path(GET path FILENAME name)
@@ -10,7 +14,7 @@ foreach(source IN LISTS examples)
   string(REPLACE "/" "_" target ${path})
   add_executable(${target} examples/${source})
   ambielf_own_target(${target})
-  target_link_libraries(${target} PRIVATE ambielf::ambielf)
+  target_link_libraries(${target} PRIVATE ambielf::ambielf Threads::Threads)
   set_target_properties(${target} PROPERTIES
     OUTPUT_NAME ${name} RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/examples/${folder})
   # clang's sanitizers want their C++ runtime for the library, in programs in C too.

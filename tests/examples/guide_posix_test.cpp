@@ -1,6 +1,8 @@
 // The programs of docs/guide.md beside LLVM's tools, which need a shell.
+#include <ambielf/ambielf.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 #include "examples/run_example.h"
@@ -44,6 +46,28 @@ TEST_F(GuidePosix, PlaceMakesAnExecutableThatReadersAccept) {
       << headers;
   EXPECT_NE(headers.find("00400000     8 FUNC    GLOBAL DEFAULT    1 start"), std::string::npos) << headers;
   EXPECT_EQ(headers.find("arning"), std::string::npos) << headers;
+}
+
+TEST_F(GuidePosix, WeakenChangesOneByteOfAnObjectAndOfAnExecutable) {
+  for (const auto& [name, symbol] : {std::pair<std::string, std::string>("greeting.big.o", "greeting"),
+                                     {"greeting.little.o", "greeting"},
+                                     {"debug.dwarf2.big.elf", "gather"}}) {
+    const std::string before = file_bytes(AMBIELF_TEST_DATA "/" + name);
+    write_file("patched", before);
+    EXPECT_EQ(run_example("guide/weaken_posix", "patched " + symbol).output, "1 symbols\n");
+    const std::string after = file_bytes("patched");
+    ASSERT_EQ(after.size(), before.size());
+    const auto [old_byte, new_byte] = std::mismatch(before.begin(), before.end(), after.begin());
+    EXPECT_EQ(ELF32_ST_BIND(*old_byte), STB_GLOBAL);
+    EXPECT_EQ(ELF32_ST_BIND(*new_byte), STB_WEAK);
+    EXPECT_TRUE(std::equal(old_byte + 1, before.end(), new_byte + 1)) << name;
+  }
+}
+
+TEST_F(GuidePosix, ProcessesCountSideBySide) {
+  const Ending run = run_example("guide/processes_posix", data_file("greeting.big.o") + " missing");
+  EXPECT_NE(run.output.find("greeting.big.o: 16 sections\n"), std::string::npos);
+  EXPECT_EQ(run.status, 1);
 }
 
 }  // namespace

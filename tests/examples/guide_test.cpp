@@ -2,10 +2,12 @@
 // objects of tests/data, and worked out on paper for the files that the programs make.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 
 #include "examples/run_example.h"
 #include "support/archive_builder.h"
+#include "support/object_builder.h"
 
 namespace ambielf::test {
 namespace {
@@ -142,6 +144,72 @@ TEST_F(Guide, ArchiveListsMembersAndFindsTheDefinerOfASymbol) {
                                                                    "greeting is in greeting.little.o\n");
     EXPECT_EQ(run_example("guide/archive", "both.a unknown").status, 1);
   }
+}
+
+TEST_F(Guide, FlipTurnsAnObjectOverAndBack) {
+  for (const char* order : orders) {
+    write_file("f.o", file_bytes(AMBIELF_TEST_DATA "/" + greeting(order)));
+    EXPECT_EQ(output_of_program("flip", "f.o"), "");
+    EXPECT_EQ(output_of_program("read", "f.o"), greeting_listing) << order;
+    const std::string flipped = file_bytes("f.o");
+    EXPECT_EQ(flipped[EI_DATA], order == orders[0] ? ELFDATA2LSB : ELFDATA2MSB);
+    EXPECT_EQ(output_of_program("byte_order", "f.o").substr(0, 38),
+              order == orders[0] ? "as in the file: st_size 0x00000008\nas "
+                                 : "as in the file: st_size 0x08000000\nas ");
+    for (int i = 0; i < 2; ++i) output_of_program("flip", "f.o");
+    EXPECT_EQ(file_bytes("f.o"), flipped);
+  }
+}
+
+TEST_F(Guide, BothLanguagesShowSectionsThatCannotBeLoaded) {
+  for (const ByteOrder order : both_orders) {
+    const Object object = ObjectBuilder(order)
+                              .section(".text", SHT_PROGBITS, "abcd")
+                              .section(".attributes", 0x70000003, "Aeabi")
+                              .build();
+    write_file("x.o", {object.bytes.begin(), object.bytes.end()});
+    for (const char* program : {"raw_sections", "raw_contents"}) {
+      EXPECT_EQ(output_of_program(program, "x.o"),
+                " 2 .attributes type 0x70000003, 5 bytes: 41 65 61 62 69\n");
+    }
+    EXPECT_EQ(run_example("guide/flip", "x.o").status, 1);
+    EXPECT_TRUE(file_bytes("x.o") == std::string(object.bytes.begin(), object.bytes.end()));
+  }
+}
+
+TEST_F(Guide, ConvertedKnowsTheRecordsOfBothOrders) {
+  for (const char* order : orders) {
+    const std::string listing = output_of_program("converted", data_file(greeting(order)));
+    EXPECT_NE(listing.find("\n.text                bytes\n.rela.text           converted\n"),
+              std::string::npos);
+    EXPECT_NE(listing.find("\n.symtab              converted\n"), std::string::npos);
+  }
+}
+
+TEST_F(Guide, IndexesFindSymbolsInObjectsAndArchives) {
+  const std::string object = file_bytes(AMBIELF_TEST_DATA "/greeting.big.o");
+  ArchiveBuilder builder(ByteOrder::big);
+  builder.member("one.o", text_bytes(object)).member("two.o", text_bytes(object));
+  const Archive archive = builder.symbols({{"first", 0}, {"second", 1}, {"third", 1}}).build();
+  std::filesystem::create_directory("tree");
+  write_file("tree/both.a", {archive.bytes.begin(), archive.bytes.end()});
+  write_file("tree/text", "This is no object.");
+  EXPECT_EQ(output_of_program("index", "tree/both.a"),
+            "first tree/both.a(one.o)\nsecond tree/both.a(two.o)\nthird tree/both.a(two.o)\n");
+  std::string found = output_of_program("index_tree", "tree");
+  std::replace(found.begin(), found.end(), '\\', '/');
+  EXPECT_EQ(found, output_of_program("index", "tree/both.a"));
+  const std::string defined = output_of_program("index", data_file("greeting.big.o"));
+  EXPECT_EQ(defined.substr(0, 9), "greeting ");
+  EXPECT_EQ(std::count(defined.begin(), defined.end(), '\n'), 3);
+}
+
+TEST_F(Guide, OneLockServesThreads) {
+  const std::string sums =
+      output_of_program("one_lock", data_file("greeting.big.o") + ' ' + data_file("greeting.big.o"));
+  const size_t half = sums.size() / 2;
+  EXPECT_GT(half, 0U);
+  EXPECT_EQ(sums.substr(0, half), sums.substr(half));
 }
 
 }  // namespace
