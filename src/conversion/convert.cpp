@@ -6,7 +6,6 @@
 #include "byteorder/byte_swap.h"
 #include "byteorder/data_types.h"
 #include "conversion/debug_walk.h"
-#include "conversion/swap_policy.h"
 #include "frame/error.h"
 
 namespace ambielf {
@@ -129,11 +128,6 @@ int32_t Conversion::swap_records() {
 
 }  // namespace
 
-bool conversion_is_due(const Elf_Scn& scn, uint32_t type, SectionKind kind) {
-  return (type != ELF_T_BYTE || is_walked(kind)) &&
-         decide_swap(scn.swap_behavior, scn.elf->encoding()) == SwapDecision::due;
-}
-
 bool convert_found(Elf_Scn& scn, SectionKind kind) {
   if (!scn.make_data()) return false;
   FoundContents& found = scn.found;
@@ -154,8 +148,7 @@ int32_t convert(DataDesc& block, unsigned char* bytes, DestBuffer& destination, 
   Elf& elf = *scn.elf;
   if (!elf.load_names()) return -1;
   if (!force) {
-    const SwapDecision decision = decide_swap(scn.swap_behavior, elf.encoding());
-    if (decision != SwapDecision::due) return decision == SwapDecision::none ? 0 : -1;
+    if (!swap_is_due(scn)) return 0;
     // Contents that loading could not convert are still in file order.
     if (to_file && scn.found.left_raw && scn.is_as_found(block)) return 0;
   }
@@ -171,9 +164,7 @@ bool can_write(const DataDesc& block) {
     return false;
   }
   const Elf_Scn& scn = *block.scn;
-  const SwapDecision decision = decide_swap(scn.swap_behavior, scn.elf->encoding());
-  if (decision != SwapDecision::due) return decision == SwapDecision::none;
-  if (scn.found.left_raw && scn.is_as_found(block)) return true;
+  if (!swap_is_due(scn) || (scn.found.left_raw && scn.is_as_found(block))) return true;
   return is_walked(scn.elf->section_kind(scn.index)) || has_rule(block, block.d_type);
 }
 

@@ -9,13 +9,15 @@
 #include <cstdint>
 
 #include "byteorder/dest_buffer.h"
+#include "conversion/swap_policy.h"
 #include "descriptors/elf.h"
 
 namespace ambielf {
 
 // Whether a load, a write or the way back converts contents of data type `type` in a section whose name means `kind`.
-// Also false after 98.
-bool conversion_is_due(const Elf_Scn& scn, uint32_t type, SectionKind kind);
+inline bool conversion_is_due(const Elf_Scn& scn, uint32_t type, SectionKind kind) {
+  return (type != ELF_T_BYTE || is_walked(kind)) && swap_is_due(scn);
+}
 
 // Makes the block of the found contents and converts it. Call this only if a conversion is due. False after 31 or 4. A
 // conversion that fails leaves the contents raw and its code stored, but this is still true.

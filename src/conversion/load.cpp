@@ -41,7 +41,11 @@ class HeaderEdit {
 class SectionLoad {
  public:
   explicit SectionLoad(Elf_Scn& scn)
-      : scn_(scn), elf_(*scn.elf), shdr_(*scn.shdr), has_name_(scn.index != elf_.name_table()) {}
+      : scn_(scn),
+        found_(scn.found),
+        elf_(*scn.elf),
+        shdr_(*scn.shdr),
+        has_name_(scn.index != elf_.name_table()) {}
   bool run();
 
  private:
@@ -49,13 +53,14 @@ class SectionLoad {
   bool pass_over();
   bool fetch_name();
   bool settle_type();
-  bool locate(FoundContents& contents);
-  bool read_into_block(FoundContents& contents);
-  bool narrow(FoundContents& contents, uint32_t sh_type, uint32_t source_record, uint32_t target_record);
-  bool narrow_coff(FoundContents& contents);
+  bool locate();
+  bool read_into_block();
+  bool narrow(uint32_t sh_type, uint32_t source_record, uint32_t target_record);
+  bool narrow_coff();
   bool ask_controller();
 
   Elf_Scn& scn_;
+  FoundContents& found_;
   Elf& elf_;
   Elf32_Shdr& shdr_;
   const bool has_name_;
@@ -70,27 +75,26 @@ bool SectionLoad::run() {
   if (!settle_type()) return false;
   FileDesc& input = *elf_.file_desc;
   const uint32_t size = shdr_.sh_size;
-  if (!input.afford_contents(present_bytes(shdr_.sh_offset, size, elf_.object_size()))) {
+  found_.present = static_cast<uint32_t>(present_bytes(shdr_.sh_offset, size, elf_.object_size()));
+  if (!input.afford_contents(found_.present)) {
     elf_set_error(ERR_MEMORY);
     return false;
   }
-  FoundContents contents;
-  if (!locate(contents)) return false;
-  const uint32_t present = contents.present;
-  if (!narrow_coff(contents)) return false;
+  if (!locate()) return false;
+  const uint32_t present = found_.present;
+  if (!narrow_coff()) return false;
 
   const uint32_t type = data_type_of_section(shdr_.sh_type);
   // Conversion packs entries that are wider than their records. That cannot be undone, so it never happens in the
   // caller's image.
   const bool packs = type != ELF_T_BYTE && shdr_.sh_entsize > record_layout(type).size;
-  if (contents.in_image && packs && !read_into_block(contents)) return false;
-  contents.size = shdr_.sh_size;
-  contents.type = static_cast<uint8_t>(type);
-  contents.version = elf_.header().e_version;
-  scn_.found = contents;
+  if (found_.in_image && packs && !read_into_block()) return false;
+  found_.size = shdr_.sh_size;
+  found_.type = static_cast<uint8_t>(type);
+  found_.version = elf_.file_version();
 
   if (!ask_controller()) {
-    scn_.found.left_raw = true;
+    found_.left_raw = true;
   } else if (conversion_is_due(scn_, type, kind_) && !convert_found(scn_, kind_)) {
     return false;
   }
@@ -149,28 +153,25 @@ bool SectionLoad::settle_type() {
   return false;
 }
 
-bool SectionLoad::locate(FoundContents& contents) {
-  if (!elf_.is_image()) return read_into_block(contents);
+bool SectionLoad::locate() {
+  if (!elf_.is_image()) return read_into_block();
   unsigned char* const base = elf_.file_desc->image_base();
   if (base == nullptr) return false;
   const uint32_t size = shdr_.sh_size;
-  if (!fits(shdr_.sh_offset, size, elf_.file_desc->image_size) || elf_.shares_bytes(scn_.index)) {
-    return read_into_block(contents);
-  }
+  if (found_.present != size || elf_.shares_bytes(scn_.index)) return read_into_block();
   // Strings must be terminated; a block of our own has a terminator after its end.
   const bool holds_strings = shdr_.sh_type == SHT_STRTAB || !has_name_;
-  if (holds_strings && size != 0 && base[shdr_.sh_offset + (size - 1)] != 0) return read_into_block(contents);
-  contents.buf = base + shdr_.sh_offset;
-  contents.present = size;
-  contents.in_image = true;
+  if (holds_strings && size != 0 && base[shdr_.sh_offset + (size - 1)] != 0) return read_into_block();
+  found_.buf = base + shdr_.sh_offset;
+  found_.in_image = true;
   return true;
 }
 
 // Reads the contents into a block with a zero byte after its end. Bytes that the input does not have stay zero, in
 // memory that nothing touches.
-bool SectionLoad::read_into_block(FoundContents& contents) {
+bool SectionLoad::read_into_block() {
   const uint64_t size = shdr_.sh_size;
-  const bool whole = present_bytes(shdr_.sh_offset, size, elf_.object_size()) == size;
+  const bool whole = found_.present == size;
   MemoryBlock block = whole ? unset_block(size + 1) : zeroed_block(size + 1);
   if (!block) {
     elf_set_error(ERR_MEMORY);
@@ -181,29 +182,28 @@ bool SectionLoad::read_into_block(FoundContents& contents) {
                                    : elf_.read_object(shdr_.sh_offset, bytes, size);
   if (got < 0) return false;
   if (whole) std::memset(bytes + got, 0, static_cast<size_t>(size + 1 - static_cast<uint64_t>(got)));
-  contents.buf = bytes;
-  contents.present = static_cast<uint32_t>(got);
-  contents.in_image = false;
+  found_.buf = bytes;
+  found_.present = static_cast<uint32_t>(got);
+  found_.in_image = false;
   return scn_.keep_block(std::move(block));
 }
 
 // In a file of the other byte order COFF records may be wider than in memory.
-bool SectionLoad::narrow_coff(FoundContents& contents) {
+bool SectionLoad::narrow_coff() {
   if (!elf_.foreign() || shdr_.sh_type != SHT_COFFDBG) return true;
   const bool lsb = elf_.encoding() == ELFDATA2LSB;
   if (kind_ == SectionKind::coff_lines) {
-    return narrow(contents, SHT_LNNO, lsb ? 6 : 8, record_layout(ELF_T_LNNO).size);
+    return narrow(SHT_LNNO, lsb ? 6 : 8, record_layout(ELF_T_LNNO).size);
   }
   if (kind_ == SectionKind::coff_symbols) {
-    return narrow(contents, SHT_SDB, lsb ? 18 : 20, record_layout(ELF_T_SDB).size);
+    return narrow(SHT_SDB, lsb ? 18 : 20, record_layout(ELF_T_SDB).size);
   }
   return true;
 }
 
 // Copies the records to a block where each takes `target_record` bytes. Drops the last bytes of wider records, and the
 // bytes after the last whole record.
-bool SectionLoad::narrow(FoundContents& contents, uint32_t sh_type, uint32_t source_record,
-                         uint32_t target_record) {
+bool SectionLoad::narrow(uint32_t sh_type, uint32_t source_record, uint32_t target_record) {
   const uint32_t count = shdr_.sh_size / source_record;
   const uint32_t copied = std::min(source_record, target_record);
   MemoryBlock block = zeroed_block(uint64_t{count} * target_record + 1);
@@ -212,19 +212,19 @@ bool SectionLoad::narrow(FoundContents& contents, uint32_t sh_type, uint32_t sou
     return false;
   }
   unsigned char* const bytes = block.get();
-  const uint32_t present_records = (contents.present + source_record - 1) / source_record;
+  const uint32_t present_records = (found_.present + source_record - 1) / source_record;
   const uint32_t records = std::min(count, present_records);
   for (uint32_t i = 0; i < records; ++i) {
-    std::memcpy(bytes + size_t{i} * target_record, contents.buf + size_t{i} * source_record, copied);
+    std::memcpy(bytes + size_t{i} * target_record, found_.buf + size_t{i} * source_record, copied);
   }
   if (!scn_.keep_block(std::move(block))) return false;
   edit_.emplace(shdr_);
   shdr_.sh_type = sh_type;
   shdr_.sh_size = count * target_record;
   shdr_.sh_entsize = target_record;
-  contents.buf = bytes;
-  contents.present = records * target_record;
-  contents.in_image = false;
+  found_.buf = bytes;
+  found_.present = records * target_record;
+  found_.in_image = false;
   return true;
 }
 

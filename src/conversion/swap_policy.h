@@ -4,12 +4,30 @@
 
 #include <cstdint>
 
+#include "descriptors/elf.h"
+#include "frame/library_state.h"
+
 namespace ambielf {
 
-enum class SwapDecision { due, none, refused };
+// The byte order in which a behaviour, one of 1 to 4, holds contents of a file: an EI_DATA. `encoding` is the file's.
+constexpr uint8_t order_in_memory(int32_t behavior, uint8_t encoding) {
+  switch (behavior) {
+    case ELF_SWAP_TO_LSB:
+      return ELFDATA2LSB;
+    case ELF_SWAP_TO_MSB:
+      return ELFDATA2MSB;
+    case ELF_SWAP_NEVER:
+      return encoding;
+    default:
+      return elf_host_encoding();
+  }
+}
 
-// `encoding` is e_ident[EI_DATA]. A behaviour outside 1 to 4 is refused with 98.
-SwapDecision decide_swap(int32_t behavior, uint8_t encoding);
+// Whether the section's swap behaviour asks for a conversion between file and memory.
+inline bool swap_is_due(const Elf_Scn& scn) {
+  const uint8_t encoding = scn.elf->encoding();
+  return order_in_memory(scn.swap_behavior, encoding) != encoding;
+}
 
 }  // namespace ambielf
 

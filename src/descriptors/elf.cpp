@@ -4,7 +4,6 @@
 #include <cerrno>
 #include <cstring>
 
-#include "descriptors/shared_bytes.h"
 #include "frame/checked.h"
 #include "frame/error.h"
 #include "frame/magic.h"
@@ -197,11 +196,6 @@ bool Elf::pass_object(uint64_t offset, uint64_t size) {
 // end, because elf_update may have made the file larger since.
 uint64_t Elf::readable(uint64_t offset, uint64_t size) const {
   return ar_member == nullptr ? size : present_bytes(offset, size, member_size_);
-}
-
-bool Elf::shares_bytes(size_t index) {
-  if (!shared_sections_) shared_sections_ = sections_sharing_bytes(shdrs, file_desc->image_size);
-  return index < shared_sections_->size() && (*shared_sections_)[index] != 0;
 }
 
 bool Elf::make_header_block() {

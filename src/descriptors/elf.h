@@ -22,6 +22,7 @@
 #include "descriptors/header_table.h"
 #include "descriptors/section_kind.h"
 #include "descriptors/section_table.h"
+#include "descriptors/shared_bytes.h"
 #include "descriptors/table_string.h"
 #include "descriptors/upward.h"
 #include "frame/checked.h"
@@ -97,6 +98,7 @@ struct Elf : public ambielf::ByteSwap {
   bool foreign() const { return encoding() != ambielf::elf_host_encoding(); }
   // e_shstrndx.
   size_t name_table() const { return ambielf::load<uint16_t>(ehdr + offsetof(Elf32_Ehdr, e_shstrndx)); }
+  uint32_t file_version() const { return ambielf::load<uint32_t>(ehdr + offsetof(Elf32_Ehdr, e_version)); }
   bool is_image() const { return file_desc->is_image; }
 
   // The size of the file, of the image, or of the member, in bytes.
@@ -114,7 +116,10 @@ struct Elf : public ambielf::ByteSwap {
   bool pass_object(uint64_t offset, uint64_t size);
 
   // Whether a section shares bytes of the image with the header or with another section.
-  bool shares_bytes(size_t index);
+  bool shares_bytes(size_t index) {
+    if (!shared_sections_) shared_sections_ = ambielf::sections_sharing_bytes(shdrs, file_desc->image_size);
+    return index < shared_sections_->size() && (*shared_sections_)[index] != 0;
+  }
 
   ambielf::FileDesc* file_desc;            // a member borrows its archive's
   ambielf::ArDescOwner ar_desc;            // archive only

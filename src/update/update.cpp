@@ -34,7 +34,7 @@ bool converts_debug_info(Elf& elf) {
   bool any = false;
   elf.scns.for_each([&](const Elf_Scn& scn) {
     if (!scn.has_data() || elf.section_kind(scn.index) != SectionKind::debug_info) return;
-    any = any || decide_swap(scn.swap_behavior, elf.encoding()) == SwapDecision::due;
+    any = any || swap_is_due(scn);
   });
   return any;
 }
