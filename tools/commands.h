@@ -23,6 +23,7 @@ void add_members(CLI::App& app, Report& report);
 void add_remove(CLI::App& app, Report& report);
 void add_size(CLI::App& app, Report& report);
 void add_strip(CLI::App& app, Report& report);
+void add_symbols(CLI::App& app, Report& report);
 
 }  // namespace ambielf::tools
 

@@ -27,7 +27,6 @@ void run(Options options, Report& report) {
   if (options.json) out.character('[');
   for (const std::string& file : options.files) {
     for_each_object(report, file, [&](const Input& input) {
-      out.flush();
       out.limit(Output::limit_for(input.size));
       if (options.json) {
         out.text(is_first ? "\n" : ",\n");

@@ -34,6 +34,7 @@ int run(int argc, char** argv) {
   add_remove(app, report);
   add_size(app, report);
   add_strip(app, report);
+  add_symbols(app, report);
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& problem) {

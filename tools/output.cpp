@@ -80,8 +80,8 @@ Output& Output::spaces(size_t count) {
 void Output::flush() {
   if (used_ > left_) {
     used_ = 0;
-    throw Refusal(
-        "its records and names overlap so much that the listing would be out of proportion to the file");
+    left_ = 0;
+    throw Stop(too_long);
   }
   left_ -= used_;
   const size_t written = std::fwrite(buffer_.data(), 1, used_, stdout);

@@ -38,8 +38,10 @@ class Output {
 
   // At most `bytes` more can be put out; beyond, a Stop is thrown. Hostile files have short records with long
   // names, and would keep a listing busy for hours. A file's own share is what limit_for says.
-  void limit(uint64_t bytes) { left_ = bytes; }
+  void limit(uint64_t bytes) { left_ = bytes > UINT64_MAX - used_ ? UINT64_MAX : bytes + used_; }
   static uint64_t limit_for(uint64_t file_size) { return (uint64_t{64} << 20) + 64 * file_size; }
+  static constexpr const char* too_long =
+      "its records and names overlap so much that the listing would be out of proportion to the file";
 
  private:
   Output& long_text(std::string_view text);

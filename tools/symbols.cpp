@@ -1,0 +1,156 @@
+// ambielf symbols: the symbols of objects as nm prints them.
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "commands.h"
+#include "inputs.h"
+#include "output.h"
+#include "symbol_letter.h"
+
+namespace ambielf::tools {
+
+namespace {
+
+struct Options {
+  std::vector<std::string> files;
+  bool dynamic = false, external = false, defined = false, undefined = false;
+  bool file_names = false, by_value = false, unsorted = false, sizes = false;
+};
+
+struct Line {
+  std::string_view name;
+  uint64_t
+      start;  // the name's first bytes as a number, so that most comparisons stay out of the string table
+  uint32_t value, size;
+  char letter;
+
+  bool is_undefined() const { return letter == 'U' || letter == 'w' || letter == 'v'; }
+};
+
+uint64_t start_of(std::string_view name) {
+  char start[8] = {};
+  std::memcpy(start, name.data(), std::min(name.size(), sizeof start));
+  return load<uint64_t>(start, ELFDATA2MSB);
+}
+
+bool is_listed(const Line& line, const Elf32_Sym& symbol, const Options& options) {
+  if (options.external && ELF32_ST_BIND(symbol.st_info) == STB_LOCAL) return false;
+  if (options.defined && line.is_undefined()) return false;
+  return !options.undefined || line.is_undefined();
+}
+
+// The lines for a symbol table, in its order. Names that reach over one another must not add up to more than a
+// listing may have: they are all looked through when they are sorted.
+std::vector<Line> lines_of(const Object& object, const Section& table, uint64_t most_bytes,
+                           const Options& options) {
+  if (table.header().sh_entsize != 0 && table.header().sh_entsize != sizeof(Elf32_Sym)) {
+    throw Refusal("its symbol table has entries of " + std::to_string(table.header().sh_entsize) + " bytes");
+  }
+  const SymbolLetters letters(object);
+  const Symbols symbols = table.symbols();
+  std::vector<Line> lines;
+  lines.reserve(symbols.size());
+  for (const Symbol symbol : symbols) {
+    const bool is_file_or_section = symbol.type() == STT_SECTION || symbol.type() == STT_FILE;
+    if (symbol.index() == 0 || is_file_or_section) continue;
+    std::string_view name = symbol.find_name();
+    if (name.data() == nullptr) name = "<corrupt>";
+    if (letters.is_mark(name)) continue;
+    if (name.size() > most_bytes) throw Stop(Output::too_long);
+    most_bytes -= name.size();
+    const Elf32_Sym& record = symbol.record();
+    const Line line = {name, start_of(name), letters.value_of(record), symbol.size(),
+                       letters.letter_of(record)};
+    if (is_listed(line, record, options)) lines.push_back(line);
+  }
+  return lines;
+}
+
+void sort(std::vector<Line>& lines, bool by_value) {
+  if (by_value) {
+    const auto key = [](const Line& line) {
+      return std::pair(!line.is_undefined(), line.is_undefined() ? 0 : line.value);
+    };
+    std::stable_sort(lines.begin(), lines.end(), [&](const Line& a, const Line& b) {
+      return key(a) != key(b) ? key(a) < key(b) : a.name < b.name;
+    });
+  } else {
+    std::stable_sort(lines.begin(), lines.end(), [](const Line& a, const Line& b) {
+      return a.start != b.start ? a.start < b.start : a.name < b.name;
+    });
+  }
+}
+
+void print(const std::vector<Line>& lines, const Input& input, const Options& options, Output& out) {
+  for (const Line& line : lines) {
+    if (options.file_names) out.name(input.path).character(':');
+    if (options.file_names && input.is_member()) out.name(input.member).character(':');
+    if (line.is_undefined()) {
+      out.spaces(8);
+    } else {
+      out.hex(line.value, 8);
+      if (options.sizes && line.size != 0) out.character(' ').hex(line.size, 8);
+    }
+    // A version that the linker put behind the name is left out.
+    out.character(' ').character(line.letter).character(' ').name(line.name.substr(0, line.name.find('@')));
+    out.character('\n');
+  }
+}
+
+void list(const Input& input, const Options& options, Output& out) {
+  const uint32_t type = options.dynamic ? SHT_DYNSYM : SHT_SYMTAB;
+  const Table<Elf32_Shdr> headers = input.object.section_headers();
+  const auto found =
+      std::find_if(headers.begin(), headers.end(), [&](const auto& h) { return h.sh_type == type; });
+  if (found == headers.end()) return;
+  const Section table = input.object.section(static_cast<size_t>(found - headers.begin()));
+  std::vector<Line> lines = lines_of(input.object, table, Output::limit_for(input.size), options);
+  if (!options.unsorted) sort(lines, options.by_value);
+  print(lines, input, options, out);
+}
+
+// Titles as nm has them: none for a single object, the member's name in a single archive, and a line for each archive
+// where there are several files.
+void print_title(const Input& input, bool is_only_file, bool& is_first, Output& out) {
+  if (!is_only_file && input.is_member() && is_first) out.character('\n').name(input.path).text(":\n");
+  is_first = false;
+  if (is_only_file && !input.is_member()) return;
+  out.character('\n').name(input.is_member() ? input.member : input.path).text(":\n");
+}
+
+void run(const Options& options, Report& report) {
+  Output out;
+  for (const std::string& file : options.files) {
+    bool is_first = true;
+    for_each_object(report, file, [&](const Input& input) {
+      out.limit(Output::limit_for(input.size));
+      if (!options.file_names) print_title(input, options.files.size() == 1, is_first, out);
+      list(input, options, out);
+    });
+  }
+  out.limit(UINT64_MAX);
+  report.attempt("symbols", [&] { out.flush(); });
+}
+
+}  // namespace
+
+void add_symbols(CLI::App& app, Report& report) {
+  const auto options = std::make_shared<Options>();
+  CLI::App* const command = app.add_subcommand("symbols", "Prints the symbols of objects, a line for each.");
+  command->add_option("FILE", options->files, "Objects and archives")->required();
+  command->add_flag("-D,--dynamic", options->dynamic, "The dynamic symbols instead of the others");
+  command->add_flag("-g,--external", options->external, "Only symbols that other objects see");
+  CLI::Option* const defined = command->add_flag("-U,--defined", options->defined, "Only defined symbols");
+  command->add_flag("-u,--undefined", options->undefined, "Only undefined symbols")->excludes(defined);
+  command->add_flag("-A,--file-names", options->file_names, "Put the file's name before each line");
+  CLI::Option* const by_value =
+      command->add_flag("-n,--by-value", options->by_value, "Sort by value, not by name");
+  command->add_flag("-p,--unsorted", options->unsorted, "Keep the order of the table")->excludes(by_value);
+  command->add_flag("-S,--sizes", options->sizes, "Print sizes behind the values");
+  command->callback([options, &report] { run(*options, report); });
+}
+
+}  // namespace ambielf::tools
