@@ -261,12 +261,15 @@ void ObjectWriter::write_movable(PieceWriter& out, const std::vector<Item>& item
   uint64_t at = UINT64_MAX;
   for (const Item& item : items) {
     const bool is_replaced = item.index == 0 || (item.index != nobody && sections_[item.index].contents);
-    if (is_replaced) continue;
+    const std::string_view bytes = old_bytes(item.old);
+    // Something empty may have the offset of something written before.
+    if (is_replaced || bytes.empty()) continue;
     // The filler of an alignment goes out with its neighbours; what else nobody writes reads as zeros.
-    if (item.offset > at && item.offset - at < largest_filler)
+    if (item.offset > at && item.offset - at < largest_filler) {
       out.write_at(at, std::string(item.offset - at, '\0'));
-    out.write_at(item.offset, old_bytes(item.old));
-    at = item.offset + (item.old.end - item.old.begin);
+    }
+    out.write_at(item.offset, bytes);
+    at = item.offset + bytes.size();
   }
 }
 

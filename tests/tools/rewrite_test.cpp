@@ -74,7 +74,11 @@ class Rewrite : public testing::TestWithParam<ByteOrder> {
 INSTANTIATE_TEST_SUITE_P(Orders, Rewrite, testing::ValuesIn(both_orders));
 
 TEST_P(Rewrite, CopyGivesBackAnObjectWithoutGapsByteForByte) {
-  for (const ObjectBuilder& builder : {relocatable(GetParam()), program(GetParam())}) {
+  ObjectBuilder empty_behind_full(GetParam());
+  empty_behind_full.section("a", SHT_PROGBITS, "1234", {.addralign = 4})
+      .section("b", SHT_PROGBITS, "5678", {.addralign = 4})
+      .section(".bss", SHT_NOBITS, "", {.addralign = 4, .offset = 52, .size = 16});
+  for (const ObjectBuilder& builder : {relocatable(GetParam()), program(GetParam()), empty_behind_full}) {
     const Bytes bytes = builder.build().bytes;
     write_object("in", bytes);
     EXPECT_EQ(run_tool("copy in out").status, 0);
