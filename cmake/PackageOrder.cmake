@@ -1,5 +1,4 @@
-# cpack runs this behind its packages, and packs Debian's and TGZ archives anew with their files in order, which its own
-# are not. Debian's get the field that lets several architectures be installed side by side (CMake knows a variable for
+# cpack runs this behind its packages, and packs them anew with their files in order, which its own are not. Debian's get the field that lets several architectures be installed side by side (CMake knows a variable for
 # it from 3.31 on only), and lose the scripts whose work a trigger does.
 function(finish_debian tree package)
   file(READ ${tree}/DEBIAN/control control)
@@ -32,6 +31,15 @@ foreach(package IN LISTS CPACK_PACKAGE_FILES)
     execute_process(COMMAND tar --sort=name --format=gnu --owner=root:0 --group=root:0 --mtime=@$ENV{SOURCE_DATE_EPOCH}
         -cf - -C ${tree} ${top}
       COMMAND gzip -9n OUTPUT_FILE ${package} COMMAND_ERROR_IS_FATAL ANY)
+  elseif(package MATCHES "\\.zip$" AND CMAKE_HOST_UNIX)
+    file(MAKE_DIRECTORY ${tree})
+    execute_process(COMMAND sh -c "umask 022 && \"$0\" -E tar xf \"$1\"" ${CMAKE_COMMAND} ${package}
+      WORKING_DIRECTORY ${tree} COMMAND_ERROR_IS_FATAL ANY)
+    file(GLOB_RECURSE files RELATIVE ${tree} ${tree}/*)  # in order, and without the folders
+    list(JOIN files "\n" files)
+    file(WRITE ${tree}/files "${files}\n")
+    execute_process(COMMAND ${CMAKE_COMMAND} -E tar cf ${package} --format=zip --files-from=files
+      WORKING_DIRECTORY ${tree} COMMAND_ERROR_IS_FATAL ANY)
   endif()
   file(REMOVE_RECURSE ${tree})
 endforeach()
