@@ -1,5 +1,5 @@
-// Archives of many members: opening beside a program that only reads each header, and walking and jumping by
-// time per member.
+// Archives of many members: opening, compared with a program that only reads each header; walking and jumping, as time
+// per member.
 #include <algorithm>
 #include <array>
 #include <cstdlib>
@@ -55,7 +55,7 @@ void read_headers(const Built& archive) {
   benchmark::DoNotOptimize(header);
 }
 
-// Begins, steps behind and ends each member.
+// Begins each member, steps past it and ends it.
 void walk(const Built& archive, Elf* elf) {
   for (Elf_Cmd cmd = ELF_C_READ; Elf* const member = elf_begin(archive.file.id(), cmd, elf);) {
     cmd = elf_next(member);
@@ -63,7 +63,7 @@ void walk(const Built& archive, Elf* elf) {
   }
 }
 
-// A second walk over members that are loaded: what stepping costs by itself.
+// A second walk, over loaded members: the cost of stepping alone.
 void step(benchmark::State& state, size_t count) {
   const Built& archive = built(count, 0);
   Elf* const elf = begin(archive.file);

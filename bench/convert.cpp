@@ -1,4 +1,4 @@
-// Conversion of tables by elf32_xlatetom beside a memcpy of as many bytes: in place, and into another block.
+// Conversion of tables by elf32_xlatetom, compared with memcpy of the same size: in place and into another block.
 #include <cstring>
 
 #include "inputs.h"
@@ -26,7 +26,7 @@ void copy_of_the_same(benchmark::State& state, size_t size) {
   per_byte(state, size);
 }
 
-// In place without `to`. Blocks of a whole number of records, near `size` bytes.
+// Converts in place if there is no `to`. Blocks have about `size` bytes, in whole records.
 void convert(benchmark::State& state, uint32_t type, size_t size, bool in_place) {
   const uint32_t record = elf32_fsize(type, 1, EV_CURRENT);
   Bytes from(size / record * record, 1);

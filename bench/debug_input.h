@@ -1,4 +1,4 @@
-// Debug information of a compiler, for the benchmarks of its conversion.
+// A compiler's debug information, for the benchmarks of conversion.
 #ifndef AMBIELF_BENCH_DEBUG_INPUT_H
 #define AMBIELF_BENCH_DEBUG_INPUT_H
 
@@ -6,10 +6,10 @@
 
 namespace ambielf::bench {
 
-// What clang makes of a large generated source for a big-endian target, once; empty without clang.
+// clang's object for a large generated source and a big-endian target, built once; empty without clang.
 const Bytes& debug_object();
 
-// How many entries the debug information of an object holds, by LLVM's count; 0 without it.
+// The number of entries in an object's debug information, as counted by LLVM; 0 without LLVM.
 size_t entries_of(const Bytes& object);
 
 }  // namespace ambielf::bench

@@ -1,5 +1,5 @@
-// Conversion of debug sections as a load does it, opening and the way back apart: what a compiler writes, and
-// growing numbers of abbreviations and units.
+// Conversion of debug sections as in a load, without opening and the way back: of a compiler's output, and of growing
+// numbers of abbreviations and units.
 #include <cstring>
 #include <map>
 
@@ -51,7 +51,7 @@ struct Debug {
   size_t repeated = 1;
 };
 
-// The compiler's units again and again, up to a size that no cache of a core holds.
+// The compiler's units, repeated up to a size that exceeds a core's caches.
 const Debug& compiled(const std::string& name) {
   static std::map<std::string, Debug> sections;
   Debug& debug = sections[name];
@@ -108,7 +108,7 @@ Debug many_abbreviations(size_t count) {
   return {abbrev.u8("end of set", 0).done(), info.done()};
 }
 
-// Units that each name a set of abbreviations of their own.
+// Units that each have their own set of abbreviations.
 Debug many_units(size_t count) {
   test::DwarfEncoder abbrev(ByteOrder::big);
   test::DwarfEncoder info(ByteOrder::big);

@@ -1,5 +1,5 @@
-// Inputs of 1 MiB that are made to be costly. Each is read whole, from a file and as an image, or rewritten, and
-// none may cost more than its size explains.
+// Inputs of 1 MiB that are made to be costly. Each is read completely, from a file and as an image, or rewritten. None
+// may cost more than its size justifies.
 #include <algorithm>
 #include <cstring>
 
@@ -12,8 +12,8 @@ namespace {
 
 constexpr size_t input_size = size_t{1} << 20;
 
-// Section headers of `type` up to the size of the input, all over the range of `size` bytes from `offset` on, all of
-// the name at 1 in the table of names, which is `name`.
+// Section headers of `type` up to the size of the input. All have the same `size` bytes at `offset`, and the name at
+// offset 1 of the name table `name`.
 Object sections_over_one_range(uint32_t type, uint32_t offset, uint32_t size, const std::string& name) {
   ObjectBuilder builder(ByteOrder::big);
   const size_t count = std::min<size_t>((input_size - name.size()) / sizeof(Elf32_Shdr), 65'000);
@@ -42,7 +42,7 @@ Object attributes_without_bytes() {
   return debug_object(".debug_info", abbrev.u8("end of set", 0).done(), info.done());
 }
 
-// Abbreviations of a byte or two of attributes each, in descending order, and units of one entry.
+// Abbreviations with a byte or two of attributes each, in descending order, and units of one entry.
 Object units_of_other_tables() {
   test::DwarfEncoder abbrev(ByteOrder::big);
   test::DwarfEncoder info(ByteOrder::big);
@@ -118,7 +118,7 @@ void add_object(const std::string& name, const std::function<Object()>& make) {
   });
 }
 
-// Members of `contents` behind a header with that name field, up to the size of the input.
+// Members with `contents` and that name field, up to the size of the input.
 void add_archive(const std::string& name, const std::string& name_field, const Bytes& contents) {
   add("hostile/archive/" + name, [=](benchmark::State& state) {
     Bytes archive = test::text_bytes("!<elfa>\n");

@@ -12,7 +12,7 @@
 namespace ambielf::bench {
 namespace {
 
-// The number behind `key` in a file of /proc.
+// The number after `key` in a file of /proc.
 double number_in(const char* path, const std::string& key) {
   std::ifstream file(path);
   for (std::string word; file >> word;) {
@@ -60,7 +60,7 @@ class Bench : public benchmark::internal::Benchmark {
 }  // namespace
 
 benchmark::internal::Benchmark* add(const std::string& name, std::function<void(benchmark::State&)> run) {
-  auto* const bench = new Bench(name, std::move(run));  // the library's own from here on
+  auto* const bench = new Bench(name, std::move(run));  // Google Benchmark owns it from here on
   // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks)
   return benchmark::internal::RegisterBenchmarkInternal(bench)->Unit(benchmark::kMillisecond);
 }
@@ -109,7 +109,7 @@ double touched_by(const std::function<void()>& work) {
   if (child == 0) {
     work();
     malloc_trim(0);
-    std::ofstream("/proc/self/clear_refs") << "5";  // the highest mark starts anew
+    std::ofstream("/proc/self/clear_refs") << "5";  // resets the peak
     const double before = number_in("/proc/self/status", "VmRSS:");
     work();
     const double touched = (number_in("/proc/self/status", "VmHWM:") - before) * 1024;

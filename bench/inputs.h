@@ -1,5 +1,5 @@
-// What the benchmarks have in common: how one is named, the inputs that several of them read, and the figures
-// that are no times.
+// What the benchmarks share: registration by name, the inputs that several of them read, and the figures that are not
+// times.
 #ifndef AMBIELF_BENCH_INPUTS_H
 #define AMBIELF_BENCH_INPUTS_H
 
@@ -23,7 +23,7 @@ using test::Object;
 using test::ObjectBuilder;
 using test::TempFile;
 
-// The host's order and the other, as the names of benchmarks say it.
+// The host's order and the other, and their names in benchmarks.
 inline const char* name_of(ByteOrder order) { return order == ByteOrder::little ? "host" : "foreign"; }
 
 benchmark::internal::Benchmark* add(const std::string& name, std::function<void(benchmark::State&)> run);
@@ -35,7 +35,7 @@ void per_byte(benchmark::State& state, size_t size);
 inline char* chars(Bytes& bytes) { return reinterpret_cast<char*>(bytes.data()); }
 void demand(bool held, const char* what);
 
-// Objects in files, built once: of `count` small sections, each with a name of its own; of `count` symbols.
+// Objects in files, built once: with `count` small sections, each with its own name; with `count` symbols.
 struct InputFile {
   explicit InputFile(Object built) : object(std::move(built)), file(object.bytes) {}
   Object object;
@@ -49,7 +49,7 @@ inline constexpr size_t symbol_names = 2;
 // Begins to read the file from its start.
 Elf* begin(const TempFile& file, Elf_Cmd cmd = ELF_C_READ);
 
-// The most resident memory that `work` adds to that of a process which has done it before, in bytes.
+// The peak of resident memory, in bytes, that `work` adds in a process that has done it before.
 double touched_by(const std::function<void()>& work);
 
 // The write calls that this process has made.

@@ -1,4 +1,4 @@
-// The same walks through LIEF, which reads all of a file when it opens it.
+// The same walks with LIEF, which reads the whole file when it opens it.
 #include <LIEF/ELF.hpp>
 
 #include "inputs.h"

@@ -1,4 +1,4 @@
-// The same walks through LLVM's object library, and how many entries it finds in debug information.
+// The same walks with LLVM's object library, and the number of entries that it finds in debug information.
 #include <llvm/DebugInfo/DWARF/DWARFContext.h>
 #include <llvm/Object/ELFObjectFile.h>
 

@@ -1,5 +1,4 @@
-// Opening and reading: all sections or symbols with their names, one section by index, and a large file of which
-// only the header is wanted.
+// Opening and reading: all sections or symbols with their names; one section by index; only the header of a large file.
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -52,7 +51,7 @@ void add_walks(const std::string& subject, Make make, Walk walk, ByteOrder order
   });
 }
 
-// A file of 1 GiB in which almost all is a hole.
+// A file of 1 GiB that is almost entirely a hole.
 const TempFile& gigabyte() {
   static const TempFile file(
       ObjectBuilder(ByteOrder::big).section(".text", SHT_PROGBITS, "text").build().bytes);
@@ -82,7 +81,7 @@ void open_floor(benchmark::State& state) {
   }
 }
 
-// Sections in an order that nothing can predict, all loaded before.
+// Sections in an unpredictable order, all loaded before.
 void section_by_index(benchmark::State& state) {
   constexpr size_t count = 60'000;
   Elf* const elf = begin(many_sections(ByteOrder::little, count).file);
@@ -97,7 +96,7 @@ void section_by_index(benchmark::State& state) {
   per_item(state, order.size());
 }
 
-// The floor of a walk through a file's symbols: its bytes, in memory that nothing has touched.
+// The floor of a walk over a file's symbols: reads the bytes into untouched memory.
 void read_symbols(benchmark::State& state, size_t count) {
   const InputFile& input = many_symbols(ByteOrder::big, count);
   for (auto _ : state) {

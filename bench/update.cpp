@@ -1,5 +1,5 @@
-// Creating, writing and rewriting objects, beside programs that only move the same bytes through a buffer of
-// the same size.
+// Creating, writing and rewriting objects, compared with programs that only move the same bytes through a buffer of the
+// same size.
 #include <spawn.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -49,7 +49,7 @@ void write_and_end(Elf* elf) {
   elf_end(elf);
 }
 
-// Each into a file of its own, which is made and removed apart.
+// Each write goes to its own file; making and removing the file is not measured.
 void write_files(benchmark::State& state, const std::function<void(const TempFile&)>& write) {
   for (auto _ : state) {
     state.PauseTiming();
@@ -74,7 +74,7 @@ void write_floor(benchmark::State& state) {
   per_byte(state, total);
 }
 
-// Objects that are there to be rewritten, in the foreign order.
+// Objects in the foreign order, to be rewritten.
 const TempFile& old_file(size_t count, size_t size) {
   static std::map<std::pair<size_t, size_t>, std::unique_ptr<TempFile>> files;
   std::unique_ptr<TempFile>& file = files[{count, size}];
@@ -114,7 +114,7 @@ void copy_old(benchmark::State& state, size_t count, size_t size) {
   for (auto _ : state) copy(file, to);
 }
 
-// The processor time of the program that every user has.
+// The processor time of cp.
 void run_cp(benchmark::State& state, size_t count, size_t size) {
   const TempFile& file = old_file(count, size);
   const TempFile to;

@@ -1,5 +1,5 @@
 # Benchmarks: bench/*.cpp form one Google Benchmark program over all of the library's code. scripts/bench runs it and
-# holds its figures against bench/targets. The same work through other libraries is built where those are found.
+# compares its figures with bench/targets. If other libraries are found, the same work with them is built, too.
 find_package(benchmark QUIET)
 if(NOT benchmark_FOUND OR NOT TARGET ambielf_test_support OR WIN32)
   return()
@@ -9,11 +9,11 @@ list(FILTER bench_sources EXCLUDE REGEX "/peer_")
 add_executable(ambielf_bench ${bench_sources}
   tests/support/object_builder.cpp tests/support/temp_file.cpp tests/support/twins.cpp)
 ambielf_own_target(ambielf_bench)
-# g++ 12 warns wrongly of joined strings, and clang-tidy of the option that keeps it from that.
+# g++ 12 has a false warning about joined strings; clang-tidy does not know the option that turns it off.
 target_compile_options(ambielf_bench PRIVATE $<$<CXX_COMPILER_ID:GNU>:-Wno-unknown-warning-option;-Wno-restrict>)
 target_include_directories(ambielf_bench PRIVATE tests)
 target_link_libraries(ambielf_bench PRIVATE ambielf_core benchmark::benchmark_main GTest::gtest)
-# Files in memory, so that no disk is measured.
+# Files are in memory, so that no disk is measured.
 if(IS_DIRECTORY /dev/shm)
   target_compile_definitions(ambielf_bench PRIVATE AMBIELF_TEST_SCRATCH="/dev/shm")
 else()

@@ -1,5 +1,5 @@
-# Checks on what the project hands to its users, run by ctest beside the tests of the code. A tree that repeats the
-# tests with other compilers or options leaves them out.
+# Checks of what the project delivers to its users; ctest runs them with the tests of the code. Trees that repeat the
+# tests with other compilers or options turn them off.
 option(AMBIELF_CHECKS "Check headers, exports, documents and the installed library, too" ON)
 if(NOT AMBIELF_CHECKS OR WIN32)
   return()
@@ -9,7 +9,7 @@ set(scripts ${PROJECT_SOURCE_DIR}/scripts)
 add_test(NAME check/headers COMMAND ${scripts}/check-headers)
 add_test(NAME check/includes COMMAND ${scripts}/check-includes)
 add_test(NAME check/documents COMMAND ${scripts}/check-documents)
-# Behind all tests, each of which adds to the list.
+# Runs after all tests, each of which adds to the list.
 add_test(NAME check/reported_codes COMMAND ${scripts}/check-reported-codes ${reported_codes})
 set_tests_properties(check/reported_codes PROPERTIES FIXTURES_REQUIRED all_tests)
 if(AMBIELF_SHARED)

@@ -1,6 +1,6 @@
-# Fuzzers: each fuzz/<subject>.cpp defines LLVMFuzzerTestOneInput. Any compiler builds fuzz_<subject>_replay,
-# which runs it over the committed seeds of fuzz/seeds/<subject> as a test; with AMBIELF_FUZZERS clang also
-# builds the fuzzer proper, fuzz_<subject>.
+# Fuzzers: each fuzz/<subject>.cpp defines LLVMFuzzerTestOneInput. Any compiler builds fuzz_<subject>_replay, a test
+# that runs it over the committed seeds in fuzz/seeds/<subject>. With AMBIELF_FUZZERS clang also builds the fuzzer itself,
+# fuzz_<subject>.
 file(GLOB fuzzers CONFIGURE_DEPENDS fuzz/*.cpp)
 foreach(source IN LISTS fuzzers)
   cmake_path(GET source STEM subject)

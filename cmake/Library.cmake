@@ -1,6 +1,6 @@
 # The library: `ambielf_core` holds all of its code as objects, for white-box tests; `ambielf` is what users link.
 
-# Only one file knows each operating system; every other source belongs to all of them.
+# Each operating system has one source file; all other sources are common.
 file(GLOB sources CONFIGURE_DEPENDS src/*/*.cpp src/*/*.h)
 if(WIN32)
   list(FILTER sources EXCLUDE REGEX "/src/platform/posix[^/]*$")
@@ -32,7 +32,7 @@ target_include_directories(ambielf PUBLIC $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR
 file(STRINGS cmake/exports.txt exports)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS cmake/exports.txt)
 
-# Programs in C that link the static library need the C++ library beside it.
+# C programs that link the static library also need the C++ library.
 set(cxx_runtime ${CMAKE_CXX_IMPLICIT_LINK_LIBRARIES})
 list(FILTER cxx_runtime INCLUDE REGEX "^(stdc\\+\\+|c\\+\\+|m)$")
 list(REMOVE_DUPLICATES cxx_runtime)
@@ -42,23 +42,23 @@ if(NOT AMBIELF_SHARED)
   target_compile_definitions(ambielf INTERFACE AMBIELF_STATIC)
   target_link_libraries(ambielf INTERFACE "$<$<LINK_LANGUAGE:C>:${cxx_runtime}>")
 elseif(WIN32)
-  # The definition file alone exports, so that programs which take in ambielf_core, such as tests, neither import
-  # nor export the names.
+  # Only the definition file exports, so programs that contain ambielf_core, such as tests, neither import nor export
+  # the names.
   target_compile_definitions(ambielf_core PUBLIC AMBIELF_STATIC)
   list(JOIN exports "\n  " exported_names)
   set(definitions ${PROJECT_BINARY_DIR}/ambielf.def)
   file(CONFIGURE OUTPUT ${definitions} CONTENT "EXPORTS\n  @exported_names@\n" @ONLY)
   target_sources(ambielf PRIVATE ${definitions})
 else()
-  # The version node carries the ABI number, so that two generations of the library in one process never
-  # answer each other's calls.
+  # The version node has the ABI number, so that two generations of the library in one process never take each other's
+  # calls.
   list(JOIN exports ";\n    " exported_names)
   set(map ${PROJECT_BINARY_DIR}/ambielf.map)
   file(CONFIGURE OUTPUT ${map} CONTENT
     "AMBIELF_${AMBIELF_ABI} {\n  global:\n    @exported_names@;\n  local:\n    *;\n};\n" @ONLY)
   target_link_options(ambielf PRIVATE -Wl,--version-script=${map} -Wl,-Bsymbolic-functions)
   set_target_properties(ambielf PROPERTIES LINK_DEPENDS ${map})
-  # A sanitized library leaves its runtime's names to the program.
+  # In a sanitized build the program provides the runtime's names.
   if(NOT "${CMAKE_CXX_FLAGS} ${CMAKE_SHARED_LINKER_FLAGS}" MATCHES "-fsanitize")
     target_link_options(ambielf PRIVATE -Wl,-z,defs)
   endif()

@@ -1,4 +1,4 @@
-# ambielf_own_target(<target>): what every target of this project has in common, and no user's target gets.
+# ambielf_own_target(<target>): settings for all targets of this project, which users' targets do not inherit.
 function(ambielf_own_target target)
   target_compile_features(${target} PRIVATE cxx_std_20 c_std_99)
   set_target_properties(${target} PROPERTIES

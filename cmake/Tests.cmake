@@ -1,9 +1,9 @@
-# Tests: every folder below tests/ becomes one GoogleTest program, tests/<folder>/*_test.cpp, linked with all of
-# the library's code and with tests/support. ctest runs each case in a process of its own, so that none
-# sees the error code or the work version that another one left.
+# Tests: each folder of tests/ becomes one GoogleTest program, tests/<folder>/*_test.cpp, linked with all of the
+# library's code and with tests/support. ctest runs each case in its own process, so that no case sees the error code or the work
+# version of another.
 
-# Tests of an optimised library need not be optimised themselves: that only costs time, and g++ 12 warns of bounds in
-# containers that it has inlined, wrongly.
+# Tests of an optimised library need not be optimised themselves: that takes time, and g++ 12 has false warnings about
+# bounds in inlined containers.
 set(ambielf_test_options $<$<CONFIG:Release>:-O1>)
 if(CMAKE_CROSSCOMPILING)  # no package has it built for other systems, but one brings its sources
   set(ambielf_test_options -O0)  # its tests show the other system's ways, not its speed
@@ -22,7 +22,7 @@ file(GLOB support CONFIGURE_DEPENDS tests/support/*.cpp tests/support/*.h)
 list(FILTER support EXCLUDE REGEX "_test\\.cpp$")
 
 file(GLOB_RECURSE test_sources CONFIGURE_DEPENDS tests/*_test.cpp)
-# What only one operating system can show stands in files of its own.
+# Tests for one operating system are in separate files.
 if(WIN32)
   list(FILTER test_sources EXCLUDE REGEX "_posix_test\\.cpp$")
 else()
@@ -53,7 +53,7 @@ target_compile_definitions(ambielf_test_support INTERFACE
   AMBIELF_EXAMPLES_DIR="${PROJECT_BINARY_DIR}/examples"
   AMBIELF_TOOL="${PROJECT_BINARY_DIR}/tools/ambielf${CMAKE_EXECUTABLE_SUFFIX}")
 file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/scratch)
-# tests/support/failing_allocation.cpp stands between the tests and the allocators, reported_codes.cpp before elf_errno.
+# tests/support/failing_allocation.cpp intercepts the calls of allocators, reported_codes.cpp those of elf_errno.
 set(reported_codes ${PROJECT_BINARY_DIR}/reported_codes)
 if(WIN32)
   set(size_letter y)

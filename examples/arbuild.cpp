@@ -1,6 +1,6 @@
-// arbuild: writes an archive of the library's format from files, which stand in it in the order of the command line.
-// The library reads such archives and never writes one; here it finds the symbols that the objects among the files
-// define, for the archive's symbol table. Files that are no objects become members without symbols.
+// arbuild: writes an archive in the library's format, with files in the order of the command line. The library reads
+// such archives but never writes one; here it finds the symbols that the objects define, for the archive's symbol
+// table. Files that are not objects become members without symbols.
 #include <ambielf/ambielf.h>
 #include <fcntl.h>
 
@@ -17,7 +17,7 @@ namespace {
 struct Member {
   std::string name;
   std::string contents;
-  std::vector<std::string> symbols;  // that others can link to
+  std::vector<std::string> symbols;  // that other objects can link to
 };
 
 int fail(const char* path, const char* why) {
@@ -55,7 +55,8 @@ bool read_member(const char* path, Member& member) {
   return true;
 }
 
-// The name, "/", and spaces up to a whole word; then the numbers, each ended by a space, and two bytes for the eye.
+// The name, "/", and spaces up to a whole word; then the numbers, each ended by a space, and two bytes that readers
+// ignore.
 std::string header(const std::string& name, size_t size) {
   std::string field = name + "/";
   field.resize((field.size() + 3) / 4 * 4, ' ');
@@ -64,7 +65,7 @@ std::string header(const std::string& name, size_t size) {
   return field + numbers;
 }
 
-// In the byte order that the archive's magic states.
+// In the byte order that the archive's magic gives.
 std::string number(size_t value, bool big) {
   std::string bytes(4, '\0');
   for (size_t i = 0; i < 4; ++i) bytes[i] = static_cast<char>(value >> 8 * (big ? 3 - i : i));

@@ -1,6 +1,6 @@
-// elfcopy: writes an object anew, without the sections that are named behind the files, or with -g without debug
-// information. All contents but symbol tables stay in the file's own order, so that every byte is kept. Files with
-// program headers keep their layout, others are packed.
+// elfcopy: copies an object without the sections named after the files, or with -g without debug information. All
+// contents except symbol tables stay in file order, so that every byte is kept. Files with program headers keep their
+// layout; others are packed.
 #include <ambielf/ambielf.h>
 #include <fcntl.h>
 
@@ -32,7 +32,7 @@ class Copy {
   Copy(Elf* in, Elf* out, const char* path, const std::set<std::string>& dropped)
       : in_(in), out_(out), file_(path, std::ios::binary) {
     elf_setreadswapcontroller(in, hold_in_file_order);
-    // The tables of headers show all sections, also those of types that the library doesn't load.
+    // The header tables have all sections, even those of types that the library does not load.
     headers_ = in_host_order(elf32_getshdrtab(in), elf32_getehdr(in)->e_shnum);
     numbers_.resize(headers_.size());
     const auto goes = [&](size_t i) {
@@ -43,7 +43,7 @@ class Copy {
     };
     uint16_t next = 1;
     for (size_t i = 1; i < headers_.size(); ++i) {
-      // Relocations go with what they relocate.
+      // Relocations are removed with the section that they relocate.
       if (!goes(i) && !(relocates(headers_[i]) && goes(headers_[i].sh_info))) numbers_[i] = next++;
     }
   }
@@ -71,7 +71,7 @@ class Copy {
     shdr.sh_link = number(shdr.sh_link);
     if (relocates(shdr)) shdr.sh_info = number(shdr.sh_info);
     data->d_size = shdr.sh_size;
-    if (shdr.sh_type == SHT_NOBITS) return;  // the size is all there is
+    if (shdr.sh_type == SHT_NOBITS) return;  // it has no contents, only a size
     elf_setswapbehavior(scn, hold_in_file_order(&shdr, nullptr));
     Elf_Scn* const old = elf_getscn(in_, index);
     if (const Elf_Data* const loaded = old != nullptr ? elf_getdata(old, nullptr) : nullptr) {
@@ -85,7 +85,7 @@ class Copy {
     if (shdr.sh_type == SHT_GROUP) renumber_group(static_cast<uint32_t*>(data->d_buf), data->d_size);
   }
 
-  // A symbol of a section that went is undefined; a local one is nothing any more.
+  // A symbol of a removed section becomes undefined; a local one is cleared.
   void renumber_symbols(Elf32_Sym* symbol, uint32_t size) const {
     for (Elf32_Sym* const end = symbol + size / sizeof *symbol; symbol != end; ++symbol) {
       if (symbol->st_shndx == SHN_UNDEF || symbol->st_shndx >= SHN_LORESERVE) continue;
@@ -94,7 +94,7 @@ class Copy {
     }
   }
 
-  // The members of a group stand behind its flags, in file order here.
+  // The members of a group follow its flags, here in file order.
   void renumber_group(uint32_t* words, uint32_t& size) const {
     size_t kept = size < sizeof *words ? 0 : 1;
     for (size_t i = 1; i < size / sizeof *words; ++i) {
@@ -104,13 +104,13 @@ class Copy {
   }
   uint16_t number(uint32_t index) const { return index < numbers_.size() ? numbers_[index] : uint16_t{0}; }
 
-  // From the file's order to the host's, or the other way.
+  // From file order to host order, or back.
   uint32_t in_order(uint32_t v) const {
     if (elf32_getehdr(in_)->e_ident[EI_DATA] == ELFDATA2LSB) return v;
     return v >> 24 | (v >> 8 & 0xff00) | (v << 8 & 0xff0000) | v << 24;
   }
 
-  // A table of records that are all words; the table is given back.
+  // Takes a table of records that consist of words, and returns it in host order.
   template <class Record>
   std::vector<Record> in_host_order(Record* table, size_t count) const {
     if (table == nullptr) return {};
@@ -123,7 +123,7 @@ class Copy {
   Elf *in_, *out_;
   std::ifstream file_;
   std::vector<Elf32_Shdr> headers_;
-  std::vector<uint16_t> numbers_;  // 0 for what goes
+  std::vector<uint16_t> numbers_;  // 0 for a removed section
   std::list<std::string> buffers_;
 };
 

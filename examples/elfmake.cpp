@@ -1,5 +1,5 @@
-// elfmake: makes a small executable for a 32-bit Linux target out of nothing but the library's calls. The
-// program greets and exits.
+// elfmake: makes a small executable for a 32-bit Linux target with nothing but the library. The executable prints a
+// greeting and exits.
 #include <ambielf/ambielf.h>
 #include <fcntl.h>
 
@@ -13,9 +13,9 @@ namespace {
 const char greeting[] = "hello, either byte order\n";
 constexpr uint32_t base_address = 0x400000;
 
-// write(1, greeting, length); exit(0). Instructions are words: the same ones serve both byte orders of a machine.
-// `high` and `low` are the instructions that take the halves of the greeting's address, `length` the one that
-// takes its length; 0 where there is none.
+// write(1, greeting, length); exit(0). Instructions are words, so both byte orders of a machine share them. `high` and
+// `low` are the instructions that take the halves of the greeting's address, `length` the one that takes its length; 0
+// if there is none.
 struct Target {
   const char* name;
   uint16_t machine;
@@ -28,7 +28,7 @@ struct Target {
 const std::vector<uint32_t> mips_code = {0x24040001, 0x3c050000, 0x34a50000, 0x24060000, 0x24020fa4,
                                          0x0000000c, 0x24040000, 0x24020fa1, 0x0000000c};
 const Target targets[] = {
-    // The greeting is addressed from pc, 20 bytes ahead.
+    // The greeting is addressed relative to pc, 20 bytes ahead.
     {"arm",
      EM_ARM,
      ELFDATA2LSB,
@@ -55,7 +55,7 @@ int failed(const char* what) {
   return 1;
 }
 
-// A section with one block. The bytes stay the caller's and must outlive the write.
+// A section with one block. The caller owns the bytes, which must outlive the write.
 Elf_Scn* add_section(Elf* elf, uint32_t name, uint32_t type, const void* bytes, size_t size,
                      uint32_t data_type) {
   Elf_Scn* const scn = elf_newscn(elf);
@@ -75,7 +75,7 @@ int make(const Target& target, int file) {
   Elf32_Ehdr* const header = elf != nullptr ? elf32_newehdr(elf) : nullptr;
   Elf32_Phdr* const segment = header != nullptr ? elf32_newphdr(elf) : nullptr;
   if (segment == nullptr) return failed("no descriptor");
-  header->e_ident[EI_DATA] = target.encoding;  // from here on all is written in this order
+  header->e_ident[EI_DATA] = target.encoding;  // the byte order of the file
   header->e_type = ET_EXEC;
   header->e_machine = target.machine;
   header->e_flags = target.flags;
@@ -100,7 +100,7 @@ int make(const Target& target, int file) {
   elf32_getshdr(symtab)->sh_info = 1;  // the first global symbol
   elf32_getshdr(symtab)->sh_entsize = sizeof(Elf32_Sym);
 
-  // Layout without writing tells where the code will lie; addresses follow offsets, so that pages can be mapped.
+  // Layout without writing tells where the code will be. Addresses follow offsets, so that pages can be mapped.
   if (elf_update(elf, ELF_C_NULL) == -1) return failed("layout");
   Elf32_Shdr* const text_header = elf32_getshdr(text);
   const uint32_t start = base_address + text_header->sh_offset;

@@ -1,5 +1,5 @@
-// elfsyms: lists the symbols that 32-bit objects of either byte order define, alone or in archives, in the columns
-// of symbol listers. It loads symbols and names alone; the copy of the header table says where they are.
+// elfsyms: lists the symbols that 32-bit objects of either byte order define, alone or in archives, in the format of
+// nm. It loads only symbols and names; the copy of the header table says where they are.
 #include <ambielf/ambielf.h>
 #include <fcntl.h>
 #include <getopt.h>
@@ -18,7 +18,7 @@ namespace {
 struct Symbol {
   uint32_t value;
   char letter;
-  std::string_view name;  // stands in the object's string table
+  std::string_view name;  // in the object's string table
 };
 
 bool external_only = false, with_file_names = false, progress = false;
@@ -28,7 +28,7 @@ bool fail(const std::string& name, const char* why = elf_errmsg(elf_errno())) {
   return false;
 }
 
-// The copy is in the byte order of the file; what is used here comes in the host's, which is little-endian.
+// The copy is in the byte order of the file; this brings it into the host's, which is little-endian.
 std::vector<Elf32_Shdr> section_headers(Elf* elf) {
   const Elf32_Ehdr& header = *elf32_getehdr(elf);
   Elf32_Shdr* const copy = elf32_getshdrtab(elf);
@@ -70,7 +70,8 @@ char letter_of(const Elf32_Sym& symbol, const std::vector<Elf32_Shdr>& headers) 
   return binding == STB_LOCAL ? letter : static_cast<char>(std::toupper(letter));
 }
 
-// Whether listers show it: defined, named, and no file, section or mark between code and data ($d, $a.1).
+// Whether to list it: it is defined, has a name, and is not a file, a section or a mark between code and data ($d,
+// $a.1).
 bool listed(const Elf32_Sym& symbol, std::string_view name) {
   const int type = ELF32_ST_TYPE(symbol.st_info), binding = ELF32_ST_BIND(symbol.st_info);
   if (symbol.st_shndx == SHN_UNDEF || name.empty() || type == STT_SECTION || type == STT_FILE) return false;
@@ -103,7 +104,7 @@ bool list_object(Elf* elf, const std::string& file_name) {
   return true;
 }
 
-// A member that is no object is told of and passed over: asked for again, it is there, without a header.
+// A member that is not an object is reported and skipped: a second elf_begin gives its descriptor, without a header.
 bool list_archive(int file, Elf* archive, const std::string& path) {
   bool fine = true;
   for (Elf_Cmd command = ELF_C_READ; command != ELF_C_NULL;) {

@@ -1,5 +1,5 @@
-// elfview: lists an object file: its header, sections, program headers, symbols and relocations. Of an archive it
-// lists the symbol table and the members. What cannot be loaded is listed with the library's words for it.
+// elfview: lists the header, sections, program headers, symbols and relocations of an object, or the symbol table and
+// the members of an archive. If something cannot be loaded, it prints the library's text.
 #include <ambielf/ambielf.h>
 #include <fcntl.h>
 #include <stdio.h>
@@ -40,7 +40,7 @@ static void print_sections(Elf* elf) {
   }
 }
 
-// The library hands this table out as the file has it, so the numbers of a foreign file are turned here.
+// The library gives this table in file order, so the numbers of a foreign file are swapped here.
 static void print_segments(Elf* elf, bool big) {
   Elf32_Phdr* const table = elf32_getphdr(elf);
   printf("\nProgram headers:\n  Type     Offset   VirtAddr PhysAddr FileSiz  MemSiz   Flg Align\n");
@@ -54,7 +54,7 @@ static void print_segments(Elf* elf, bool big) {
   elf32_freeshdrtab(table);
 }
 
-// Record `index` of a block, zeros where there is none.
+// Record `index` of a block; zeros if there is none.
 template <class Record>
 static Record record_at(const Elf_Data* data, size_t index, size_t size = sizeof(Record)) {
   Record record{};
@@ -63,7 +63,7 @@ static Record record_at(const Elf_Data* data, size_t index, size_t size = sizeof
   return record;
 }
 
-// A section's own symbol goes by the name of the section.
+// A section symbol has the name of its section.
 static const char* symbol_name(Elf* elf, const Elf32_Sym& s, size_t strings) {
   Elf_Scn* const scn = ELF32_ST_TYPE(s.st_info) == STT_SECTION ? elf_getscn(elf, s.st_shndx) : nullptr;
   return scn ? section_name(elf, elf32_getshdr(scn)) : or_words(elf_strptr(elf, strings, s.st_name));
@@ -94,7 +94,7 @@ static void print_relocations(Elf* elf, const Elf32_Shdr* sh, const Elf_Data* da
   }
 }
 
-// A member that is no object has no header; why it has none is stored.
+// A member that is not an object has no header; the code says why.
 static void print_object(Elf* elf) {
   const Elf32_Ehdr* const h = elf32_getehdr(elf);
   if (h == nullptr || h->e_ident[EI_CLASS] != ELFCLASS32) {
@@ -117,7 +117,7 @@ static void print_object(Elf* elf) {
   }
 }
 
-// The file position is the cursor. A second elf_begin gives a descriptor of a member that is no object.
+// The file position is the cursor. For a member that is not an object, a second elf_begin gives a descriptor.
 static void print_archive(int file, Elf* archive) {
   size_t count = 0;
   const Elf_Arsym* const symbols = elf_getarsym(archive, &count);

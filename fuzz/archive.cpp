@@ -1,5 +1,5 @@
-// Archives: whatever bytes stand behind the magic, the library opens, refuses and walks as the slow reader does, which
-// reads them word by word. The first byte of an input chooses the magic, the rest stands behind it.
+// Archives: for any bytes after the magic the library opens, refuses and walks like the slow reader, which reads them
+// word by word. The first byte of an input chooses the magic; the rest follows it.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -8,7 +8,7 @@
 #include "support/archive_check.h"
 #include "support/memory_file.h"
 
-// A header may claim 4 GiB, which costs no memory but, under AddressSanitizer, time: let such claims fail.
+// A header may claim 4 GiB. That costs no memory but, under AddressSanitizer, time, so such allocations fail.
 extern "C" const char* __asan_default_options() {  // NOLINT(bugprone-reserved-identifier)
   return "max_allocation_size_mb=64:allocator_may_return_null=1";
 }

@@ -1,4 +1,4 @@
-// Conversion of debug sections: any bytes stay inside their block, and the way back gives them again.
+// Conversion of debug sections: it never leaves the block, and the way back restores any bytes.
 //
 // The input: a byte with the choices (1: .debug_line, 2: the bytes are in host order), the size of .debug_abbrev in
 // two bytes, that section, and the section to convert.
@@ -15,7 +15,7 @@ using namespace ambielf;
 
 namespace {
 
-// A copy of exactly its size, so that a sanitizer sees the byte behind it.
+// A copy of exact size, so that a sanitizer sees any access past it.
 std::unique_ptr<unsigned char[]> copy_of(const unsigned char* bytes, size_t size) {
   std::unique_ptr<unsigned char[]> copy(new unsigned char[size]);
   if (size != 0) std::memcpy(copy.get(), bytes, size);
@@ -47,7 +47,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   UnitWalker& walker = is_line ? static_cast<UnitWalker&>(line) : info;
   const uint32_t length = static_cast<uint32_t>(block_size);
 
-  // There into a second block and in place, which have to agree, and back in place.
+  // Converts into a second block and in place, which must agree, and back in place.
   const std::unique_ptr<unsigned char[]> second = copy_of(original, block_size);
   RawUnits passed;
   CharDestBuffer other_place(second.get());

@@ -1,4 +1,4 @@
-// Reading: the same bytes by a file id and as an image give the same answers, and the image comes back as it was.
+// Reading: the same bytes give the same answers through a file id and as an image, and elf_end restores the image.
 // The first byte of an input chooses how it is read, the rest is the object.
 #include <cstddef>
 #include <cstdint>
@@ -14,7 +14,7 @@ namespace {
 using ambielf::test::Describe;
 using Bytes = std::vector<unsigned char>;
 
-// Another byte order for every section by the length of its name, and now and then a wrong answer.
+// Chooses a byte order by the length of the section's name, and sometimes gives an invalid answer.
 int mixed_controller(const Elf32_Shdr* header, const char* name) {
   return static_cast<int>((std::strlen(name) + header->sh_type) % 6);
 }
@@ -25,7 +25,7 @@ std::string answers(Elf* elf, size_t size, unsigned how) {
   return Describe(elf, size).all();
 }
 
-// Tables of thousands of entries that the input does not have take time and tell little: most inputs get small ones.
+// Tables of thousands of absent entries take time and show little, so most inputs get small tables.
 void count_in_one_byte(Bytes& bytes) {
   if (bytes.size() < sizeof(Elf32_Ehdr)) return;
   const bool big_endian = static_cast<unsigned char>(bytes[20] + bytes[21]) == 0;
@@ -41,7 +41,7 @@ void count_in_one_byte(Bytes& bytes) {
 
 }  // namespace
 
-// A header may claim 4 GiB, which costs no memory but, under AddressSanitizer, time: let such claims fail.
+// A header may claim 4 GiB. That costs no memory but, under AddressSanitizer, time, so such allocations fail.
 extern "C" const char* __asan_default_options() {  // NOLINT(bugprone-reserved-identifier)
   return "max_allocation_size_mb=64:allocator_may_return_null=1";
 }

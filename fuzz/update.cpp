@@ -1,9 +1,9 @@
 // Random programs over creation, layout and writing, on new files and on files of any bytes.
 //
 // The input: a byte (1: a file to rewrite), the file's size in two bytes and its bytes, then operations of four bytes
-// each: what, which section, and two bytes of argument. What must hold: nothing goes out of bounds; a write gives what
-// layout gave, and leaves the descriptor clean; sections that nobody loaded keep their bytes wherever they go; and
-// written again the file is the same.
+// each: what, which section, and two bytes of argument. What must hold: no access goes out of bounds; a write returns
+// what layout returned, and leaves the descriptor clean; sections that were never loaded keep their bytes wherever
+// they move; and a second write gives the same file.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -178,7 +178,7 @@ class Program {
     demand(read_file(file_, 0, static_cast<size_t>(written)) == image);
   }
 
-  // The two types whose records are reversed where they lie alternate from write to write.
+  // Records of two types are swapped in place, so they alternate from write to write.
   bool converts_both_ways() const {
     bool both_ways = true;
     elf_->scns.for_each([&](const Elf_Scn& scn) {

@@ -1,9 +1,9 @@
-# Makes the table of scripts/bench: reads Google Benchmark's JSON, whose keys stand on lines of their own, and then
-# the lines of bench/targets.
+# Makes the table of scripts/bench: reads Google Benchmark's JSON, which has one key on each line, and then
+# bench/targets.
 function trimmed(text) { gsub(/^[ \t]+|[ \t]+$/, "", text); return text }
 
 # The value of NAME or NAME:COUNTER, the largest for a name with an asterisk; "" if it was not measured. `worst` is the
-# part of the name for which the asterisk stood.
+# part of the name that the asterisk matched.
 function value_of(figure,  part, counter, star, name, found, best, middle) {
   split(figure, part, ":")
   counter = "cpu_time"

@@ -36,5 +36,5 @@ int main(int argc, char** argv) {
     }
   }
   std::printf("%zu inputs replayed\n", count);
-  return count == 0 ? 1 : 0;  // a replay of nothing is a mistake in the path
+  return count == 0 ? 1 : 0;  // nothing to replay means a wrong path
 }
