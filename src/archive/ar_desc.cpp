@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <functional>
+#include <new>
 
 #include "archive/ar_header.h"
 #include "frame/error.h"
@@ -60,12 +61,15 @@ int64_t ArDesc::read_symbol_table(HeaderWindow& window) {
   return end;
 }
 
-// The number of members to make room for, extrapolated from those before `offset`, so that a long list is hardly ever
-// moved.
-size_t ArDesc::expected_members(uint64_t offset) const {
+// Makes room for more members: twice as many, or if memory is short a few.
+void ArDesc::make_room() {
+  constexpr size_t few = 64;
   const size_t count = members.size();
-  const uint64_t expected = count * file_desc->file_size / offset;
-  return std::max(count + count / 2 + 64, static_cast<size_t>(expected + expected / 16));
+  try {
+    members.reserve(2 * count + few);
+  } catch (const std::bad_alloc&) {
+    members.reserve(count + few);
+  }
 }
 
 // Reads all members, starting with the header at `offset`. Up to 44 bytes after the last member are not a header and
@@ -80,7 +84,7 @@ bool ArDesc::read_members(HeaderWindow& window, uint64_t offset) {
       elf_set_error(ERR_AR_MEMBER);
       return false;
     }
-    if (members.size() == members.capacity()) members.reserve(expected_members(offset));
+    if (members.size() == members.capacity()) make_room();
     members.push_back(std::move(member));
     offset = static_cast<uint64_t>(next);
   }

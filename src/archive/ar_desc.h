@@ -42,7 +42,7 @@ struct ArDesc {
   int64_t read_symbol_table(HeaderWindow& window);
   bool read_members(HeaderWindow& window, uint64_t offset);
 
-  size_t expected_members(uint64_t offset) const;
+  void make_room();
   void index_members();
 
   // For lookups: the index of the first member in each stretch of 1 << stretch_bits_ bytes of the file, up to the last

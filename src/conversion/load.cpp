@@ -73,10 +73,9 @@ class SectionLoad {
 bool SectionLoad::run() {
   if (has_name_ && !find_name()) return false;
   if (!settle_type()) return false;
-  FileDesc& input = *elf_.file_desc;
   const uint32_t size = shdr_.sh_size;
   found_.present = static_cast<uint32_t>(present_bytes(shdr_.sh_offset, size, elf_.object_size()));
-  if (!input.afford_contents(found_.present)) {
+  if (!elf_.afford_contents(size, found_.present)) {
     elf_set_error(ERR_MEMORY);
     return false;
   }
@@ -98,7 +97,7 @@ bool SectionLoad::run() {
   } else if (conversion_is_due(scn_, type, kind_) && !convert_found(scn_, kind_)) {
     return false;
   }
-  input.count_contents(size, present);
+  elf_.count_contents(size, present);
   if (edit_) edit_->keep();
   return true;
 }

@@ -163,7 +163,8 @@ int64_t Elf::peek_object(uint64_t offset, void* to, uint64_t size) {
   if (!is_image()) {
     const int64_t got =
         platform::read_at(file_desc->file_id, member_offset + offset, to, readable(offset, size));
-    if (got < 0 && errno == ESPIPE) {
+    // A file id that has no position, as one that is closed, fails the seek that belongs before a read.
+    if (got < 0 && platform::tell(file_desc->file_id) == -1) {
       elf_seek_error(errno);
     } else if (got < 0) {
       elf_set_error(ERR_READ);

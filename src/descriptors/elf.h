@@ -10,6 +10,7 @@
 
 #include <ambielf/ambielf.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <memory>
@@ -115,6 +116,19 @@ struct Elf : public ambielf::ByteSwap {
   // Moves the file position as read_object would, but reads nothing. False after the code of a failed seek.
   bool pass_object(uint64_t offset, uint64_t size);
 
+  // Whether contents of `size` bytes, of which the input has `present`, may be loaded. A hostile header table may put
+  // thousands of sections over the same bytes. The sections of a sound object share none, so an object always gets
+  // contents up to its own size; what exceeds that draws on an allowance that all objects in the input share. Files and
+  // images count alike, whether or not a section's bytes are copied.
+  bool afford_contents(uint64_t size, uint64_t present) const {
+    const uint64_t excess = excess_of(size, present);
+    return excess == 0 || file_desc->excess_contents + excess <= file_desc->excess_allowance();
+  }
+  void count_contents(uint64_t size, uint64_t present) {
+    file_desc->excess_contents += excess_of(size, present);
+    contents_taken_ += present;
+  }
+
   // Whether a section shares bytes of the image with the header or with another section.
   bool shares_bytes(size_t index) {
     if (!shared_sections_) shared_sections_ = ambielf::sections_sharing_bytes(shdrs, file_desc->image_size);
@@ -147,6 +161,14 @@ struct Elf : public ambielf::ByteSwap {
   bool make_header_block();
 
  private:
+  uint64_t excess_of(uint64_t size, uint64_t present) const {
+    // A block takes its first page even if nothing is read into it.
+    constexpr uint64_t page = 4096;
+    const uint64_t absent = size == present ? 0 : std::min(size, page) - std::min(present, page);
+    const uint64_t wanted = contents_taken_ + present;
+    const uint64_t own = object_size();
+    return absent + (wanted <= own ? 0 : std::min(present, wanted - own));
+  }
   bool init_ElfHdr();
   bool init_ScnTab();
   bool init_PHdrTab();
@@ -161,6 +183,7 @@ struct Elf : public ambielf::ByteSwap {
 
   std::unique_ptr<ambielf::FileDesc> owned_file_desc_;
   uint64_t member_size_ = 0;
+  uint64_t contents_taken_ = 0;  // bytes that sections have loaded
   ambielf::MemoryBlock ehdr_block_;
   std::array<unsigned char, sizeof(Elf32_Ehdr)>
       image_header_{};                                   // the header in the image as it was before loading

@@ -119,10 +119,13 @@ bool Elf::init_PHdrTab() {
 // after 4.
 bool Elf::afford_absent(uint64_t count) {
   constexpr uint64_t allowance = 2 * uint64_t{UINT16_MAX};
-  file_desc->absent_headers += count;
-  if (file_desc->absent_headers <= allowance + file_desc->input_size() / sizeof(Elf32_Shdr)) return true;
-  elf_set_error(ERR_MEMORY);
-  return false;
+  const uint64_t wanted = file_desc->absent_headers + count;
+  if (count != 0 && wanted > allowance + file_desc->input_size() / sizeof(Elf32_Shdr)) {
+    elf_set_error(ERR_MEMORY);
+    return false;
+  }
+  file_desc->absent_headers = wanted;
+  return true;
 }
 
 // Entries are as wide in memory as in the input, plus padding that aligns the records. A file's table is read at once;
@@ -148,7 +151,10 @@ bool Elf::load_table(HeaderTable<Record>& table, uint32_t offset, uint32_t count
     const uint64_t size = std::min(uint64_t{here} * entry_size, present_size - start);
     unsigned char* const bytes = entries + first * stride;
     const int64_t got = peek_object(offset + start, bytes, size);
-    if (got < 0) return false;
+    if (got < 0) {
+      table.clear();
+      return false;
+    }
     std::memset(bytes + got, 0, here * stride - static_cast<size_t>(got));
     if (stride != entry_size) spread(bytes, here, entry_size, stride);
     if (!foreign()) continue;

@@ -28,20 +28,8 @@ struct FileDesc {
 
   uint64_t input_size() const { return is_image ? image_size : file_size; }
 
-  // Whether contents of which the input has `present` bytes may be loaded. A hostile header table may put thousands of
-  // sections over the same bytes, so the memory for contents is limited in proportion to the input, for all members of
-  // an archive together. Files and images count alike, whether or not a section's bytes are copied.
-  bool afford_contents(uint64_t present) const {
-    // The sections of a sound object do not share bytes, so their contents are no larger than the input. In a small
-    // input they may share as many as they like.
-    constexpr uint64_t small = uint64_t{1} << 20;
-    return contents_taken + present <= std::max(input_size() + small / 4, small);
-  }
-  void count_contents(uint64_t size, uint64_t present) {
-    // Even a block that nothing is read into takes its first page.
-    constexpr uint64_t page = 4096;
-    contents_taken += std::max(present, std::min(size, page));
-  }
+  // How many bytes of contents the objects in the input may have beyond their own sizes, all together.
+  uint64_t excess_allowance() const { return (uint64_t{1} << 20) + input_size() / 4; }
 
   // The start of the image, or null after 7.
   unsigned char* image_base() const;
@@ -56,8 +44,8 @@ struct FileDesc {
   uint8_t encoding = elf_host_encoding();  // byte order of the numbers in an archive's symbol table
 
   // The resources that the objects in the input have taken, which are limited in proportion to it.
-  uint64_t contents_taken = 0;  // bytes
-  uint64_t absent_headers = 0;  // table entries that a header counts but the input does not have
+  uint64_t excess_contents = 0;  // bytes
+  uint64_t absent_headers = 0;   // table entries that a header counts but the input does not have
 
  private:
   static constexpr uint64_t probe_size = 9;

@@ -42,6 +42,12 @@ class HeaderTable {
     return block_.get();
   }
 
+  // Forgets the records that reserve made room for.
+  void clear() {
+    block_.reset();
+    loaded_ = present_ = 0;
+  }
+
   // Adds a zeroed record at the end. Null if memory is short.
   Record* append() {
     if (added_ % chunk_size == 0) {

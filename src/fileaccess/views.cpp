@@ -4,6 +4,7 @@
 #include <ambielf/ambielf.h>
 
 #include <map>
+#include <memory>
 #include <new>
 
 #include "fileaccess/path_canonicalize.h"
@@ -16,12 +17,28 @@ using platform::Mapping;
 
 namespace {
 
-std::map<void*, MappedFile> live_views;
+// Null while there are none. Constructors and destructors of a program's global objects may open and close views, so
+// the list has no constructor or destructor of its own that would run at load and exit.
+constinit std::map<void*, MappedFile>* live_views = nullptr;
+
+const MappedFile* find(void* address) {
+  if (live_views == nullptr) return nullptr;
+  const auto live = live_views->find(address);
+  return live != live_views->end() ? &live->second : nullptr;
+}
+
+void forget(void* address) {
+  live_views->erase(address);
+  if (!live_views->empty()) return;
+  delete live_views;
+  live_views = nullptr;
+}
 
 // Unmaps the view if there is no memory to record it.
 bool remember(const MappedFile& file) {
   try {
-    live_views.emplace(file.address, file);
+    if (live_views == nullptr) live_views = std::make_unique<std::map<void*, MappedFile>>().release();
+    live_views->emplace(file.address, file);
     return true;
   } catch (const std::bad_alloc&) {
     platform::unmap_file(file);
@@ -60,11 +77,11 @@ int64_t elf_mopen(const char* path, void** view) {
 }
 
 int elf_mclose(void* view) {
-  const auto live = live_views.find(view);
-  if (live == live_views.end() || platform::unmap_file(live->second) != 0) {
+  const MappedFile* const live = find(view);
+  if (live == nullptr || platform::unmap_file(*live) != 0) {
     elf_set_error(ERR_UNMAP);
     return -1;
   }
-  live_views.erase(live);
+  forget(view);
   return 0;
 }

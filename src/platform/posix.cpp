@@ -94,12 +94,19 @@ int64_t seek(int file_id, uint64_t offset) {
 
 int64_t tell(int file_id) { return lseek(file_id, 0, SEEK_CUR); }
 
-int duplicate(int file_id) { return ::dup(file_id); }
+int duplicate(int file_id) { return ::fcntl(file_id, F_DUPFD_CLOEXEC, 0); }
 
 int open(const char* path, int flags, int permissions) { return ::open(path, flags, permissions); }
 
 int temporary_file() {
-  char path[] = P_tmpdir "/ambielf.XXXXXX";
+  const char* const folder = std::getenv("TMPDIR");
+  char path[4096];
+  const int length = std::snprintf(path, sizeof path, "%s/ambielf.XXXXXX",
+                                   folder != nullptr && *folder != 0 ? folder : P_tmpdir);
+  if (length < 0 || static_cast<size_t>(length) >= sizeof path) {
+    errno = ENAMETOOLONG;
+    return -1;
+  }
   const int file_id = mkostemp(path, O_CLOEXEC);
   if (file_id != -1) unlink(path);
   return file_id;
@@ -110,8 +117,11 @@ int close(int file_id) { return ::close(file_id); }
 int working_directory(char* buffer, size_t size) { return getcwd(buffer, size) != nullptr ? 0 : -1; }
 
 Mapping map_file(const char* path, MappedFile& file) {
-  // Without O_NONBLOCK, opening a pipe that has no writer would block forever.
-  const int file_id = ::open(path, O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+  // Without O_NONBLOCK, opening a pipe that has no writer would block forever. With it, opening a regular file on which
+  // another process has a lease fails at once; without it, opening waits until the lease is gone.
+  constexpr int flags = O_RDONLY | O_CLOEXEC | O_NOCTTY;
+  int file_id = ::open(path, flags | O_NONBLOCK);
+  if (file_id == -1 && errno == EWOULDBLOCK) file_id = ::open(path, flags);
   if (file_id == -1) return Mapping::not_opened;
   const int64_t size = file_size(file_id);
   void* address = MAP_FAILED;

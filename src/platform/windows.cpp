@@ -38,6 +38,25 @@ class FailuresAreErrnos {
   _invalid_parameter_handler callers_;
 };
 
+// The runtime translates line ends for file ids in text mode, which _open gives by default. While one of these objects
+// lives, the id is in binary mode; then it gets its own mode back.
+class BinaryMode {
+ public:
+  explicit BinaryMode(int file_id) : file_id_(file_id), callers_(_setmode(file_id, _O_BINARY)) {}
+  ~BinaryMode() {
+    const int reason = errno;
+    if (callers_ != -1 && callers_ != _O_BINARY) _setmode(file_id_, callers_);
+    errno = reason;
+  }
+  BinaryMode(const BinaryMode&) = delete;
+  BinaryMode& operator=(const BinaryMode&) = delete;
+
+ private:
+  FailuresAreErrnos scope_;
+  int file_id_;
+  int callers_;
+};
+
 // Closes a Windows handle when it goes out of scope.
 class OwnedHandle {
  public:
@@ -64,7 +83,7 @@ int64_t file_size(int file_id) {
 }
 
 int64_t read(int file_id, void* buffer, uint64_t count) {
-  const FailuresAreErrnos scope;
+  const BinaryMode scope(file_id);
   char* const bytes = static_cast<char*>(buffer);
   uint64_t done = 0;
   while (done < count) {
@@ -89,7 +108,7 @@ int64_t read_at(int file_id, uint64_t offset, void* buffer, uint64_t count) {
 }
 
 int write(int file_id, const void* buffer, uint64_t count) {
-  const FailuresAreErrnos scope;
+  const BinaryMode scope(file_id);
   const char* const bytes = static_cast<const char*>(buffer);
   uint64_t done = 0;
   while (done < count) {

@@ -4,12 +4,14 @@
 #define _FILE_OFFSET_BITS 64
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <climits>
+#include <cstdarg>
 #include <cstddef>
 #include <functional>
 #include <set>
@@ -94,9 +96,13 @@ extern "C" int fstat(int id, struct stat* status) noexcept {
   return armed.strikes(Call::size) ? -1 : real(id, status);
 }
 
-extern "C" int dup(int id) noexcept {
-  static const auto real = next<int(int)>("dup");
-  return armed.strikes(Call::duplicate) ? -1 : real(id);
+extern "C" int fcntl64(int id, int command, ...) {
+  static const auto real = next<int(int, int, ...)>("fcntl64");
+  va_list arguments;
+  va_start(arguments, command);
+  void* const argument = va_arg(arguments, void*);
+  va_end(arguments);
+  return command == F_DUPFD_CLOEXEC && armed.strikes(Call::duplicate) ? -1 : real(id, command, argument);
 }
 
 extern "C" int close(int id) {

@@ -1,9 +1,12 @@
 #include <ambielf/ambielf.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <signal.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <string>
 
 #include "support/scratch_directory.h"
@@ -48,6 +51,52 @@ TEST(ElfMopenPosix, FailureHasTheCodeOfItsReasonAndLeavesNoFileIdOpen) {
   EXPECT_EQ(next_file_id(), free_id);
   EXPECT_EQ(elf_mclose(view), 0);
 }
+
+// Opening waits for the end of a lease, as open does.
+TEST(ElfMopenPosix, WaitsForAnotherProcessThatHasALease) {
+  const ScratchDirectory scratch;
+  write_file("leased", "x");
+  int ready[2];
+  ASSERT_EQ(pipe(ready), 0);
+  const pid_t owner = fork();
+  if (owner == 0) {
+    sigset_t breaks;
+    sigemptyset(&breaks);
+    sigaddset(&breaks, SIGIO);
+    sigprocmask(SIG_BLOCK, &breaks, nullptr);
+    const int id = open("leased", O_RDONLY | O_CLOEXEC);
+    const char answer = fcntl(id, F_SETLEASE, F_WRLCK) == 0 ? 'y' : 'n';
+    if (::write(ready[1], &answer, 1) != 1 || answer == 'n') _exit(1);
+    int signal = 0;
+    sigwait(&breaks, &signal);
+    _exit(fcntl(id, F_SETLEASE, F_UNLCK) == 0 ? 0 : 1);
+  }
+  char answer = 0;
+  ASSERT_EQ(::read(ready[0], &answer, 1), 1);
+  ASSERT_EQ(answer, 'y');
+  void* view = nullptr;
+  EXPECT_EQ(elf_mopen("leased", &view), 1) << elf_errno();
+  EXPECT_EQ(elf_mclose(view), 0);
+  int status = -1;
+  EXPECT_EQ(waitpid(owner, &status, 0), owner);
+  EXPECT_EQ(status, 0);
+  close(ready[0]);
+  close(ready[1]);
+}
+
+// A global object that is made before all others and ends after them uses views; a failure ends the program.
+struct EarlyAndLate {
+  EarlyAndLate() {
+    if (elf_mopen("/proc/self/exe", &view) <= 0) abort();
+  }
+  ~EarlyAndLate() {
+    if (elf_mclose(view) != 0) abort();
+  }
+  void* view = nullptr;
+};
+[[gnu::init_priority(101)]] EarlyAndLate early_and_late;
+
+TEST(ElfMopenPosix, WorksInConstructorsAndDestructorsOfGlobalObjects) { EXPECT_TRUE(early_and_late.view); }
 
 }  // namespace
 }  // namespace ambielf::test
