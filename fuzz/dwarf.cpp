@@ -51,16 +51,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::unique_ptr<unsigned char[]> second = copy_of(original, block_size);
   RawUnits passed;
   CharDestBuffer other_place(second.get());
-  demand(walk_units({block.get(), length, host_order}, walker, {}, passed, other_place));
+  demand(walk_units({block.get(), length, host_order}, walker, nullptr, passed, other_place));
   demand(other_place.bytesWritten() == length && std::memcmp(block.get(), original, block_size) == 0);
   CharDestBuffer in_place(block.get());
-  demand(walk_units({block.get(), length, host_order}, walker, {}, passed, in_place));
+  demand(walk_units({block.get(), length, host_order}, walker, nullptr, passed, in_place));
   demand(in_place.bytesWritten() == length && std::memcmp(block.get(), second.get(), block_size) == 0);
 
-  const RawUnits* const before[] = {&passed};
   RawUnits passed_back;
   CharDestBuffer back(block.get());
-  demand(walk_units({block.get(), length, !host_order}, walker, before, passed_back, back));
+  demand(walk_units({block.get(), length, !host_order}, walker, &passed, passed_back, back));
   demand(std::memcmp(block.get(), original, block_size) == 0);
   return 0;
 }

@@ -1,24 +1,11 @@
 #include "conversion/abbrev_section.h"
 
 #include <algorithm>
-#include <memory>
 #include <utility>
 
 #include "descriptors/elf.h"
 
 namespace ambielf {
-
-std::optional<size_t> AbbrevSection::find(Elf& elf) {
-  if (index_ && elf.section_kind(*index_) == SectionKind::debug_abbrev) return index_;
-  // If a search found nothing, it need not be repeated until a section is added.
-  if (!index_ && headers_searched_ == elf.shdrs.size()) return std::nullopt;
-  index_.reset();
-  headers_searched_ = elf.shdrs.size();
-  for (size_t index = 0; index < elf.shdrs.size() && !index_; ++index) {
-    if (elf.section_kind(index) == SectionKind::debug_abbrev) index_ = index;
-  }
-  return index_;
-}
 
 bool AbbrevSection::is_unedited(const DataDesc& block, Walk walk) const {
   if (walk == Walk::one_of_several) return compared_;
@@ -43,21 +30,6 @@ const AbbrevStore& AbbrevSection::parse(const DataDesc& block, Walk walk) {
   parsed_at_ = bytes;
   compared_ = walk == Walk::one_of_several;
   return store_;
-}
-
-const AbbrevStore& loadAbbrevStore(Elf& elf, bool may_load, bool on_load) {
-  static const AbbrevStore none;
-  if (!elf.abbreviations) elf.abbreviations = std::make_shared<AbbrevSection>();
-  AbbrevSection& section = *elf.abbreviations;
-  const std::optional<size_t> index = section.find(elf);
-  if (!index) return none;
-  Elf_Scn* const scn = may_load ? elf.get_scn(*index) : elf.loaded_scn(*index);
-  if (scn == nullptr || !scn->make_data() || scn->data().empty()) return none;
-  const DataDesc* const block = scn->first_data();
-  using Walk = AbbrevSection::Walk;
-  return section.parse(*block, elf.contents_are_fixed ? Walk::one_of_several
-                               : on_load              ? Walk::load
-                                                      : Walk::other);
 }
 
 }  // namespace ambielf

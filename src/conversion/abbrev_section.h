@@ -1,7 +1,7 @@
-// AbbrevSection: the .debug_abbrev section of an object, found and parsed.
+// AbbrevSection: the .debug_abbrev section of an object, parsed.
 //
 // An object may have thousands of .debug_info sections (one for each type unit) but one .debug_abbrev, so that is
-// found and parsed once. The caller may edit its contents in place, so a copy of the parsed bytes is kept and compared
+// parsed once. The caller may edit its contents in place, so a copy of the parsed bytes is kept and compared
 // before the next use. The comparison is not made for each .debug_info section: a write or a teardown compares once,
 // and a load uses the abbreviations that came with the file.
 #ifndef AMBIELF_CONVERSION_ABBREV_SECTION_H
@@ -9,9 +9,7 @@
 
 #include <ambielf/ambielf.h>
 
-#include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <vector>
 
 #include "dwarf/dwarf_abbrev.h"
@@ -22,9 +20,6 @@ struct DataDesc;
 
 class AbbrevSection {
  public:
-  // The index of the section, found by the names in the header table. Reports nothing.
-  std::optional<size_t> find(Elf& elf);
-
   // What the abbreviations are needed for: contents that are being loaded; one of several walks, between which no
   // caller can edit anything; anything else.
   enum class Walk { load, one_of_several, other };
@@ -37,18 +32,11 @@ class AbbrevSection {
  private:
   bool is_unedited(const DataDesc& block, Walk walk) const;
 
-  std::optional<size_t> index_;
-  size_t headers_searched_ = 0;
   std::vector<unsigned char> parsed_;  // a copy of the bytes that store_ was parsed from
   const void* parsed_at_ = nullptr;    // their address
   bool compared_ = false;              // whether this series of walks has compared them
   AbbrevStore store_;
 };
-
-// The abbreviations of the object; an empty store if it has none. Loads the section if `may_load`; the code of a
-// failed load stays stored. `on_load` tells whether they are needed for contents that are being loaded. The result is
-// valid until the next call. Throws std::bad_alloc.
-const AbbrevStore& loadAbbrevStore(Elf& elf, bool may_load, bool on_load);
 
 }  // namespace ambielf
 

@@ -37,15 +37,17 @@ void swap_run(unsigned char* source, DestBuffer& destination, uint32_t count, ui
 
 // One conversion that is due.
 struct Conversion {
+  enum class Purpose { load, translation, to_file };
+
+  Purpose purpose;
   DataDesc& block;
   unsigned char* bytes;
   DestBuffer& destination;
   uint32_t type;
-  bool to_file;
-  bool force;
-  bool value_before_swap;  // true: the bytes are in host order; false: the sink receives host order
+  bool value_before_swap;   // true: the bytes are in host order; false: the sink receives host order
+  void* written = nullptr;  // the memory that the sink writes to, if its bytes may be converted back later
 
-  bool on_load() const { return !to_file && !force; }
+  bool on_load() const { return purpose == Purpose::load; }
   const Elf32_Shdr& shdr() const { return *block.scn->shdr; }
 
   int32_t run(SectionKind kind) { return is_walked(kind) ? walk(kind) : swap_records(); }
@@ -64,15 +66,13 @@ int32_t count_of(uint32_t size, uint32_t entry) {
 }
 
 int32_t Conversion::walk(SectionKind kind) {
-  const DebugWalk walk = {kind,      block.scn->elf,    !to_file || force,
-                          on_load(), value_before_swap, {&block.translated_units, &block.raw_units}};
+  Elf& elf = *block.scn->elf;
+  if (written != nullptr) elf.walk_records.prepare(written);
+  const DebugWalk walk = {
+      kind, &elf, purpose != Purpose::to_file, on_load(), value_before_swap, elf.walk_records.at(bytes)};
   RawUnits unconverted;
   const bool complete = walk_debug_section(walk, bytes, present(), destination, unconverted);
-  if (force) {
-    block.translated_units = std::move(unconverted);
-  } else if (!to_file) {
-    block.raw_units = std::move(unconverted);
-  }
+  if (written != nullptr) elf.walk_records.note(written, std::move(unconverted));
   if (!complete) {
     elf_set_error(ERR_MEMORY);
     // What a load has converted by then must be converted back later, so the load succeeds.
@@ -133,13 +133,13 @@ bool convert_found(Elf_Scn& scn, SectionKind kind) {
   FoundContents& found = scn.found;
   if (found.size == 0) return true;
   CharDestBuffer in_place(found.buf);
-  Conversion load = {*scn.first_data(), found.buf, in_place, found.type, false, false, !scn.elf->foreign()};
+  Conversion load = {Conversion::Purpose::load, *scn.first_data(), found.buf, in_place, found.type,
+                     !scn.elf->foreign(),       found.buf};
   found.left_raw = load.run(kind) == -1;
   return true;
 }
 
-int32_t convert(DataDesc& block, unsigned char* bytes, DestBuffer& destination, uint32_t type, bool to_file,
-                bool force) {
+int32_t convert(DataDesc& block, unsigned char* bytes, DestBuffer& destination, uint32_t type) {
   if (type > greatest_data_type) {
     elf_set_error(ERR_DATA_TYPE);
     return -1;
@@ -147,15 +147,32 @@ int32_t convert(DataDesc& block, unsigned char* bytes, DestBuffer& destination, 
   const Elf_Scn& scn = *block.scn;
   Elf& elf = *scn.elf;
   if (!elf.load_names()) return -1;
-  if (!force) {
-    if (!swap_is_due(scn)) return 0;
-    // Contents that loading could not convert are still in file order.
-    if (to_file && scn.found.left_raw && scn.is_as_found(block)) return 0;
-  }
-  if (block.d_size == 0) return 0;
-  const bool value_before_swap = force ? to_file : to_file != !elf.foreign();
-  Conversion conversion = {block, bytes, destination, type, to_file, force, value_before_swap};
+  if (block.d_size == 0 || !swap_is_due(scn) || scn.is_in_file_order(block)) return 0;
+  Conversion conversion = {Conversion::Purpose::to_file, block, bytes, destination, type, elf.foreign()};
   return conversion.run(elf.section_kind(scn.index));
+}
+
+int32_t translate(DataDesc& block, void* to, bool to_file) {
+  if (block.d_type > greatest_data_type) {
+    elf_set_error(ERR_DATA_TYPE);
+    return -1;
+  }
+  Elf_Scn& scn = *block.scn;
+  if (!scn.elf->load_names()) return -1;
+  if (block.d_size == 0) return 0;
+  CharDestBuffer sink(to);
+  Conversion translation = {Conversion::Purpose::translation,
+                            block,
+                            static_cast<unsigned char*>(block.d_buf),
+                            sink,
+                            block.d_type,
+                            to_file,
+                            to};
+  const SectionKind kind = scn.elf->section_kind(scn.index);
+  const int32_t result = translation.run(kind);
+  // A walk that ran out of memory has converted some units too.
+  if (to == scn.found.buf && (result != -1 || is_walked(kind))) scn.found.left_raw = false;
+  return result;
 }
 
 bool can_write(const DataDesc& block) {
@@ -164,7 +181,7 @@ bool can_write(const DataDesc& block) {
     return false;
   }
   const Elf_Scn& scn = *block.scn;
-  if (!swap_is_due(scn) || (scn.found.left_raw && scn.is_as_found(block))) return true;
+  if (!swap_is_due(scn) || scn.is_in_file_order(block)) return true;
   return is_walked(scn.elf->section_kind(scn.index)) || has_rule(block, block.d_type);
 }
 

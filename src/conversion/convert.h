@@ -14,24 +14,28 @@
 
 namespace ambielf {
 
-// Whether a load, a write or the way back converts contents of data type `type` in a section whose name means `kind`.
+// Whether a load or the way back converts the found contents, as those of data type `type` in a section whose name
+// means `kind`.
 inline bool conversion_is_due(const Elf_Scn& scn, uint32_t type, SectionKind kind) {
-  return (type != ELF_T_BYTE || is_walked(kind)) && swap_is_due(scn);
+  return (type != ELF_T_BYTE || is_walked(kind)) && !scn.found.left_raw && !scn.found.never_converted &&
+         swap_is_due(scn);
 }
 
 // Makes the block of the found contents and converts it. Call this only if a conversion is due. False after 31 or 4. A
-// conversion that fails leaves the contents raw and its code stored, but this is still true.
+// conversion that fails leaves the contents raw and its code stored, but this is still true. Throws std::bad_alloc
+// before it has converted anything.
 bool convert_found(Elf_Scn& scn, SectionKind kind);
 
-// Converts the block's d_size bytes at `bytes` and sends them to the sink.
-//
-// `to_file` is the direction. `force` overrides the section's swap behaviour, which otherwise decides whether to
-// convert.
+// Converts the block's d_size bytes at `bytes` to file order and sends them to the sink, unless the section's swap
+// behaviour says that they are in file order.
 // Returns a positive count, when exactly d_size bytes have reached the sink; 0 if nothing was converted, when nothing
-// has reached the sink and the caller copies the bytes if it needs them there; -1 after 67, 82, 98, or the code of a
+// has reached the sink and the caller copies the bytes if it needs them there; -1 after 4, 67, 82, or the code of a
 // failed load of the name table.
-int32_t convert(DataDesc& block, unsigned char* bytes, DestBuffer& destination, uint32_t type, bool to_file,
-                bool force);
+int32_t convert(DataDesc& block, unsigned char* bytes, DestBuffer& destination, uint32_t type);
+
+// Converts the block from its d_buf to `to`, which may be the same, whatever the swap behaviour says: from host order
+// with `to_file`, else to host order. Returns as convert does. Throws std::bad_alloc before it has written anything.
+int32_t translate(DataDesc& block, void* to, bool to_file);
 
 // Whether convert can convert the block on a write. False after the code that convert would report.
 bool can_write(const DataDesc& block);

@@ -2,7 +2,7 @@
 
 #include <exception>
 
-#include "conversion/abbrev_section.h"
+#include "conversion/debug_companions.h"
 #include "dwarf/dwarf_units.h"
 
 namespace ambielf {
@@ -16,6 +16,7 @@ bool walk_debug_section(const DebugWalk& walk, const unsigned char* data, uint32
   }
   const AbbrevStore* store = nullptr;
   try {
+    debug_companions(*walk.elf).survey.update(*walk.elf, size);
     store = &loadAbbrevStore(*walk.elf, walk.may_load, walk.on_load);
   } catch (const std::exception&) {
     unconverted = RawUnits(walk.value_before_swap);

@@ -4,8 +4,6 @@
 
 #include <ambielf/ambielf.h>
 
-#include <array>
-
 #include "byteorder/dest_buffer.h"
 #include "descriptors/section_kind.h"
 #include "dwarf/raw_units.h"
@@ -20,16 +18,16 @@ struct DebugWalk {
   bool on_load;   // whether the contents are being loaded
   // True if the bytes are in host order and the sink receives the other; false for the opposite direction.
   bool value_before_swap;
-  // What earlier walks left unconverted; only walks in the opposite direction matter.
-  std::array<const RawUnits*, 2> before;
+  // What the walk that wrote these bytes left unconverted; null if nothing is known.
+  const RawUnits* before;
 };
 
 // Converts the `size` bytes at `data` unit by unit and sends them to the sink. A unit that cannot be walked inside its
 // bounds is sent unconverted. `unconverted` becomes the list of such places. Exactly `size` bytes reach the sink.
 //
-// If .debug_abbrev cannot be loaded, that code stays stored and the walk goes on as if there were no abbreviations;
-// nothing else is reported. False if memory ran out: from some unit on, all bytes are left unconverted and listed as
-// such.
+// If there is no .debug_abbrev (32), or it has no contents (37) or cannot be loaded, that code stays stored and the walk
+// goes on without abbreviations; nothing else is reported. False if memory ran out: from some unit on, all bytes are left
+// unconverted and listed as such.
 bool walk_debug_section(const DebugWalk& walk, const unsigned char* data, uint32_t size,
                         DestBuffer& destination, RawUnits& unconverted);
 

@@ -38,6 +38,13 @@ class HeaderEdit {
   bool kept_ = false;
 };
 
+// Compilers and linkers give other meanings to the types of line numbers, COFF symbols and their relocations. A section
+// of such a type that occupies memory in the running program holds addresses or relative relocations
+// (SHT_PREINIT_ARRAY, SHT_RELR), which are never converted.
+bool is_allocated_array(const Elf32_Shdr& shdr) {
+  return shdr.sh_type >= SHT_LNNO && shdr.sh_type <= SHT_RELA_LNNO_DOWN && (shdr.sh_flags & SHF_ALLOC) != 0;
+}
+
 class SectionLoad {
  public:
   explicit SectionLoad(Elf_Scn& scn)
@@ -83,13 +90,15 @@ bool SectionLoad::run() {
   const uint32_t present = found_.present;
   if (!narrow_coff()) return false;
 
-  const uint32_t type = data_type_of_section(shdr_.sh_type);
+  const bool array = !edit_ && is_allocated_array(shdr_);
+  const uint32_t type = array ? uint32_t{ELF_T_BYTE} : data_type_of_section(shdr_.sh_type);
   // Conversion packs entries that are wider than their records. That cannot be undone, so it never happens in the
   // caller's image.
   const bool packs = type != ELF_T_BYTE && shdr_.sh_entsize > record_layout(type).size;
   if (found_.in_image && packs && !read_into_block()) return false;
   found_.size = shdr_.sh_size;
   found_.type = static_cast<uint8_t>(type);
+  found_.never_converted = array;
   found_.version = elf_.file_version();
 
   if (!ask_controller()) {

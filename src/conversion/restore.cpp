@@ -19,7 +19,7 @@ void restoreToFileOrder(Elf_Scn& scn, SectionKind kind) {
   DataDesc* const made = scn.first_data();
   DataDesc& block = made != nullptr ? *made : unmade;
   scn.describe_found(block);
-  convert(block, found.buf, in_place, type, true, false);
+  convert(block, found.buf, in_place, type);
 }
 
 }  // namespace

@@ -16,6 +16,7 @@ int elf_setswapbehavior(Elf_Scn* section, int behavior) {
     return -1;
   }
   section->swap_behavior = behavior;
+  section->found.left_raw = false;  // the caller says what order the contents are in
   return 0;
 }
 

@@ -29,13 +29,13 @@ Elf_Data* xlate(Elf_Data* dst, const Elf_Data* src, unsigned encoding, bool to_f
   if (src->d_size != 0 && (src->d_buf == nullptr || dst->d_buf == nullptr)) return fail(ERR_NULL_PARAMETER);
 
   if (encoding == elf_host_encoding()) {
-    if (dst->d_buf != src->d_buf && src->d_size != 0) std::memmove(dst->d_buf, src->d_buf, src->d_size);
+    if (dst->d_buf != src->d_buf && src->d_size != 0) {
+      block->scn->elf->walk_records.copy(src->d_buf, dst->d_buf);
+      std::memmove(dst->d_buf, src->d_buf, src->d_size);
+    }
   } else {
-    // Records of two types are first swapped at the source, so the source is not always constant.
-    DataDesc* const source = const_cast<DataDesc*>(block);
-    CharDestBuffer sink(dst->d_buf);
-    unsigned char* const bytes = static_cast<unsigned char*>(src->d_buf);
-    if (convert(*source, bytes, sink, src->d_type, to_file, true) <= 0) return nullptr;
+    // Two record types are reversed at the source first, so a source is not constant for all types.
+    if (translate(*const_cast<DataDesc*>(block), dst->d_buf, to_file) <= 0) return nullptr;
   }
   dst->d_size = src->d_size;
   dst->d_type = src->d_type;

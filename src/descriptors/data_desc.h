@@ -5,8 +5,6 @@
 
 #include <ambielf/ambielf.h>
 
-#include "dwarf/raw_units.h"
-
 namespace ambielf {
 
 struct DataDesc : Elf_Data {
@@ -21,8 +19,6 @@ struct DataDesc : Elf_Data {
 
   Elf_Scn* scn;
   bool changed = false;
-  RawUnits raw_units;         // what its conversion on load left unconverted, in a debug section
-  RawUnits translated_units;  // the same for the last conversion on demand
 };
 
 }  // namespace ambielf

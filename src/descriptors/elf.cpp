@@ -105,7 +105,7 @@ TableString Elf::find_string(size_t section, uint64_t offset) {
     elf_set_error(ERR_STRING_TABLE);
     return {};
   }
-  const TableString found = scn->string_at(offset);
+  const TableString found = scn->string_at(offset, Elf_Scn::Answer::first_block_to_reach_it);
   if (!found) elf_set_error(ERR_NO_DATA);
   return found;
 }

@@ -26,6 +26,7 @@
 #include "descriptors/shared_bytes.h"
 #include "descriptors/table_string.h"
 #include "descriptors/upward.h"
+#include "dwarf/walk_records.h"
 #include "frame/checked.h"
 #include "frame/memory_block.h"
 
@@ -34,7 +35,7 @@ namespace ambielf {
 // The default read swap controller: every section is converted to host order.
 int default_read_swap_controller(const Elf32_Shdr* header, const char* name);
 
-class AbbrevSection;
+struct DebugCompanions;
 
 }  // namespace ambielf
 
@@ -153,9 +154,10 @@ struct Elf : public ambielf::ByteSwap {
   ambielf::HeaderTable<Elf32_Shdr> shdrs;
   ambielf::SectionTable scns;  // null where a section is not loaded
 
-  // The parsed .debug_abbrev; null before the first walk of .debug_info. shared_ptr only because AbbrevSection is
+  // The sections that walks of .debug_info need; null before the first walk. shared_ptr only because DebugCompanions is
   // incomplete here.
-  std::shared_ptr<ambielf::AbbrevSection> abbreviations;
+  std::shared_ptr<ambielf::DebugCompanions> debug_companions;
+  ambielf::WalkRecords walk_records;
 
   // Makes `ehdr` a block of 52 zero bytes. False after 4.
   bool make_header_block();

@@ -81,20 +81,19 @@ DataDesc* Elf_Scn::get_data(const Elf_Data* prev) {
   return list[++last_given].get();
 }
 
-TableString Elf_Scn::string_at(uint64_t offset) const {
+TableString Elf_Scn::string_at(uint64_t offset, Answer answer) const {
   if (data().empty()) {
     if (offset >= found.size) return {};
     return {reinterpret_cast<char*>(found.buf) + offset, found.size - offset};
   }
-  // In a new table the caller sets the blocks' offsets, which may leave gaps. The first block that ends at or after
-  // the offset decides.
+  // In a new table the caller sets the blocks' offsets, which may leave gaps.
   const int64_t wanted = static_cast<int64_t>(offset);
   for (const std::unique_ptr<DataDesc>& block : data()) {
     const int64_t start = block->d_off;
     const int64_t end = start + block->d_size;
-    if (wanted > end) continue;
-    if (wanted == end || wanted < start || block->d_buf == nullptr) break;
-    return {static_cast<char*>(block->d_buf) + (wanted - start), static_cast<uint64_t>(end - wanted)};
+    if (wanted >= start && wanted < end && block->d_buf != nullptr)
+      return {static_cast<char*>(block->d_buf) + (wanted - start), static_cast<uint64_t>(end - wanted)};
+    if (wanted <= end && answer == Answer::first_block_to_reach_it) break;
   }
   return {};
 }

@@ -26,6 +26,7 @@ struct FoundContents {
   uint8_t type = ELF_T_BYTE;     // the data type that they were converted as
   bool in_image = false;         // buf is a place in the caller's image
   bool left_raw = false;         // loading could not convert them: they are in file order
+  bool never_converted = false;  // they look like records of ours, but are an array of the running program
 };
 
 using DataList = OneOrMany<std::unique_ptr<DataDesc>>;
@@ -77,8 +78,15 @@ struct Elf_Scn {
     return found.buf != nullptr && block.d_buf == found.buf && &block == first_data();
   }
 
-  // The string at an offset in the section. Null, without a report, if no block has it.
-  ambielf::TableString string_at(uint64_t offset) const;
+  // Whether the block holds the contents as loading left them, in file order.
+  bool is_in_file_order(const ambielf::DataDesc& block) const {
+    return (found.left_raw || found.never_converted) && is_as_found(block);
+  }
+
+  // The string at an offset in the section. Null, without a report, if no block has it. For elf_strptr the first block
+  // that ends at or after the offset decides.
+  enum class Answer : uint8_t { block_that_holds_it, first_block_to_reach_it };
+  ambielf::TableString string_at(uint64_t offset, Answer answer = Answer::block_that_holds_it) const;
 
   // Takes ownership of memory for contents. False after 4 or 74.
   bool keep_block(ambielf::MemoryBlock block);

@@ -12,8 +12,10 @@ constexpr uint32_t length_field = 4;
 
 class BlockWalk {
  public:
-  BlockWalk(const UnitBlock& block, UnitWalker& walker, std::span<const RawUnits* const> before)
-      : block_(block), walker_(walker), before_(before) {}
+  BlockWalk(const UnitBlock& block, UnitWalker& walker, const RawUnits* before)
+      : block_(block),
+        walker_(walker),
+        before_(before != nullptr && before->lead_back(block.value_before_swap) ? before : nullptr) {}
 
   // The unit at `offset`, or whatever is there instead. If it could be walked, `converts` is true and swaps() has its
   // numbers.
@@ -27,23 +29,13 @@ class BlockWalk {
   const SwapList& swaps() const { return swaps_; }
 
  private:
-  std::optional<RawUnit> known_raw(uint32_t offset) const;
   std::optional<uint32_t> unit_size(uint32_t offset) const;
 
   const UnitBlock& block_;
   UnitWalker& walker_;
-  std::span<const RawUnits* const> before_;
+  const RawUnits* const before_;  // null where it does not lead back
   SwapList swaps_;
 };
-
-std::optional<RawUnit> BlockWalk::known_raw(uint32_t offset) const {
-  for (const RawUnits* const list : before_) {
-    if (!list->lead_back(block_.value_before_swap)) continue;
-    const std::optional<RawUnit> known = list->find(offset, block_.bytes, block_.size);
-    if (known) return known;
-  }
-  return std::nullopt;
-}
 
 // The unit's size including its length field; nothing if the block ends before the unit does.
 std::optional<uint32_t> BlockWalk::unit_size(uint32_t offset) const {
@@ -56,7 +48,8 @@ std::optional<uint32_t> BlockWalk::unit_size(uint32_t offset) const {
 
 BlockWalk::Place BlockWalk::measure(uint32_t offset) {
   swaps_.clear();
-  const std::optional<RawUnit> known = known_raw(offset);
+  std::optional<RawUnit> known;
+  if (before_ != nullptr) known = before_->find(offset, block_.bytes, block_.size);
   if (known && known->header == 0) return {known->length, 0, false};
   const std::optional<uint32_t> size = unit_size(offset);
   if (!size) return {block_.size - offset, 0, false};
@@ -67,8 +60,8 @@ BlockWalk::Place BlockWalk::measure(uint32_t offset) {
 
 }  // namespace
 
-bool walk_units(const UnitBlock& block, UnitWalker& walker, std::span<const RawUnits* const> before,
-                RawUnits& unconverted, DestBuffer& destination) {
+bool walk_units(const UnitBlock& block, UnitWalker& walker, const RawUnits* before, RawUnits& unconverted,
+                DestBuffer& destination) {
   unconverted = RawUnits(block.value_before_swap);
   BlockWalk walk(block, walker, before);
   bool complete = true;
@@ -92,7 +85,7 @@ bool walk_units(const UnitBlock& block, UnitWalker& walker, std::span<const RawU
     offset += place.length;
   }
   destination.move(block.bytes + sent, block.size - sent);
-  unconverted.seal(block.bytes);
+  unconverted.seal(block.bytes, block.size);
   return complete;
 }
 

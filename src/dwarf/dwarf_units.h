@@ -7,7 +7,6 @@
 
 #include <array>
 #include <cstdint>
-#include <span>
 
 #include "byteorder/dest_buffer.h"
 #include "dwarf/dwarf_abbrev.h"
@@ -69,12 +68,13 @@ struct UnitBlock {
 };
 
 // Sends the block to the sink with its units converted. The sink's write position may be the block itself. Exactly
-// `size` bytes reach the sink. `unconverted` becomes the list of the places that were left unconverted. `before` are
-// the lists of earlier walks; those in the opposite direction tell what this walk must leave unconverted.
+// `size` bytes reach the sink. `unconverted` becomes the list of the places that were left unconverted. `before` is the
+// list of the walk that wrote the block, or null; if that went in the opposite direction, it tells what this walk must
+// leave unconverted.
 //
 // False if memory ran out: from some unit on, all bytes are left unconverted and listed as such.
-bool walk_units(const UnitBlock& block, UnitWalker& walker, std::span<const RawUnits* const> before,
-                RawUnits& unconverted, DestBuffer& destination);
+bool walk_units(const UnitBlock& block, UnitWalker& walker, const RawUnits* before, RawUnits& unconverted,
+                DestBuffer& destination);
 
 }  // namespace ambielf
 

@@ -4,8 +4,8 @@
 #include <array>
 #include <cerrno>
 
-#include "conversion/abbrev_section.h"
 #include "conversion/convert.h"
+#include "conversion/debug_companions.h"
 #include "descriptors/elf.h"
 #include "frame/error.h"
 #include "frame/library_state.h"
@@ -27,7 +27,7 @@ class NothingLoads {
   ~NothingLoads() {
     elf_.cntl_command = command_;
     elf_.contents_are_fixed = false;
-    if (elf_.abbreviations) elf_.abbreviations->expect_edits();
+    if (elf_.debug_companions) elf_.debug_companions->expect_edits();
   }
   NothingLoads(const NothingLoads&) = delete;
   NothingLoads& operator=(const NothingLoads&) = delete;
@@ -82,7 +82,7 @@ class ImageWriter {
   bool send(DataDesc& block) {
     if (!old_.make_way(position_ + block.d_size)) return false;
     const int32_t result =
-        convert(block, static_cast<unsigned char*>(block.d_buf), destination_, block.d_type, true, false);
+        convert(block, static_cast<unsigned char*>(block.d_buf), destination_, block.d_type);
     if (result == 0) destination_.copy(block.d_buf, block.d_size);
     return result != -1;
   }

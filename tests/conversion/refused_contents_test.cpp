@@ -1,0 +1,87 @@
+// Contents whose conversion a load refused are in file order, and go back as they are, until the caller has them
+// converted.
+#include "support/way_back.h"
+
+namespace ambielf::test {
+namespace {
+
+int refuse(const Elf32_Shdr*, const char*) { return 9; }
+
+class RefusedContents : public EveryWayBack {
+ protected:
+  // Words, and debug information that needs no abbreviations; both in the file's order.
+  WayBack open_refused() const {
+    WayBack in = open(object(order()), refuse);
+    for (const size_t index : {1, 2}) {
+      EXPECT_EQ(in.contents(index), raw(index, order()));
+      EXPECT_EQ(elf_errno(), 98);
+    }
+    return in;
+  }
+  static Bytes raw(size_t index, ByteOrder order) {
+    if (index == 1) return Emit(order).words({1, 0x01020304});
+    return encode(order,
+                  units(
+                      [](DwarfEncoder& u) {
+                        u.line_header(2).u8("directories", 0).u8("files", 0);
+                        u.u8("extended", 0).u8("length", 5).u8("set_address", 2).u32("address", 0x1000);
+                      },
+                      2))
+        .done();
+  }
+  static Object object(ByteOrder order) {
+    return ObjectBuilder(order)
+        .section("words", SHT_HASH, raw(1, order), {.entsize = 4})
+        .section(".debug_line", SHT_PROGBITS, raw(2, order))
+        .build();
+  }
+};
+INSTANTIATE_EVERY_ORDER_AND_ROAD(RefusedContents);
+
+TEST_P(RefusedContents, GoBackAsTheyAre) {
+  WayBack in = open_refused();
+  for (const size_t index : {1, 2}) {
+    // Neither of these is a conversion of the block.
+    Elf_Data* const block = in.data(index);
+    Bytes room(block->d_size);
+    Elf_Data elsewhere = *block;
+    elsewhere.d_buf = room.data();
+    EXPECT_TRUE(failed(elf_setswapbehavior(in.scn(index), 5), -1, 98));
+    EXPECT_EQ(elf32_xlatetom(&elsewhere, block, static_cast<unsigned>(other(order_of_host))), &elsewhere);
+    EXPECT_EQ(elf32_xlatetom(block, block, static_cast<unsigned>(order_of_host)), block);
+  }
+  EXPECT_TRUE(in.comes_back());
+}
+
+TEST_P(RefusedContents, GoBackAsTheyAreWhereNobodyLooked) {
+  WayBack in = open(object(order()), refuse);
+  for (const size_t index : {1, 2}) EXPECT_TRUE(in.scn(index));
+  EXPECT_TRUE(in.comes_back());
+}
+
+TEST_P(RefusedContents, ConvertedByTheCallerAndSaidToBeGoBackConverted) {
+  WayBack in = open_refused();
+  for (const size_t index : {1, 2}) {
+    const Bytes converted = raw(index, other(order()));
+    std::copy(converted.begin(), converted.end(), static_cast<unsigned char*>(in.data(index)->d_buf));
+    EXPECT_EQ(elf_setswapbehavior(in.scn(index),
+                                  other(order()) == ByteOrder::big ? ELF_SWAP_TO_MSB : ELF_SWAP_TO_LSB),
+              0);
+  }
+  EXPECT_TRUE(in.comes_back());
+}
+
+TEST_P(RefusedContents, ConvertedInPlaceGoBackConverted) {
+  if (!foreign())
+    return;  // contents in the host's order convert to no other in place that they have a way back from
+  WayBack in = open_refused();
+  for (const size_t index : {1, 2}) {
+    Elf_Data* const block = in.data(index);
+    EXPECT_EQ(elf32_xlatetom(block, block, static_cast<unsigned>(order())), block);
+    EXPECT_EQ(in.contents(index), raw(index, other(order())));
+  }
+  EXPECT_TRUE(in.comes_back());
+}
+
+}  // namespace
+}  // namespace ambielf::test
