@@ -28,7 +28,7 @@ void restoreToFileOrder(Elf_Scn& scn, SectionKind kind) {
 void restore_sections(Elf& elf) {
   Elf_Scn* last = nullptr;
   elf.scns.for_each([&](Elf_Scn& scn) {
-    if (!scn.found.in_image || scn.found.left_raw || !swap_is_due(scn)) return;
+    if (!scn.found.in_image || !swap_is_due(scn)) return;
     const SectionKind kind = elf.section_kind(scn.index);
     if (last == nullptr && kind == SectionKind::debug_abbrev) {
       last = &scn;

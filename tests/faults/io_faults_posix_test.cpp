@@ -195,6 +195,22 @@ Outcome rewrite(const TempFile& file) {
   return {};
 }
 
+// A new section in the other order than the file's, whose conversion goes by a name and abbreviations that nobody has
+// loaded.
+Outcome add_debug_information(const TempFile& file) {
+  const ElfOwner elf(elf_begin(file.id(), ELF_C_RDWR, nullptr));
+  if (elf == nullptr) return failure();
+  Elf_Scn* const scn = elf_newscn(elf.get());
+  *elf32_getshdr(scn) = {1, SHT_PROGBITS, 0, 0, 0, 0, 0, 0, 1, 0};  // the name of section 1
+  Bytes contents = Emit(ByteOrder::little).u32(12).u16(2).u32(0).u8(4).u8(1).u32(0x01020304);
+  Elf_Data* const data = elf_newdata(scn);
+  data->d_buf = contents.data();
+  data->d_size = static_cast<uint32_t>(contents.size());
+  elf_setswapbehavior(scn, ELF_SWAP_TO_LSB);
+  if (elf_update(elf.get(), ELF_C_WRITE) == -1) return failure();
+  return {};
+}
+
 Outcome create(const TempFile& file) {
   const ElfOwner elf(elf_begin(file.id(), ELF_C_WRITE, nullptr));
   if (elf == nullptr) return failure();
@@ -207,6 +223,14 @@ Outcome create(const TempFile& file) {
   data->d_size = static_cast<uint32_t>(contents.size());
   if (elf_update(elf.get(), ELF_C_WRITE) == -1) return failure();
   return {};
+}
+
+Bytes sample_abbreviations() {
+  return ObjectBuilder(ByteOrder::big)
+      .section(".debug_info", SHT_PROGBITS)
+      .section(".debug_abbrev", SHT_PROGBITS, Bytes{1, 0x11, 0, 0x10, 6, 0, 0, 0})
+      .build()
+      .bytes;
 }
 
 using Scenario = std::function<Outcome(const TempFile&)>;
@@ -337,13 +361,14 @@ TEST_P(IoFaults, AFailingCloseOfTheDuplicateIsNobodysConcern) {
   EXPECT_EQ(outcome.seen, sound.seen);
 }
 
-INSTANTIATE_TEST_SUITE_P(Scenarios, IoFaults,
-                         testing::Values(Case{"ReadObject", read_object, sample(ByteOrder::big)},
-                                         Case{"WalkArchive", walk_archive, sample_archive()},
-                                         Case{"LoadWholeArchive", load_whole_archive, sample_archive()},
-                                         Case{"Rewrite", rewrite, sample(ByteOrder::big)},
-                                         Case{"Create", create, {}}),
-                         [](const auto& scenario) { return scenario.param.name; });
+INSTANTIATE_TEST_SUITE_P(
+    Scenarios, IoFaults,
+    testing::Values(Case{"ReadObject", read_object, sample(ByteOrder::big)},
+                    Case{"WalkArchive", walk_archive, sample_archive()},
+                    Case{"LoadWholeArchive", load_whole_archive, sample_archive()},
+                    Case{"Rewrite", rewrite, sample(ByteOrder::big)}, Case{"Create", create, {}},
+                    Case{"AddDebugInformation", add_debug_information, sample_abbreviations()}),
+    [](const auto& scenario) { return scenario.param.name; });
 
 }  // namespace
 }  // namespace ambielf::test
