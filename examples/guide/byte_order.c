@@ -1,5 +1,5 @@
-/* Chooses the byte order in which contents are held: a controller keeps the symbols in the order of the file, and
- * one block is converted by hand. */
+/* Chooses the byte order of contents in memory: a controller keeps the symbols in file order, and one block is
+ * converted by hand. */
 #include <ambielf/ambielf.h>
 #include <fcntl.h>
 #include <stdio.h>
@@ -10,7 +10,7 @@ static int keep_symbols(const Elf32_Shdr* header, const char* name) {
   return header->sh_type == SHT_SYMTAB ? ELF_SWAP_NEVER : ELF_SWAP_TO_HOST;
 }
 
-/* The size of the first symbol that has one. */
+/* Prints the size of the first symbol that has one. */
 static void print_first_size(const char* what, const Elf32_Sym* symbols, size_t count) {
   for (size_t i = 0; i < count; ++i) {
     if (symbols[i].st_size == 0) continue;

@@ -1,4 +1,4 @@
-/* Tells for each section of an object whether its contents change with the byte order, or are bytes in any. */
+/* Tells for each section of an object whether its contents depend on the byte order. */
 #include <ambielf/ambielf.h>
 #include <fcntl.h>
 #include <stdio.h>
@@ -10,7 +10,7 @@ static int as_in_file(const Elf32_Shdr* header, const char* name) {
   return ELF_SWAP_NEVER;
 }
 
-/* Converts a copy as if it were to leave in each of the orders; one of them is the host's. */
+/* Converts a copy to each of the two orders, one of which is the host's. */
 static int changes(Elf_Data* block) {
   int differs = 0;
   for (unsigned encoding = ELFDATA2LSB; encoding <= ELFDATA2MSB; ++encoding) {

@@ -1,10 +1,10 @@
-/* Makes an object in the byte order that is asked for: two instructions, and a symbol for them. */
+/* Makes an object in a given byte order: two instructions, and a symbol for them. */
 #include <ambielf/ambielf.h>
 #include <fcntl.h>
 #include <stdio.h>
 #include <string.h>
 
-/* Contents stay the caller's, and must be there until the last elf_update. */
+/* The caller owns the contents, which must outlive the last elf_update. */
 static char names[] = "\0.text\0.symtab\0.strtab\0.shstrtab";
 static char strings[] = "\0start";
 static uint32_t code[] = {0x03e00008, 0x00000000}; /* jr $ra; nop */

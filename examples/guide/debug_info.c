@@ -1,4 +1,4 @@
-/* Lists the units of .debug_info, which arrives in the host's byte order whatever the file's. */
+/* Lists the units of .debug_info, which is in the host's byte order whatever the file's. */
 #include <ambielf/ambielf.h>
 #include <fcntl.h>
 #include <stdio.h>

@@ -1,11 +1,11 @@
-/* Turns a relocatable object over into the other byte order. */
+/* Converts a relocatable object to the other byte order. */
 #define _POSIX_C_SOURCE 200112L /* ftruncate */
 #include <ambielf/ambielf.h>
 #include <fcntl.h>
 #include <stdio.h>
 #include <unistd.h>
 
-/* What is not loaded would keep the old order, so everything has to be. Contents that are loaded and could not be
+/* A section that is not loaded would keep the old order, so all must be loaded. Loaded contents that could not be
  * converted leave a code. */
 static int load_all(Elf* elf) {
   elf_errno();
@@ -14,7 +14,7 @@ static int load_all(Elf* elf) {
     if (scn == NULL) return 0;
     const Elf32_Shdr* shdr = elf32_getshdr(scn);
     if (shdr->sh_type == SHT_NOBITS) {
-      Elf_Data* block = elf_newdata(scn); /* without one, layout makes its size 0 */
+      Elf_Data* block = elf_newdata(scn); /* without a block, layout sets its size to 0 */
       if (block == NULL) return 0;
       block->d_size = shdr->sh_size;
     }

@@ -1,4 +1,4 @@
-/* Lists which file defines which symbol: of objects by their symbol tables, of archives by their own. */
+/* Lists which file defines which symbol, from the symbol tables of objects and archives. */
 #include <ambielf/ambielf.h>
 #include <fcntl.h>
 #include <stdio.h>
@@ -21,8 +21,8 @@ static void index_object(Elf* elf, const char* path) {
   }
 }
 
-/* No member has to be loaded: opening one reads its headers, for its name. Most symbols share it with their
- * neighbour. */
+/* No member's sections are loaded: opening a member, for its name, reads only its headers. Most symbols are in the
+ * same member as the previous one. */
 static void index_archive(int file, Elf* archive, const char* path) {
   size_t count = 0;
   const Elf_Arsym* symbols = elf_getarsym(archive, &count);

@@ -1,4 +1,4 @@
-// Lists which file below a directory defines which symbol, as index.c does for the files that it is told.
+// Lists which file in a directory tree defines which symbol, as index.c does for given files.
 #include <ambielf/ambielf.hpp>
 #include <cstdio>
 #include <filesystem>

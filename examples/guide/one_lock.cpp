@@ -1,5 +1,5 @@
-// Sums the bytes of each file's sections in threads: one lock for all calls of the library, none for the work on what it
-// has handed out.
+// Sums the bytes of each file's sections in threads: one lock for all calls of the library, none for the work on loaded
+// contents.
 #include <ambielf/ambielf.hpp>
 #include <cstdio>
 #include <mutex>
@@ -12,7 +12,7 @@ namespace {
 
 std::mutex library;
 
-// The lock is held from the call to the code that it may leave. What was loaded is plain memory until elf_end.
+// Holds the lock from a call until its code has been read. Loaded contents are plain memory until elf_end.
 std::vector<std::string_view> load(std::optional<ambielf::Object>& object, const char* path) {
   const std::lock_guard lock(library);
   object.emplace(path);
@@ -31,7 +31,7 @@ void sum(const char* path) try {
   }
   std::printf("%s: %u\n", path, total);
   const std::lock_guard lock(library);
-  object.reset();  // the end of a descriptor is a call like any other
+  object.reset();  // ending a descriptor is a call like any other
 } catch (const ambielf::error& failure) {
   std::fprintf(stderr, "%s: %s\n", path, failure.what());
 }

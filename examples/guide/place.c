@@ -1,5 +1,5 @@
-/* Makes an executable of an object whose code needs no relocation, with a layout of the program's own: the code stands
- * at the start of a page, in the file as in memory. */
+/* Makes an executable of an object whose code needs no relocation, with its own layout: the code is at the start of a
+ * page, in the file and in memory. */
 #include <ambielf/ambielf.h>
 #include <fcntl.h>
 #include <stdio.h>
@@ -7,11 +7,11 @@
 
 enum { page = 0x1000, base = 0x400000 };
 
-/* Offsets rise with the index, and a section begins behind the end of the one before it. Gives the code. */
+/* Offsets ascend with the index, and a section starts after the end of the previous one. Returns the code. */
 static Elf_Scn* place_sections(Elf* elf) {
   Elf_Scn* code = NULL;
   uint32_t end = sizeof(Elf32_Ehdr);
-  for (Elf_Scn* scn = NULL; (scn = elf_nextscn(elf, scn)) != NULL;) { /* loads each of them */
+  for (Elf_Scn* scn = NULL; (scn = elf_nextscn(elf, scn)) != NULL;) { /* loads them all */
     Elf32_Shdr* shdr = elf32_getshdr(scn);
     uint32_t align = 4;
     if ((shdr->sh_flags & SHF_EXECINSTR) != 0) {
@@ -40,7 +40,7 @@ static int make_executable(Elf* elf) {
   Elf_Scn* code = place_sections(elf);
   Elf32_Phdr* segment = code != NULL ? elf32_newphdr(elf) : NULL;
   if (segment == NULL) return 0;
-  elf_flagelf(elf, ELF_C_SET, ELF_F_LAYOUT); /* from here on offsets and sizes are as they stand */
+  elf_flagelf(elf, ELF_C_SET, ELF_F_LAYOUT); /* from here on offsets and sizes are ours */
   header->e_type = ET_EXEC;
   header->e_entry = base;
   elf32_getshdr(code)->sh_addr = base;

@@ -1,4 +1,4 @@
-/* Counts the sections of many files side by side: each process has a library of its own, and no lock. */
+/* Counts the sections of many files in parallel: each process has its own library, so no lock is needed. */
 #include <ambielf/ambielf.h>
 #include <fcntl.h>
 #include <stdio.h>

@@ -1,4 +1,4 @@
-// The same as raw_sections.c, over the C++ header: every section has file_bytes(), headers are in host order.
+// The same as raw_sections.c with the C++ header: every section has file_bytes(), and headers are in host order.
 #include <ambielf/ambielf.hpp>
 #include <cstdio>
 #include <string>

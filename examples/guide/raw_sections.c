@@ -1,10 +1,10 @@
-/* Shows the sections that the library doesn't load: their headers, and the first of their bytes. */
+/* Shows the sections that the library does not load: their headers and their first bytes. */
 #include <ambielf/ambielf.h>
 #include <fcntl.h>
 #include <stdio.h>
 #include <unistd.h>
 
-/* The table comes in the order of the file. */
+/* The table is in the byte order of the file. */
 static uint32_t number(uint32_t field, unsigned encoding) {
   const unsigned char* bytes = (const unsigned char*)&field;
   uint32_t big = (uint32_t)bytes[0] << 24 | (uint32_t)bytes[1] << 16 | (uint32_t)bytes[2] << 8 | bytes[3];
@@ -14,7 +14,7 @@ static uint32_t number(uint32_t field, unsigned encoding) {
 
 static void show_bytes(int file, int64_t offset, uint32_t size) {
   unsigned char bytes[8];
-  off_t position = lseek(file, 0, SEEK_CUR); /* the library works with it, too */
+  off_t position = lseek(file, 0, SEEK_CUR); /* the library uses it, too */
   long count = -1;
   if (lseek(file, (off_t)offset, SEEK_SET) != -1)
     count = read(file, bytes, size < sizeof bytes ? size : sizeof bytes);

@@ -1,4 +1,4 @@
-// Rewrites a file in place: a string is added to the section .comment. All that was not touched comes through.
+// Rewrites a file in place: adds a string to the section .comment. Everything else keeps its bytes.
 #include <ambielf/ambielf.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -9,7 +9,7 @@
 
 namespace {
 
-// A section of type SHT_NOBITS that has been loaded keeps its size only through a block.
+// A loaded section of type SHT_NOBITS keeps its size only if it has a block.
 bool keep_size(Elf_Scn* scn) {
   const Elf32_Shdr& shdr = *elf32_getshdr(scn);
   if (shdr.sh_type != SHT_NOBITS || elf_getdata(scn, nullptr) != nullptr) return true;
@@ -29,7 +29,7 @@ Elf_Scn* find_section(Elf* elf, const char* wanted) {
   return nullptr;
 }
 
-// `contents` must be there until elf_update has written.
+// `contents` must outlive elf_update.
 bool append(Elf* elf, const char* text, std::string& contents) {
   Elf_Scn* const scn = find_section(elf, ".comment");
   Elf_Data* const block = scn != nullptr ? elf_getdata(scn, nullptr) : nullptr;
@@ -41,7 +41,7 @@ bool append(Elf* elf, const char* text, std::string& contents) {
   return elf_flagelf(elf, ELF_C_SET, ELF_F_DIRTY) != 0;
 }
 
-// Loading has moved the position, and the library writes from where it stands. It never shortens a file.
+// Loading has moved the position, from which the library writes. The library never shortens a file.
 int32_t write_over(int file, Elf* elf) {
   if (lseek(file, 0, SEEK_SET) == -1) return -1;
   const int32_t size = elf_update(elf, ELF_C_WRITE);

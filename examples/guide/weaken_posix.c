@@ -1,4 +1,4 @@
-/* Makes the symbols of a name weak, in place: nothing else in the file changes, be it an object or an executable. */
+/* Makes the symbols with a given name weak, in place: nothing else in the object or executable changes. */
 #include <ambielf/ambielf.h>
 #include <fcntl.h>
 #include <stdio.h>
@@ -6,7 +6,7 @@
 #include <sys/mman.h>
 #include <sys/stat.h>
 
-/* Gives how many symbols have changed. */
+/* Returns the number of changed symbols. */
 static int weaken(Elf* elf, Elf_Scn* table, const char* wanted) {
   int changed = 0;
   size_t strings = elf32_getshdr(table)->sh_link;
@@ -23,8 +23,7 @@ static int weaken(Elf* elf, Elf_Scn* table, const char* wanted) {
   return changed;
 }
 
-/* Loads the symbol tables alone. Their headers come in the order of the file, so their types are asked for one by
- * one: to load a section of a type that can't be loaded only fails. */
+/* Loads the sections one by one to find the symbol tables, and skips those that cannot be loaded. */
 static int weaken_in_image(char* image, size_t size, const char* wanted) {
   char order = size > EI_DATA ? image[EI_DATA] : 0;
   Elf* elf = elf_memory(image, size);
@@ -35,7 +34,7 @@ static int weaken_in_image(char* image, size_t size, const char* wanted) {
     uint32_t type = scn != NULL ? elf32_getshdr(scn)->sh_type : SHT_NULL;
     if (type == SHT_SYMTAB || type == SHT_DYNSYM) changed += weaken(elf, scn, wanted);
   }
-  elf_end(elf); /* puts everything else back as it was, but for this byte */
+  elf_end(elf); /* restores everything else except this byte */
   image[EI_DATA] = order;
   return changed;
 }
