@@ -3,11 +3,17 @@
 #include <fcntl.h>
 #include <stdio.h>
 #include <string.h>
+#include <unistd.h>
 
 static void list_members(int file, Elf* archive) {
   Elf_Cmd command = ELF_C_READ;
-  Elf* member;
-  while ((member = elf_begin(file, command, archive)) != NULL) {
+  while (command != ELF_C_NULL) {
+    size_t place = (size_t)lseek(file, 0, SEEK_CUR);
+    Elf* member = elf_begin(file, command, archive);
+    if (member == NULL && elf_rand(archive, place) == place) {
+      member = elf_begin(file, command, archive); /* no object: asked again, it comes without an ELF header */
+    }
+    if (member == NULL) return;
     printf("%s, %ld bytes at %ld\n", elf_getarhdr(member)->ar_name, elf_getarhdr(member)->ar_size,
            (long)elf_getbase(member));
     command = elf_next(member);

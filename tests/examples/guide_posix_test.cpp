@@ -64,6 +64,21 @@ TEST_F(GuidePosix, WeakenChangesOneByteOfAnObjectAndOfAnExecutable) {
   }
 }
 
+TEST_F(GuidePosix, DropDebugKeepsAllButTheContentsOfDebugSections) {
+  for (const char* triple : {"powerpc-linux-gnu", "powerpcle-linux-gnu"}) {
+    const Bytes object =
+        compile_twin(triple, Language::c, "-g", "static int zeros[9]; int at(int x) { return zeros[x]; }");
+    write_file("object.o", {object.begin(), object.end()});
+    const std::string sizes = output_of("llvm-size object.o");
+    const std::string code = output_of("llvm-objdump -dr object.o");
+    EXPECT_EQ(run_example("guide/drop_debug", "object.o").status, 0);
+    EXPECT_EQ(output_of("llvm-size object.o"), sizes);
+    EXPECT_EQ(output_of("llvm-objdump -dr object.o"), code);
+    EXPECT_EQ(output_of("llvm-dwarfdump --debug-info object.o").find("DW_TAG"), std::string::npos);
+    EXPECT_LT(file_bytes("object.o").size(), object.size());
+  }
+}
+
 TEST_F(GuidePosix, ProcessesCountSideBySide) {
   const Ending run = run_example("guide/processes_posix", data_file("greeting.big.o") + " missing");
   EXPECT_NE(run.output.find("greeting.big.o: 16 sections\n"), std::string::npos);

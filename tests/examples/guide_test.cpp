@@ -130,18 +130,16 @@ TEST_F(Guide, RewriteKeepsWhatItDoesNotTouch) {
 TEST_F(Guide, ArchiveListsMembersAndFindsTheDefinerOfASymbol) {
   for (const ByteOrder order : both_orders) {
     ArchiveBuilder builder(order);
+    builder.member("text", text_bytes("no object"));
     for (const char* member : orders) {
       builder.member(greeting(member), text_bytes(file_bytes(AMBIELF_TEST_DATA "/" + greeting(member))));
     }
-    const Archive archive = builder.symbols({{"nothing", 0}, {"greeting", 1}}).build();
+    const Archive archive = builder.symbols({{"nothing", 1}, {"greeting", 2}}).build();
     write_file("both.a", {archive.bytes.begin(), archive.bytes.end()});
-    EXPECT_EQ(output_of_program("archive", "both.a greeting"), "greeting.big.o, 1668 bytes at " +
-                                                                   std::to_string(archive.contents[0]) +
-                                                                   "\n"
-                                                                   "greeting.little.o, 1668 bytes at " +
-                                                                   std::to_string(archive.contents[1]) +
-                                                                   "\n"
-                                                                   "greeting is in greeting.little.o\n");
+    EXPECT_EQ(output_of_program("archive", "both.a greeting"),
+              "text, 9 bytes at " + std::to_string(archive.contents[0]) + "\ngreeting.big.o, 1668 bytes at " +
+                  std::to_string(archive.contents[1]) + "\ngreeting.little.o, 1668 bytes at " +
+                  std::to_string(archive.contents[2]) + "\ngreeting is in greeting.little.o\n");
     EXPECT_EQ(run_example("guide/archive", "both.a unknown").status, 1);
   }
 }
@@ -202,6 +200,23 @@ TEST_F(Guide, IndexesFindSymbolsInObjectsAndArchives) {
   const std::string defined = output_of_program("index", data_file("greeting.big.o"));
   EXPECT_EQ(defined.substr(0, 9), "greeting ");
   EXPECT_EQ(std::count(defined.begin(), defined.end(), '\n'), 3);
+}
+
+TEST_F(Guide, SizesCountsEveryAllocatedSectionOfEachMember) {
+  SectionFields code, data;
+  code.flags = SHF_ALLOC | SHF_EXECINSTR;
+  data.flags = SHF_ALLOC | SHF_WRITE;
+  for (const ByteOrder order : both_orders) {
+    ObjectBuilder object(order);
+    object.section(".text", SHT_PROGBITS, "abcd", code).section(".exidx", 0x70000001, "ef", code);
+    object.section(".data", SHT_PROGBITS, "ghi", data).section(".comment", SHT_PROGBITS, "text");
+    data.size = 100;
+    object.section(".bss", SHT_NOBITS, "", data);
+    data.size.reset();
+    const Archive archive = ArchiveBuilder(order).member("one.o", object.build().bytes).build();
+    write_file("sizes.a", {archive.bytes.begin(), archive.bytes.end()});
+    EXPECT_EQ(output_of_program("sizes", "sizes.a"), "      6       3     100 one.o\n");
+  }
 }
 
 TEST_F(Guide, OneLockServesThreads) {
