@@ -63,7 +63,12 @@ endforeach()
 # away), and which version of the library a program needs.
 if(AMBIELF_SHARED)
   set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "${package_of_runtime} (= ${PROJECT_VERSION})")
-  set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${package_of_runtime} (= ${PROJECT_VERSION})")
+  if(TARGET ambielf_tool)  # holds the library itself, unless it is told otherwise
+    get_target_property(libraries ambielf_tool LINK_LIBRARIES)
+    if("ambielf::ambielf" IN_LIST libraries)
+      set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${package_of_runtime} (= ${PROJECT_VERSION})")
+    endif()
+  endif()
   set(control ${PROJECT_BINARY_DIR}/debian)
   set(soname libambielf.so.${AMBIELF_ABI})
   set(node AMBIELF_${AMBIELF_ABI})
