@@ -104,7 +104,7 @@ function put_item(file, item,  list, n, i) {
   put_row(file, "", item)
 }
 
-function put_codes(file, codes,  items, n, i, item, label) {
+function put_codes(file, codes,  items, n, i, item, label, last) {
   while (match(codes, /as for elf[a-z0-9_]+/)) {
     item = substr(codes, RSTART + 7, RLENGTH - 7)
     codes = substr(codes, 1, RSTART - 1) codes_of[item] substr(codes, RSTART + RLENGTH)
@@ -115,13 +115,20 @@ function put_codes(file, codes,  items, n, i, item, label) {
   n = split(codes, items, ";")
   for (i = 1; i <= n; i++) {
     item = trim(items[i])
-    if (match(item, /^[A-Z][^:]*: /)) {
-      label = substr(item, 1, RLENGTH - 1)
-      item = substr(item, RLENGTH + 1)
+    if (match(item, /^[A-Za-z][^:]*: [0-9]/)) {
+      label = toupper(substr(item, 1, 1)) substr(item, 2, RLENGTH - 3)
+      item = substr(item, RLENGTH)
+      put_item(file, last)
+      last = ""
       put_row(file, "", label)
     }
-    put_item(file, item)
+    if (last != "" && item != "" && item !~ /^([0-9]|the codes )/) last = last "; " item # a remark on it
+    else {
+      put_item(file, last)
+      last = item
+    }
   }
+  put_item(file, last)
   print ".TE" > file
 }
 
