@@ -1,7 +1,8 @@
-// ambielf archive: builds an archive of the library's own format, with a symbol table of all that its members define.
+// ambielf archive: builds an archive in the library's format, with a symbol table of all symbols that its members
+// define.
 //
-// The whole archive is put together in memory, since the symbol table comes first and its size depends on every
-// object. The numbers of the table are in the byte order of the first object.
+// The whole archive is built in memory, because the symbol table comes first and its size depends on every object. The
+// numbers of the table are in the byte order of the first object.
 #include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
@@ -20,7 +21,7 @@ struct Options {
   std::vector<std::string> objects;
 };
 
-// Undefined though its section is not 0: a small one, which is expected near the global pointer.
+// An undefined symbol although its section is not 0: a small one, expected near the global pointer.
 constexpr unsigned mips_small_undefined = 0xff04;
 
 bool is_defined(const Object& object, const Symbol& symbol) {
@@ -30,7 +31,7 @@ bool is_defined(const Object& object, const Symbol& symbol) {
 
 class ArchiveBuilder {
  public:
-  // Reads an object and makes it the next member. What it throws leaves the archive as it was.
+  // Reads an object and makes it the next member. If it throws, the archive does not change.
   void add(const std::string& path);
   // Writes the archive.
   void write(OutputFile& out) const;
@@ -42,7 +43,7 @@ class ArchiveBuilder {
   };
 
   static std::string header(const std::string& name, uint64_t size);
-  // The names of what an object defines, each with its zero byte.
+  // The names of the symbols that an object defines, each with its zero byte.
   static std::string defined_names(const Object& object, uint64_t size, size_t& count);
 
   unsigned encoding_ = ELFDATANONE;
@@ -55,7 +56,7 @@ void ArchiveBuilder::add(const std::string& path) {
   const Contents contents(path);
   if (kind_of(contents.view()) != FileKind::object) throw Refusal("is an archive, which can't be a member");
   if (contents.size() > INT32_MAX) throw Refusal("is too large for a member");
-  // Before the library sees it, which notes the byte order that it finds in the header.
+  // A copy from before the library opens the object and sets EI_DATA in its header.
   std::string member =
       header(std::filesystem::path(path).filename().string(), contents.size()).append(contents.view());
   if (contents.size() % 2 != 0) member += '\n';

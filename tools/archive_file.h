@@ -12,7 +12,7 @@
 
 namespace ambielf::tools {
 
-// A member, as long as the visit lasts.
+// A member, valid during the visit.
 class ArchiveMember {
  public:
   ArchiveMember(std::string_view name, uint64_t header, std::string_view contents)
@@ -21,7 +21,7 @@ class ArchiveMember {
       : name_(member.name()), header_(member.offset()), own_format_(&member) {}
 
   std::string_view name() const { return name_; }
-  // Offset of its header in the archive, by which symbols refer to it.
+  // The offset of its header in the archive; symbols refer to it.
   uint64_t header() const { return header_; }
   FileBytes bytes() const {
     return own_format_ != nullptr ? own_format_->file_bytes() : FileBytes(contents_);
@@ -36,10 +36,10 @@ class ArchiveMember {
 
 class ArchiveFile {
  public:
-  // Borrows the contents of the file at `path`. Throws a Refusal for a file that is no archive.
+  // Borrows the contents of the file at `path`. Throws a Refusal if the file is not an archive.
   ArchiveFile(const std::string& path, const Contents& contents);
 
-  // Calls `visit` for each member in file order. Throws at the first header that can't be read.
+  // Calls `visit` for each member in file order. Throws at the first unreadable header.
   void each_member(const std::function<void(const ArchiveMember&)>& visit) const;
   // Calls `visit` with each symbol of the archive's symbol table and the header() of the member that defines it.
   void each_symbol(const std::function<void(std::string_view symbol, uint64_t header)>& visit) const;

@@ -1,4 +1,4 @@
-// ambielf archive-symbols: the symbol table of an archive, as the members and what each of them defines.
+// ambielf archive-symbols: the symbol table of an archive: its members and the symbols that each defines.
 #include <CLI/CLI.hpp>
 #include <string>
 #include <unordered_map>

@@ -1,7 +1,7 @@
-// The commands of the program. Each stands in a file of its name; add_<command> tells the parser about its arguments
-// and about what runs when it is given.
+// The commands of the program, each in a file of its name. add_<command> declares a command's arguments to the parser,
+// and the function that runs it.
 //
-// A command reports what goes wrong to `report`, which also keeps the exit status.
+// A command reports failures to `report`, which also keeps the exit status.
 #ifndef AMBIELF_TOOLS_COMMANDS_H
 #define AMBIELF_TOOLS_COMMANDS_H
 

@@ -1,8 +1,8 @@
 // ambielf extract: writes the members of an archive to files of their names.
 //
-// An archive is not trusted with where its members go: a name that is not the plain name of a file is refused, and
-// nothing is written through a symbolic link. Archives may hold several members of one name; none is lost: the
-// second becomes NAME.2, unless a member has that name, and so on.
+// The archive does not decide where its members go: a name that is not a plain file name is refused, and nothing is
+// written through a symbolic link. If several members have the same name, none is lost: the second becomes NAME.2,
+// unless a member has that name, and so on.
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
@@ -25,14 +25,14 @@ struct Options {
   std::string directory = ".";
 };
 
-// On every system, that an archive extracts alike: separators and drives of paths, and control characters.
+// The same characters on every system, so that an archive extracts alike: separators, drives, control characters.
 bool is_plain(std::string_view name) {
   return !name.empty() && name != "." && name != ".." && std::none_of(name.begin(), name.end(), [](char c) {
     return c == '/' || c == '\\' || c == ':' || static_cast<unsigned char>(c) < 0x20 || c == 0x7f;
   });
 }
 
-// What a file system may take for the same name.
+// Makes names equal that a file system may take for the same.
 std::string folded(std::string_view name) {
   std::string folded(name);
 #ifdef _WIN32
@@ -41,7 +41,7 @@ std::string folded(std::string_view name) {
   return folded;
 }
 
-// Gives each member a name of its own.
+// Gives each member a different name.
 class FileNames {
  public:
   explicit FileNames(const ArchiveFile& archive) {

@@ -8,7 +8,7 @@ namespace ambielf::tools {
 
 namespace {
 
-// Below, one read is faster than a mapping; above, most commands touch a part of the file only.
+// Below this size one read is faster than a mapping; above it most commands touch only a part of the file.
 constexpr uint64_t largest_read = uint64_t{1} << 20;
 
 bool starts_with(std::string_view text, std::string_view start) {

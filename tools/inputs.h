@@ -1,5 +1,5 @@
-// Opens the files that a command reads, and finds the objects in them: a file may be an object, an archive of the
-// library's own format, or a standard one ("!<arch>").
+// Opens the files that a command reads, and finds the objects in them. A file may be an object, an archive in the
+// library's format, or a standard one ("!<arch>").
 #ifndef AMBIELF_TOOLS_INPUTS_H
 #define AMBIELF_TOOLS_INPUTS_H
 
@@ -15,7 +15,7 @@ namespace ambielf::tools {
 // An object among the inputs.
 struct Input {
   std::string_view path;    // the file
-  std::string_view member;  // in an archive, the member's name; data() is null for a file that is an object
+  std::string_view member;  // the member's name in an archive; data() is null if the file is an object
   const Object& object;
   uint64_t size;  // of the object in its file, bytes
 
@@ -26,10 +26,10 @@ struct Input {
 
 using ObjectVisitor = std::function<void(const Input&)>;
 
-// A file in memory: read if it is small, else mapped privately. Either way it may be written to.
+// A file in memory, read if it is small, else mapped privately. Either way the memory may be written to.
 class Contents {
  public:
-  // Throws for what can't be read or is no regular file.
+  // Throws if the file cannot be read or is not a regular file.
   explicit Contents(const std::string& path);
   char* data() const { return mapped_.data() != nullptr ? mapped_.data() : read_.get(); }
   size_t size() const { return size_; }
@@ -43,20 +43,20 @@ class Contents {
 
 enum class FileKind { object, archive, standard_archive };
 
-// Tells by the first bytes. What is refused by every command is thrown here, in words: objects of 64 bits, thin
-// archives, archives with 64-bit tables, and files of no known kind.
+// The kind of a file, from its first bytes. Throws a Refusal for files that no command accepts: 64-bit objects, thin
+// archives, archives with 64-bit tables, and files of unknown kind.
 FileKind kind_of(std::string_view contents);
 
-// Throws a Refusal for an object that no command can read: of 64 bits, or with extended numbering.
+// Throws a Refusal for an object that no command accepts: a 64-bit object, or one with extended numbering.
 void refuse_unreadable(const Object& object);
 
-// Calls `visit` for each object in a file, in file order. Objects that can't be opened or are refused, and everything
-// that `visit` throws, are reported under the object's name, and the walk goes on. Members that are no objects are
-// reported as such.
+// Calls `visit` for each object in a file, in file order. Objects that cannot be opened or are refused, and all
+// exceptions from `visit`, are reported under the object's name, and the walk goes on. Members that are not objects
+// are reported as such.
 void for_each_object(Report& report, const std::string& path, const ObjectVisitor& visit);
 
-// Calls `visit` for the object that lies in `size` bytes at `image`, a member of `path` if `member` has data().
-// Failures are reported as by for_each_object.
+// Calls `visit` for the object in the `size` bytes at `image`, a member of `path` if `member` has data(). Reports
+// failures like for_each_object.
 void visit_object(Report& report, std::string_view path, std::string_view member, char* image, size_t size,
                   const ObjectVisitor& visit);
 

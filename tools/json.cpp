@@ -4,8 +4,8 @@ namespace ambielf::tools {
 
 namespace {
 
-// Bytes in the UTF-8 sequence that `text` begins with; 0 if it begins with none. Overlong forms, surrogates and
-// numbers above 0x10ffff are none.
+// The size of the UTF-8 sequence at the start of `text`; 0 if there is none. Overlong forms, surrogates and numbers
+// above 0x10ffff do not count.
 size_t utf8_sequence(std::string_view text) {
   const auto byte = [&](size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U; };
   const unsigned first = byte(0);

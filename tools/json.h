@@ -1,8 +1,8 @@
-// Json: writes JSON text (RFC 8259) to an output, with the commas in their places. Values stand in objects under a
-// key, in lists without one.
+// Json: writes JSON text (RFC 8259) to an output and adds the commas. Values in objects have a key, values in lists
+// have none.
 //
-// Strings come from files and need not be UTF-8: where a byte belongs to no UTF-8 sequence, the character of its
-// number stands in its place.
+// Strings come from files and need not be UTF-8. A byte that is not part of a UTF-8 sequence becomes the character
+// with its number.
 #ifndef AMBIELF_TOOLS_JSON_H
 #define AMBIELF_TOOLS_JSON_H
 

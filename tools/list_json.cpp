@@ -1,4 +1,4 @@
-// Listings for programs. Numbers are decimal, as JSON has no others; what has a name stands there with both.
+// Listings for programs. Numbers are decimal, because JSON has no others; a number with a name is shown with both.
 #include "json.h"
 #include "listing.h"
 

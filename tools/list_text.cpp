@@ -1,4 +1,4 @@
-// Listings for people: the lines that readelf prints, where it has them.
+// Listings for people: the lines of readelf, if it has such lines.
 #include "listing.h"
 
 namespace ambielf::tools {

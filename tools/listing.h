@@ -1,4 +1,4 @@
-// What `ambielf list` shows of an object, as text and as JSON.
+// The listings of `ambielf list`, as text and as JSON.
 #ifndef AMBIELF_TOOLS_LISTING_H
 #define AMBIELF_TOOLS_LISTING_H
 
@@ -13,26 +13,26 @@
 
 namespace ambielf::tools {
 
-// The parts of an object that are shown.
+// The parts of an object to show.
 struct Parts {
   bool header = false, sections = false, segments = false, symbols = false, relocations = false,
        dynamic = false, notes = false;
 };
 
 void list_as_text(const Input& input, const Parts& parts, Output& out, Report& report);
-// One JSON object in one line, without a line end.
+// One JSON object on one line, without a line end.
 void list_as_json(const Input& input, const Parts& parts, Output& out, Report& report);
 
-// A section's name, or what stands for one that can't be had.
+// A section's name, or a replacement if it is unreadable.
 std::string_view section_name(const Section& section);
-// A symbol's name; that of its section for a section's own symbol without one.
+// A symbol's name; for a section symbol without a name, that of its section.
 std::string_view symbol_name(const Object& object, const Symbol& symbol);
 
-// The symbol table that relocations link to. Neighbours link to the same one, so the last is kept.
+// The symbol table that relocations link to. Neighbours usually link to the same one, so the last one is kept.
 class LinkedSymbols {
  public:
   explicit LinkedSymbols(const Object& object) : object_(object) {}
-  // The symbols of section `link`; none if it is no symbol table. Fails as Section::symbols does.
+  // The symbols of section `link`; none if it is not a symbol table. Fails as Section::symbols does.
   const Symbols& of(uint32_t link);
 
  private:
@@ -41,7 +41,7 @@ class LinkedSymbols {
   uint32_t link_ = 0;
 };
 
-// The dynamic entries up to the first DT_NULL, that one included, and the strings that they refer to.
+// The dynamic entries up to and including the first DT_NULL, and the strings that they refer to.
 struct Dynamic {
   Records<Elf32_Dyn> entries;
   size_t count = 0;
@@ -55,11 +55,11 @@ struct Note {
   // The name of the type, empty if it has none.
   std::string_view type_name() const;
 };
-// Calls `visit` for each note in the contents of a note section; a last one may lack its padding. Whether all of the
+// Calls `visit` for each note in the contents of a note section; the last may lack its padding. Returns whether all
 // bytes were notes.
 bool for_each_note(std::string_view bytes, unsigned encoding, const std::function<void(const Note&)>& visit);
 
-// Calls `work` for each section of one of two types, and reports what it throws under the section's name.
+// Calls `work` for each section of one of two types, and reports its exceptions under the section's name.
 void for_each_section(const Input& input, Report& report, uint32_t type, uint32_t other_type,
                       const std::function<void(const Section&)>& work);
 

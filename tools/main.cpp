@@ -1,4 +1,4 @@
-// ambielf: the command. It reads its arguments and hands over to one of the commands.
+// ambielf: the program. It parses its arguments and runs one of the commands.
 //
 // The exit status is 0; or 1 if a file failed, after the others were done; or 2 for wrong arguments.
 #include <ambielf/ambielf.h>

@@ -1,4 +1,4 @@
-// ambielf members: the names of an archive's members, in its order.
+// ambielf members: the names of an archive's members, in file order.
 #include <CLI/CLI.hpp>
 #include <string>
 

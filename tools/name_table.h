@@ -1,4 +1,4 @@
-// Tables of names for numbers, some for every machine and some for one, written as short as they can be read.
+// Tables of names for numbers, for all machines or for one, in a compact notation.
 #ifndef AMBIELF_TOOLS_NAME_TABLE_H
 #define AMBIELF_TOOLS_NAME_TABLE_H
 
@@ -11,10 +11,10 @@
 
 namespace ambielf::tools {
 
-// Names with commas between them, for numbers that count up from `first`. "=N" goes on with the decimal number N, an
-// empty word passes over a number. Each name gets the prefix in front.
+// Names separated by commas, for consecutive numbers from `first` on. "=N" continues with the decimal number N; an
+// empty word skips a number. Each name gets the prefix.
 struct NumberedNames {
-  unsigned machine;  // an EM_ number; 0 for every machine
+  unsigned machine;  // an EM_ number; 0 for all machines
   uint32_t first;
   std::string_view prefix;
   std::string_view words;
@@ -27,8 +27,8 @@ class NameTable {
   template <size_t Rows>
   explicit NameTable(const NumberedNames (&rows)[Rows]) : rows_(rows, rows + Rows) {}
 
-  // The names that hold for a machine: its own, and those of every machine whose numbers it does not use itself.
-  // Made when they are first asked for; they live as long as the table.
+  // The names for a machine: its own, and the common names of numbers that it does not use itself. They are made when
+  // they are first asked for and live as long as the table.
   const Names& of(unsigned machine);
 
  private:

@@ -127,7 +127,7 @@ constexpr NumberedNames flag_1_names[] = {
      "CONFALT,ENDFILTEE,DISPRELDNE,DISPRELPND,NODIRECT,IGNMULDEF,NOKSYMS,NOHDR,EDITED,NORELOC,SYMINTPOSE,"
      "GLOBAUDIT,SINGLETON,STUB,PIE,KMOD,WEAKFILTER,NOCOMMON"}};
 
-// One table for each list above, filled as names are asked for.
+// One table for each list above, filled when names are asked for.
 template <const auto& Rows>
 const NameTable::Names& names_in(unsigned machine) {
   static NameTable table(Rows);

@@ -1,4 +1,4 @@
-// Standard output as one buffer: text and numbers are put together in memory and leave in large writes.
+// Standard output with a large buffer: text and numbers are collected in memory and written in large pieces.
 #ifndef AMBIELF_TOOLS_OUTPUT_H
 #define AMBIELF_TOOLS_OUTPUT_H
 
@@ -9,12 +9,11 @@
 
 namespace ambielf::tools {
 
-// Appends text that comes from a file: control characters become ^A and the like, so that they reach no terminal and
-// break no line.
+// Appends text from a file. Control characters become ^A and so on, so that they reach no terminal and break no line.
 void append_visible(std::string& to, std::string_view text);
 
-// Failures of the device are thrown as a Stop by flush(), and by the call that fills the buffer. The destructor
-// drops what was not flushed.
+// flush(), and a call that fills the buffer, throw a Stop if the device fails. The destructor discards unflushed
+// output.
 class Output {
  public:
   Output();
@@ -26,18 +25,18 @@ class Output {
     return *this;
   }
   Output& character(char c) { return text({&c, 1}); }
-  // Text from a file, made visible; padded with spaces on its right up to `width` columns.
+  // Text from a file, with control characters made visible; padded with spaces on the right to `width` columns.
   Output& name(std::string_view name, size_t width = 0);
-  // Lower-case hexadecimal digits without a prefix, at least `digits` of them.
+  // At least `digits` lower-case hexadecimal digits, without a prefix.
   Output& hex(uint64_t value, size_t digits = 0);
-  // Decimal digits, padded with spaces on their left up to `width` columns.
+  // Decimal digits, padded with spaces on the left to `width` columns.
   Output& decimal(int64_t value, size_t width = 0);
   Output& spaces(size_t count);
 
   void flush();
 
-  // At most `bytes` more can be put out; beyond, a Stop is thrown. Hostile files have short records with long
-  // names, and would keep a listing busy for hours. A file's own share is what limit_for says.
+  // Limits further output to `bytes`; more throws a Stop. Hostile files have short records with long names, which
+  // would keep a listing busy for hours. limit_for gives the limit for a file.
   void limit(uint64_t bytes) { left_ = bytes > UINT64_MAX - used_ ? UINT64_MAX : bytes + used_; }
   static uint64_t limit_for(uint64_t file_size) { return (uint64_t{64} << 20) + 64 * file_size; }
   static constexpr const char* too_long =

@@ -46,7 +46,7 @@ OutputFile::OutputFile(const std::string& path) : path_(path) {
   for (int attempt = 0; file_.id() == -1; ++attempt) {
     temporary_ = path_;
     temporary_ += std::string(".").append(std::to_string(random())).append(".tmp");
-    // Exclusive, so that nobody's file or link is written through.
+    // Exclusive, so that no existing file or link is written to.
     try {
       file_ = File(temporary_.string().c_str(), O_RDWR | O_CREAT | O_EXCL, 0600);
     } catch (const error& problem) {

@@ -1,5 +1,5 @@
-// A file that a command writes. It grows under a temporary name beside its place and is renamed when it is complete,
-// so that a failure leaves what was there as it was.
+// A file that a command writes. It is written under a temporary name in the same folder and renamed when it is
+// complete, so a failure leaves the old file unchanged.
 #ifndef AMBIELF_TOOLS_OUTPUT_FILE_H
 #define AMBIELF_TOOLS_OUTPUT_FILE_H
 
@@ -11,8 +11,8 @@ namespace ambielf::tools {
 
 class OutputFile {
  public:
-  // Creates the temporary file. Throws a Refusal if `path` names something that is no regular file. A symbolic link
-  // is followed: the file that it names is replaced.
+  // Creates the temporary file. Throws a Refusal if `path` is something else than a regular file. A symbolic link is
+  // followed: its target is replaced.
   explicit OutputFile(const std::string& path);
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
@@ -26,7 +26,7 @@ class OutputFile {
   // Writes `bytes` at the position.
   void write(std::string_view bytes);
 
-  // Closes the file, gives it `mode` (without: what new files get), and renames it to its place.
+  // Closes the file, sets its mode to `mode` (if given) and renames it.
   void commit();
   void commit(std::filesystem::perms mode);
 

@@ -10,7 +10,7 @@ namespace ambielf::tools {
 
 namespace {
 
-// One write, so that lines of several processes do not mix.
+// A single write, so that lines of several processes do not mix.
 void print(std::string_view name, std::string_view text) {
   std::string line = "ambielf: ";
   append_visible(line, name);

@@ -1,4 +1,4 @@
-// What the program tells its user on standard error, and the exit status that follows from it.
+// The program's messages on standard error, and the exit status that results.
 #ifndef AMBIELF_TOOLS_REPORT_H
 #define AMBIELF_TOOLS_REPORT_H
 
@@ -10,10 +10,10 @@
 
 namespace ambielf::tools {
 
-// Exit statuses of every command.
+// The exit statuses of all commands.
 enum class Status { success = 0, failure = 1, usage = 2 };
 
-// Why a command does not do what it was asked, in words for its user. The report adds the file's name.
+// Why a command refuses, in words for the user. The report adds the file's name.
 class Refusal : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;
@@ -27,13 +27,13 @@ class Stop : public Refusal {
 
 class Report {
  public:
-  // "ambielf: NAME: WHY" on standard error. The exit status will be 1.
+  // Prints "ambielf: NAME: WHY" on standard error. The exit status becomes 1.
   void failure(std::string_view name, std::string_view why);
   // The same line, but the exit status stays.
   void warning(std::string_view name, std::string_view what);
 
-  // Runs `work`, and reports what it throws as a failure of the file `name`: a text, or what makes one when it is
-  // needed. Whether it came to its end.
+  // Runs `work`, and reports its exceptions as failures of the file `name`, a text or a function that makes one.
+  // Returns whether there was none.
   template <class Name, class Work>
   bool attempt(const Name& name, Work&& work) {
     try {
@@ -49,7 +49,7 @@ class Report {
     }
   }
 
-  // The same for a part of a file: a Stop goes on to whoever works on the file.
+  // The same for a part of a file: a Stop passes on to the caller.
   template <class Name, class Work>
   bool attempt_part(const Name& name, Work&& work) {
     std::exception_ptr stop;

@@ -1,4 +1,4 @@
-// ambielf size: how many bytes of an object are code and constants, data, and zeros.
+// ambielf size: the sizes of an object's code and constants, data, and zeros.
 #include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
@@ -20,7 +20,7 @@ struct Sizes {
   uint64_t text = 0, data = 0, bss = 0;
 };
 
-// What is loaded and not written to counts as text, whether it is code or not; the rest by whether the file has it.
+// Loaded sections that are code or not writable count as text; the others as data or zeros.
 Sizes sizes_of(const Object& object) {
   Sizes sizes;
   for (const Elf32_Shdr& header : object.section_headers()) {

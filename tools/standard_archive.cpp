@@ -15,7 +15,7 @@ constexpr const char* needs_64_bits = "is an archive with a symbol table of 64 b
 // The header: name, date, user, group, mode, size, end mark, all of them text.
 constexpr uint64_t header_size = 60, name_size = 16, size_field = 48, size_size = 10, end_field = 58;
 
-// Longer than any file's name; a table of long names without line ends must not make each member's name as long as
+// Longer than any file name, so that in a table of long names without line ends the members' names are not as long as
 // the table.
 constexpr uint64_t longest_name = 1024;
 
@@ -28,7 +28,7 @@ std::string_view without_trailing(std::string_view text, char byte) {
   return text.substr(0, last == std::string_view::npos ? 0 : last + 1);
 }
 
-// A number that is followed by nothing but spaces.
+// A number followed only by spaces.
 std::optional<uint64_t> decimal(std::string_view field) {
   field = without_trailing(field, ' ');
   uint64_t number = 0;
@@ -61,7 +61,7 @@ std::optional<StandardArchive::Member> StandardArchive::next() {
     std::string_view name = without_trailing(bytes_.substr(header, name_size), ' ');
     if (name == "/SYM64/") throw Refusal(needs_64_bits);
     const uint64_t behind = header + header_size + *size;
-    at_ = behind + *size % 2;  // the last member may lack the byte that makes its size even
+    at_ = behind + *size % 2;  // the last member may lack its padding byte
     if (name == "/" || name == "//") {
       (name == "/" ? symbol_table_ : long_names_) = contents;
       continue;
@@ -84,7 +84,7 @@ std::optional<StandardArchive::Member> StandardArchive::next() {
   return {};
 }
 
-// In the table a name ends with "/" and a newline, or the newline alone.
+// In the table a name ends with "/" and a newline, or only with a newline.
 std::string_view StandardArchive::long_name(uint64_t offset) const {
   if (offset >= long_names_.size()) throw Refusal("a member's name lies outside the table of long names");
   std::string_view name = long_names_.substr(offset, longest_name + 2);

@@ -1,11 +1,11 @@
-// StandardArchive: walks an archive as ar writes it, "!<arch>\n", which the library itself does not read.
+// StandardArchive: walks an archive in the format of ar, "!<arch>\n", which the library itself does not read.
 //
-// The format has three dialects of names, and all are read: a name ended by "/" or by spaces in the header's 16
-// bytes; "/n", an offset into the member "//" that holds the long names; and "#1/n", a name of n bytes that stands
-// before the contents. Symbol tables are no members. Archives that need a symbol table of 64 bits are refused.
+// It reads all three dialects of names: a name in the header's 16 bytes, ended by "/" or spaces; "/n", an offset into
+// the member "//", which has the long names; and "#1/n", a name of n bytes before the contents. Symbol tables do not
+// count as members. Archives with a 64-bit symbol table are refused.
 //
-// The bytes must outlive the archive and everything that it hands out. Numbers are hostile: what can't be read is
-// thrown as a Refusal.
+// The bytes must outlive the archive and everything that it returns. Numbers are hostile: if something is unreadable,
+// a Refusal is thrown.
 #ifndef AMBIELF_TOOLS_STANDARD_ARCHIVE_H
 #define AMBIELF_TOOLS_STANDARD_ARCHIVE_H
 
@@ -21,20 +21,20 @@ class StandardArchive {
   struct Member {
     std::string_view name;
     std::string_view contents;
-    uint64_t header;  // offset of its header in the archive, which is what a symbol refers to
+    uint64_t header;  // offset of its header in the archive; symbols refer to it
   };
   struct Symbol {
     std::string_view name;
     uint32_t header;  // of the member that defines it
   };
 
-  // The bytes begin with the magic, which tells this kind from thin archives.
+  // The bytes start with the magic of this kind; thin archives have another.
   explicit StandardArchive(std::string_view bytes);
 
-  // The next member, nothing at the end. After a failure there is no next one.
+  // The next member; nothing at the end or after a failure.
   std::optional<Member> next();
 
-  // The symbol table, in the order of the file. It is known once next() was called.
+  // The symbol table, in file order. Call next() first.
   std::vector<Symbol> symbols() const;
 
  private:

@@ -6,7 +6,7 @@ namespace ambielf::tools {
 
 namespace {
 
-// Numbers of the machines' supplements that <elf.h> does not have everywhere.
+// Numbers from the machines' supplements, which not every <elf.h> has.
 constexpr unsigned em_riscv = 243;
 constexpr unsigned shn_mips_acommon = 0xff00, shn_mips_scommon = 0xff03, shn_mips_sundefined = 0xff04;
 
@@ -14,7 +14,7 @@ bool starts_with(std::string_view text, std::string_view start) {
   return text.substr(0, start.size()) == start;
 }
 
-// Whether `name` is `start`, alone or with one of ".$0123456789" behind it.
+// Whether `name` is `start`, alone or followed by one of ".$0123456789".
 bool is_kind(std::string_view name, std::string_view start) {
   return starts_with(name, start) &&
          (name.size() == start.size() ||
@@ -45,7 +45,7 @@ char upper(char letter) {
   return letter >= 'a' && letter <= 'z' ? static_cast<char>(letter - 'a' + 'A') : letter;
 }
 
-// A label that assemblers make for themselves: .L, .., _.L_, and L, digits, ^A or ^B.
+// An assembler's own label: .L, .., _.L_, or L, digits, ^A or ^B.
 bool is_local_label(std::string_view name) {
   if (starts_with(name, ".L") || starts_with(name, "..") || starts_with(name, "_.L_")) return true;
   if (name.empty() || name[0] != 'L') return false;

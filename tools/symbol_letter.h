@@ -1,5 +1,4 @@
-// The letter that nm prints for a symbol: what kind of section it stands in, upper case for symbols that other objects
-// see.
+// The letter that nm prints for a symbol: the kind of its section, in upper case if other objects see the symbol.
 #ifndef AMBIELF_TOOLS_SYMBOL_LETTER_H
 #define AMBIELF_TOOLS_SYMBOL_LETTER_H
 
@@ -14,10 +13,10 @@ class SymbolLetters {
   explicit SymbolLetters(const Object& object);
 
   char letter_of(const Elf32_Sym& symbol) const;
-  // The value that is printed: a common symbol's size; a function's address without the bit that says in which
-  // instruction set it is written.
+  // The value to print: for a common symbol its size, for a function its address without the bit that gives its
+  // instruction set.
   uint32_t value_of(const Elf32_Sym& symbol) const;
-  // Whether a name is a mark of the assembler, which nm passes over on this machine.
+  // Whether the name is an assembler's mark, which nm skips on this machine.
   bool is_mark(std::string_view name) const;
 
  private:

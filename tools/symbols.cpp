@@ -23,7 +23,7 @@ struct Options {
 struct Line {
   std::string_view name;
   uint64_t
-      start;  // the name's first bytes as a number, so that most comparisons stay out of the string table
+      start;  // the name's first bytes as a number, so that most comparisons do not access the string table
   uint32_t value, size;
   char letter;
 
@@ -42,8 +42,8 @@ bool is_listed(const Line& line, const Elf32_Sym& symbol, const Options& options
   return !options.undefined || line.is_undefined();
 }
 
-// The lines for a symbol table, in its order. Names that reach over one another must not add up to more than a
-// listing may have: they are all looked through when they are sorted.
+// The lines for a symbol table, in its order. The names, which may overlap, must not add up to more than a listing may
+// have, because sorting reads them all.
 std::vector<Line> lines_of(const Object& object, const Section& table, uint64_t most_bytes,
                            const Options& options) {
   if (table.header().sh_entsize != 0 && table.header().sh_entsize != sizeof(Elf32_Sym)) {
@@ -94,7 +94,7 @@ void print(const std::vector<Line>& lines, const Input& input, const Options& op
       out.hex(line.value, 8);
       if (options.sizes && line.size != 0) out.character(' ').hex(line.size, 8);
     }
-    // A version that the linker put behind the name is left out.
+    // Leave out the version that the linker has appended to the name.
     out.character(' ').character(line.letter).character(' ').name(line.name.substr(0, line.name.find('@')));
     out.character('\n');
   }
@@ -112,8 +112,8 @@ void list(const Input& input, const Options& options, Output& out) {
   print(lines, input, options, out);
 }
 
-// Titles as nm has them: none for a single object, the member's name in a single archive, and a line for each archive
-// where there are several files.
+// Titles as in nm: none for a single object, the member's name in a single archive, and a line for each archive if
+// there are several files.
 void print_title(const Input& input, bool is_only_file, bool& is_first, Output& out) {
   if (!is_only_file && input.is_member() && is_first) out.character('\n').name(input.path).text(":\n");
   is_first = false;
