@@ -600,12 +600,12 @@ class Section {
     return state_->file_bytes(header_.sh_offset, header_.sh_size);
   }
 
-  /** Its records. Fails with 67 if the section is loaded as something else. */
+  /** Its records. Fails with 67 if the section is loaded as something else, or its sh_entsize is smaller. */
   template <class Record>
   Records<Record> records() const {
     const Elf_Data* const first = block();
     if (first == nullptr) return {};
-    if (!detail::is_record_type<Record>(first->d_type)) throw error(67);
+    if (!detail::is_record_type<Record>(first->d_type) || has_small_entries(sizeof(Record))) throw error(67);
     return Records<Record>(view_of(*first));
   }
   /** The symbols of a symbol table. Fails as records does; an unreadable name fails when it is asked for. */
@@ -614,13 +614,19 @@ class Section {
   Relocations relocations() const {
     const Elf_Data* const first = block();
     if (first == nullptr) return {};
-    if (first->d_type != ELF_T_REL && first->d_type != ELF_T_RELA) throw error(67);
-    return {view_of(*first), first->d_type == ELF_T_RELA};
+    const bool addends = first->d_type == ELF_T_RELA;
+    if (!addends && first->d_type != ELF_T_REL) throw error(67);
+    if (has_small_entries(addends ? sizeof(Elf32_Rela) : sizeof(Elf32_Rel))) throw error(67);
+    return {view_of(*first), addends};
   }
   /** The section as a string table. */
   Strings strings() const noexcept { return {state_->elf.get(), index_}; }
 
  private:
+  // Such contents are something else, and were not converted.
+  bool has_small_entries(size_t record) const noexcept {
+    return header_.sh_entsize != 0 && header_.sh_entsize < record;
+  }
   static std::string_view view_of(const Elf_Data& block) noexcept {
     return block.d_buf != nullptr ? std::string_view(static_cast<const char*>(block.d_buf), block.d_size)
                                   : std::string_view();
