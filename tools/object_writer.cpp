@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "output.h"
 #include "output_file.h"
 #include "report.h"
 
@@ -95,10 +96,21 @@ ObjectWriter::ObjectWriter(const Object& in)
 
 std::string_view ObjectWriter::old_contents(size_t index) const { return old_bytes(old_range(index)); }
 
+std::string_view ObjectWriter::name(size_t index, size_t most) const {
+  const size_t table = in_.header().e_shstrndx;
+  const Table<Elf32_Shdr> headers = in_.section_headers();
+  if (table >= headers.size() || headers[table].sh_type != SHT_STRTAB) return {};
+  const std::string_view names = old_contents(table);
+  const size_t begin = std::min<size_t>(headers[index].sh_name, names.size());
+  const std::string_view name = names.substr(begin, most);
+  return name.substr(0, name.find('\0'));
+}
+
 std::string ObjectWriter::describe(size_t index) const {
-  const std::string_view name = in_.sections()[index].find_name();
+  constexpr size_t most_shown = 200;
+  const std::string_view name = this->name(index, most_shown);
   std::string text = "section " + std::to_string(index);
-  if (!name.empty()) text.append(" (").append(name).append(")");
+  if (!name.empty()) append_visible(text.append(" ("), name), text.append(")");
   return text;
 }
 

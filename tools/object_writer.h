@@ -42,6 +42,9 @@ class ObjectWriter {
   bool stays(size_t index) const { return sections_[index].stays; }
   // The bytes that the section has in the old file.
   std::string_view old_contents(size_t index) const;
+  // The name of a section, cut behind `most` bytes: the names of a hostile file can be as long as the file, each. Empty
+  // if it has none.
+  std::string_view name(size_t index, size_t most) const;
   // "section 7 (.text)", for messages.
   std::string describe(size_t index) const;
 

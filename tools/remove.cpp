@@ -14,11 +14,11 @@ namespace ambielf::tools {
 namespace {
 
 // All sections of that name.
-void remove(SectionRemoval& removal, const Sections& sections, const std::string& name) {
+void remove(SectionRemoval& removal, const ObjectWriter& object, const std::string& name) {
   bool is_found = false;
-  for (const Section section : sections) {
-    if (section.index() == 0 || section.find_name() != name) continue;
-    removal.remove(section.index());
+  for (size_t i = 1; i < object.section_count(); ++i) {
+    if (object.name(i, name.size() + 1) != name) continue;
+    removal.remove(i);
     is_found = true;
   }
   if (!is_found) throw Refusal("has no section " + name);
@@ -38,7 +38,7 @@ void add_remove(CLI::App& app, Report& report) {
   command->callback([arguments, &report] {
     rewrite(report, arguments->files, [&](ObjectWriter& object) {
       SectionRemoval removal(object);
-      for (const std::string& name : arguments->names) remove(removal, object.in().sections(), name);
+      for (const std::string& name : arguments->names) remove(removal, object, name);
       removal.finish();
     });
   });

@@ -15,27 +15,28 @@ namespace ambielf::tools {
 namespace {
 
 // Debug information has no type of its own but on MIPS; it is told by its names.
-bool is_debug_section(const Section& section) {
+bool is_debug_section(const ObjectWriter& object, size_t section) {
   using namespace std::literals;
   static constexpr std::array prefixes = {".debug"sv, ".zdebug"sv, ".gnu.debuglto_.debug_"sv,
                                           ".gnu.linkonce.wi."sv, ".stab"sv};
   static constexpr std::array names = {".line"sv, ".gdb_index"sv, ".mdebug"sv};
-  if ((section.flags() & SHF_ALLOC) != 0) return false;
-  const std::string_view name = section.find_name();
+  constexpr size_t longest = 32;
+  if ((object.in().section_headers()[section].sh_flags & SHF_ALLOC) != 0) return false;
+  const std::string_view name = object.name(section, longest);
   return std::find(names.begin(), names.end(), name) != names.end() ||
          std::any_of(prefixes.begin(), prefixes.end(),
                      [name](std::string_view prefix) { return name.substr(0, prefix.size()) == prefix; });
 }
 
-bool is_symbol_table(const Section& section) {
-  return section.type() == SHT_SYMTAB && (section.flags() & SHF_ALLOC) == 0;
+bool is_symbol_table(const Elf32_Shdr& header) {
+  return header.sh_type == SHT_SYMTAB && (header.sh_flags & SHF_ALLOC) == 0;
 }
 
 void strip(ObjectWriter& object, bool keeps_symbols) {
   SectionRemoval removal(object);
-  for (const Section section : object.in().sections()) {
-    if (is_debug_section(section) || (!keeps_symbols && is_symbol_table(section)))
-      removal.remove(section.index());
+  for (size_t i = 1; i < object.section_count(); ++i) {
+    const bool is_symbols = !keeps_symbols && is_symbol_table(object.in().section_headers()[i]);
+    if (is_symbols || is_debug_section(object, i)) removal.remove(i);
   }
   try {
     removal.finish();
