@@ -42,7 +42,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::unique_ptr<unsigned char[]> block = copy_of(original, block_size);
 
   const AbbrevStore store(abbrev.get(), static_cast<uint32_t>(abbrev_size));
-  InfoUnitWalker info(store);
+  const UnitOffsets not_relocated;
+  InfoUnitWalker info(store, not_relocated);
   LineUnitWalker line;
   UnitWalker& walker = is_line ? static_cast<UnitWalker&>(line) : info;
   const uint32_t length = static_cast<uint32_t>(block_size);

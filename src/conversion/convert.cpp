@@ -37,7 +37,7 @@ void swap_run(unsigned char* source, DestBuffer& destination, uint32_t count, ui
 
 // One conversion that is due.
 struct Conversion {
-  enum class Purpose { load, translation, to_file };
+  using Purpose = DebugWalk::Purpose;
 
   Purpose purpose;
   DataDesc& block;
@@ -66,14 +66,8 @@ int32_t count_of(uint32_t size, uint32_t entry) {
 }
 
 int32_t Conversion::walk(SectionKind kind) {
-  Elf& elf = *block.scn->elf;
-  if (written != nullptr) elf.walk_records.prepare(written);
-  const DebugWalk walk = {
-      kind, &elf, purpose != Purpose::to_file, on_load(), value_before_swap, elf.walk_records.at(bytes)};
-  RawUnits unconverted;
-  const bool complete = walk_debug_section(walk, bytes, present(), destination, unconverted);
-  if (written != nullptr) elf.walk_records.note(written, std::move(unconverted));
-  if (!complete) {
+  const DebugWalk walk = {purpose, kind, block, value_before_swap, written};
+  if (!walk_debug_section(walk, bytes, present(), destination)) {
     elf_set_error(ERR_MEMORY);
     // What a load has converted by then must be converted back later, so the load succeeds.
     if (!on_load()) return -1;
@@ -182,7 +176,9 @@ bool can_write(const DataDesc& block) {
   }
   const Elf_Scn& scn = *block.scn;
   if (!swap_is_due(scn) || scn.is_in_file_order(block)) return true;
-  return is_walked(scn.elf->section_kind(scn.index)) || has_rule(block, block.d_type);
+  const SectionKind kind = scn.elf->section_kind(scn.index);
+  if (kind == SectionKind::debug_info) return prepare_write(block);
+  return is_walked(kind) || has_rule(block, block.d_type);
 }
 
 }  // namespace ambielf

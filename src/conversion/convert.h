@@ -37,7 +37,8 @@ int32_t convert(DataDesc& block, unsigned char* bytes, DestBuffer& destination, 
 // with `to_file`, else to host order. Returns as convert does. Throws std::bad_alloc before it has written anything.
 int32_t translate(DataDesc& block, void* to, bool to_file);
 
-// Whether convert can convert the block on a write. False after the code that convert would report.
+// Whether convert can convert the block on a write, for which this prepares. False after the code that convert would
+// report, or of a failed read of relocations. Throws std::bad_alloc.
 bool can_write(const DataDesc& block);
 
 }  // namespace ambielf

@@ -13,8 +13,16 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
+#include <vector>
 
 namespace ambielf {
+
+// A section of the type SHT_RELA in a relocatable object.
+struct Relocations {
+  uint32_t target;  // the section that it relocates
+  uint32_t index;
+};
 
 class HeaderSurvey {
  public:
@@ -24,12 +32,17 @@ class HeaderSurvey {
   // The index of the first section named .debug_abbrev.
   std::optional<size_t> abbreviations() const { return abbreviations_; }
 
+  // The sections that relocate the section at `index`; none unless the object is relocatable. Valid until the next
+  // update. Throws std::bad_alloc.
+  std::span<const Relocations> relocations_of(Elf& elf, size_t index);
+
   // Ends a series of walks: callers may edit headers from here on.
   void expect_edits() { is_fixed_ = false; }
 
  private:
   bool still_holds(Elf& elf) const;
   void pass(Elf& elf);
+  void list_relocations(Elf& elf);
 
   // The budget, in headers: a million takes some milliseconds.
   static constexpr size_t full_budget = size_t{1} << 20;
@@ -37,7 +50,9 @@ class HeaderSurvey {
   static constexpr uint32_t bytes_per_header = 64;
 
   std::optional<size_t> abbreviations_;
-  size_t headers_ = 0;  // in the table at the last pass
+  std::vector<Relocations> relocations_;  // by target
+  bool relocations_listed_ = false;       // since the last pass
+  size_t headers_ = 0;                    // in the table at the last pass
   size_t budget_ = full_budget;
   bool is_fixed_ = false;  // whether this series of walks has made its pass
 };

@@ -6,19 +6,31 @@
 namespace ambielf {
 namespace {
 
-// Walks the header. Returns the unit's offset into .debug_abbrev. In version 5 each type of unit has its own fields
-// (chapter 7.5.1); any other version number means the header of version 2.
-uint32_t walk_unit_header(DwarfStream& stream) {
+// The field of a unit header that names the abbreviations: its place in the unit, and its value, an offset into
+// .debug_abbrev.
+struct AbbrevField {
+  uint32_t place;
+  uint32_t value;
+};
+
+AbbrevField walk_abbrev_field(DwarfStream& stream) {
+  const uint32_t place = static_cast<uint32_t>(stream.offset());
+  return {place, stream.copySwappedValue(4)};
+}
+
+// Walks the header. In version 5 each type of unit has its own fields (chapter 7.5.1); any other version number means
+// the header of version 2.
+AbbrevField walk_unit_header(DwarfStream& stream) {
   stream.swapItem(4);  // unit_length
   const uint32_t version = stream.copySwappedValue(2);
   if (version != 5) {
-    const uint32_t abbrev_offset = stream.copySwappedValue(4);
+    const AbbrevField field = walk_abbrev_field(stream);
     stream.copyBytes(1);  // address_size
-    return abbrev_offset;
+    return field;
   }
   const uint32_t type = stream.copySwappedValue(1);
   stream.copyBytes(1);  // address_size
-  const uint32_t abbrev_offset = stream.copySwappedValue(4);
+  const AbbrevField field = walk_abbrev_field(stream);
   switch (type) {
     case DW_UT_compile:
     case DW_UT_partial:
@@ -35,15 +47,23 @@ uint32_t walk_unit_header(DwarfStream& stream) {
     default:
       stream.fail();
   }
-  return abbrev_offset;
+  return field;
 }
 
 }  // namespace
 
-uint32_t InfoUnitWalker::walk(DwarfStream& stream, bool header_only) {
-  const uint32_t abbrev_offset = walk_unit_header(stream);
+uint32_t InfoUnitWalker::walk(DwarfStream& stream, uint32_t offset, bool header_only) {
+  const AbbrevField field = walk_unit_header(stream);
   const uint32_t header = static_cast<uint32_t>(stream.offset());
   if (header_only) return header;
+  uint32_t abbrev_offset = field.value;
+  if (const UnitOffset* const relocated = relocated_.find(offset + field.place)) {
+    if (!relocated->abbrev_offset) {
+      stream.fail();
+      return 0;
+    }
+    abbrev_offset = *relocated->abbrev_offset;
+  }
   const std::optional<AbbrevSet> set = store_.find_set(abbrev_offset);
   if (!set) return header;
   walkDie(stream, *set);

@@ -109,7 +109,7 @@ void LineUnitWalker::walk_program_header(DwarfStream& stream, Program& program) 
   }
 }
 
-uint32_t LineUnitWalker::walk(DwarfStream& stream, bool /*header_only*/) {
+uint32_t LineUnitWalker::walk(DwarfStream& stream, uint32_t /*offset*/, bool /*header_only*/) {
   Program program;
   walk_program_header(stream, program);
   if (program.version == 5) {

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <cstdint>
+#include <vector>
 
 #include "byteorder/dest_buffer.h"
 #include "dwarf/dwarf_abbrev.h"
@@ -14,6 +15,7 @@
 #include "dwarf/dwarf_expression.h"
 #include "dwarf/dwarf_stream.h"
 #include "dwarf/raw_units.h"
+#include "dwarf/unit_offsets.h"
 
 namespace ambielf {
 
@@ -21,10 +23,10 @@ class UnitWalker {
  public:
   virtual ~UnitWalker() = default;
 
-  // Walks the unit in the stream, which starts at its length field and ends at its end. The stream fails if the unit
-  // cannot be walked. Returns 0; or the size of the header if only the header was walked, because `header_only` asks
+  // Walks the unit in the stream, which starts at its length field and ends at its end. `offset` is the unit's in its
+  // block. The stream fails if the unit cannot be walked. Returns 0; or the size of the header if only the header was walked, because `header_only` asks
   // for that or because the body cannot be interpreted. Such a body is plain bytes. Throws std::bad_alloc.
-  virtual uint32_t walk(DwarfStream& stream, bool header_only) = 0;
+  virtual uint32_t walk(DwarfStream& stream, uint32_t offset, bool header_only) = 0;
 
  protected:
   UnitWalker() = default;
@@ -32,23 +34,25 @@ class UnitWalker {
   UnitWalker& operator=(const UnitWalker&) = default;
 };
 
-// A unit of .debug_info. Borrows the store.
+// A unit of .debug_info. Borrows the store, and the offsets of units with relocated headers.
 class InfoUnitWalker : public UnitWalker {
  public:
-  explicit InfoUnitWalker(const AbbrevStore& store) : store_(store) {}
-  uint32_t walk(DwarfStream& stream, bool header_only) override;
+  InfoUnitWalker(const AbbrevStore& store, const UnitOffsets& relocated)
+      : store_(store), relocated_(relocated) {}
+  uint32_t walk(DwarfStream& stream, uint32_t offset, bool header_only) override;
 
  private:
   void walkDie(DwarfStream& stream, const AbbrevSet& set);
 
   const AbbrevStore& store_;
+  const UnitOffsets& relocated_;
   ExpressionWalker expressions_;
 };
 
 // A unit of .debug_line: its header with the tables, then the line program.
 class LineUnitWalker : public UnitWalker {
  public:
-  uint32_t walk(DwarfStream& stream, bool header_only) override;
+  uint32_t walk(DwarfStream& stream, uint32_t offset, bool header_only) override;
 
  private:
   struct Program;
@@ -75,6 +79,10 @@ struct UnitBlock {
 // False if memory ran out: from some unit on, all bytes are left unconverted and listed as such.
 bool walk_units(const UnitBlock& block, UnitWalker& walker, const RawUnits* before, RawUnits& unconverted,
                 DestBuffer& destination);
+
+// Where the headers of the block's units name their abbreviations: the offsets of those fields in the block, ascending.
+// `before` as above. Throws std::bad_alloc.
+std::vector<uint32_t> abbrev_fields(const UnitBlock& block, const RawUnits* before);
 
 }  // namespace ambielf
 

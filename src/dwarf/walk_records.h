@@ -1,9 +1,9 @@
-// WalkRecords: what walks of debug sections passed unconverted, by the bytes that they wrote to.
+// WalkRecords: what walks of debug sections have to tell the walks back, by the bytes that they wrote to.
 //
-// A list describes the bytes that its walk wrote and no others: not the block that elf32_xlatetom read from, nor a
-// second buffer of the caller's. So lists are kept by the address of the bytes, and a walk asks for the list of the
-// bytes that it reads, whichever block they are in by then. If the caller has put other bytes there, the list's
-// checksums show it.
+// A record describes the bytes that its walk wrote and no others: not the block that elf32_xlatetom read from, nor a
+// second buffer of the caller's. So records are kept by the address of the bytes, and a walk asks for the record of the
+// bytes that it reads, whichever block they are in by then. If the caller has put other bytes there, the checksums in
+// the record show it.
 #ifndef AMBIELF_DWARF_WALK_RECORDS_H
 #define AMBIELF_DWARF_WALK_RECORDS_H
 
@@ -11,13 +11,21 @@
 #include <utility>
 
 #include "dwarf/raw_units.h"
+#include "dwarf/unit_offsets.h"
 
 namespace ambielf {
 
+struct WalkRecord {
+  RawUnits unconverted;
+  UnitOffsets offsets;  // of a walk of .debug_info
+
+  bool empty() const { return unconverted.empty() && offsets.empty(); }
+};
+
 class WalkRecords {
  public:
-  // The list of the last walk that wrote to `bytes`; null if there is none or it is empty.
-  const RawUnits* at(const void* bytes) const {
+  // The record of the last walk that wrote to `bytes`; null if there is none or it is empty.
+  const WalkRecord* at(const void* bytes) const {
     const auto found = records_.find(bytes);
     return found != records_.end() ? &found->second : nullptr;
   }
@@ -25,20 +33,26 @@ class WalkRecords {
   // Allocates what note() needs for `bytes`, so that it cannot fail after a walk. Throws std::bad_alloc.
   void prepare(const void* bytes) { records_.try_emplace(bytes); }
 
-  // Replaces the list of `bytes`, for which prepare() was called.
-  void note(const void* bytes, RawUnits units) noexcept {
-    const auto record = records_.find(bytes);
-    if (record == records_.end()) return;
-    if (units.empty()) {
-      records_.erase(record);
+  // Replaces the record of `bytes`, for which prepare() was called.
+  void note(const void* bytes, WalkRecord record) noexcept {
+    const auto place = records_.find(bytes);
+    if (place == records_.end()) return;
+    if (record.empty()) {
+      records_.erase(place);
     } else {
-      record->second = std::move(units);
+      place->second = std::move(record);
     }
   }
 
-  // Gives a copy of bytes the list of the original. Throws std::bad_alloc.
+  // Replaces the offsets in the record of `bytes`. Throws std::bad_alloc.
+  void note_offsets(const void* bytes, UnitOffsets offsets) {
+    if (at(bytes) == nullptr && offsets.empty()) return;
+    records_[bytes].offsets = std::move(offsets);
+  }
+
+  // Gives a copy of bytes the record of the original. Throws std::bad_alloc.
   void copy(const void* from, const void* to) {
-    const RawUnits* const source = at(from);
+    const WalkRecord* const source = at(from);
     if (source != nullptr) {
       records_.insert_or_assign(to, *source);
     } else {
@@ -47,7 +61,7 @@ class WalkRecords {
   }
 
  private:
-  std::map<const void*, RawUnits> records_;
+  std::map<const void*, WalkRecord> records_;
 };
 
 }  // namespace ambielf

@@ -56,12 +56,8 @@ class WayBack {
                                      : testing::AssertionFailure() << "the image has changed, first at "
                                                                    << first_difference(image_, object_.bytes);
     }
-    elf_flagelf(elf(), ELF_C_SET, ELF_F_DIRTY);
-    file_->seek(0);
-    const int32_t size = elf_update(elf(), ELF_C_WRITE);
-    if (size <= 1)
-      return testing::AssertionFailure() << "elf_update gave " << size << " with " << elf_errno();
-    const Bytes file = file_->contents();
+    const Bytes file = write();
+    if (file.empty()) return testing::AssertionFailure() << "elf_update failed with " << elf_errno();
     for (size_t i = 1; i < object_.offsets.size(); ++i) {
       const Elf32_Shdr& shdr = *elf()->get_shdr(i);
       if (shdr.sh_type == SHT_NOBITS) continue;
@@ -71,6 +67,13 @@ class WayBack {
       }
     }
     return testing::AssertionSuccess();
+  }
+
+  // The file after elf_update; nothing if that fails.
+  Bytes write() const {
+    elf_flagelf(elf(), ELF_C_SET, ELF_F_DIRTY);
+    file_->seek(0);
+    return elf_update(elf(), ELF_C_WRITE) > 1 ? file_->contents() : Bytes();
   }
 
  private:
