@@ -164,7 +164,7 @@ int32_t translate(DataDesc& block, void* to, bool to_file) {
                             to};
   const SectionKind kind = scn.elf->section_kind(scn.index);
   const int32_t result = translation.run(kind);
-  // A walk that ran out of memory has converted some units too.
+  // A walk that ran out of memory may have converted some units.
   if (to == scn.found.buf && (result != -1 || is_walked(kind))) scn.found.left_raw = false;
   return result;
 }

@@ -14,8 +14,8 @@
 
 namespace ambielf {
 
-// Whether a load or the way back converts the found contents, as those of data type `type` in a section whose name
-// means `kind`.
+// Whether a load or the way back converts the found contents, given their data type and the kind that the section's
+// name means.
 inline bool conversion_is_due(const Elf_Scn& scn, uint32_t type, SectionKind kind) {
   return (type != ELF_T_BYTE || is_walked(kind)) && !scn.found.left_raw && !scn.found.never_converted &&
          swap_is_due(scn);

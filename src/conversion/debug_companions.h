@@ -23,10 +23,10 @@ struct DebugCompanions {
   }
 };
 
-// Those of the object; the first call makes them. Throws std::bad_alloc.
+// The companions of the object, made by the first call. Throws std::bad_alloc.
 DebugCompanions& debug_companions(Elf& elf);
 
-// The abbreviations of the object as the survey found them. An empty store after 32 if it has none, 37 if they have no
+// The abbreviations in the section that the survey found. An empty store after 32 if there is none, 37 if it has no
 // contents, or the code of a failed load. Loads the section if `may_load`. `on_load` tells whether they are needed for
 // contents that are being loaded. The result is valid until the next call. Throws std::bad_alloc.
 const AbbrevStore& loadAbbrevStore(Elf& elf, bool may_load, bool on_load);

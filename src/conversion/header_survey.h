@@ -1,10 +1,10 @@
-// HeaderSurvey: the sections that a walk of .debug_info goes by, found in one pass over the section headers.
+// HeaderSurvey: finds the sections that a walk of .debug_info needs, in one pass over the section headers.
 //
 // A caller may edit headers and names between any two calls, and the library cannot notice. So each walk makes its own
-// pass. But an object may have thousands of .debug_info sections (one for each type unit), and a pass for each would be
-// quadratic. A write or a teardown makes one pass, since nobody can edit anything meanwhile. For other walks there is a
-// budget of headers to look at, to which every walk adds. It is never exhausted in objects of ordinary size. If it is,
-// the result of the last pass is used, as long as the section that it found still has its name.
+// pass. But an object may have thousands of .debug_info sections (one for each type unit), and a pass for each would
+// be quadratic. A write or a teardown makes one pass, because nobody can edit anything during it. For other walks
+// there is a budget of headers, to which each walk adds; objects of ordinary size never exhaust it. Once it is
+// exhausted, the result of the last pass is used as long as the section that it found still has its name.
 #ifndef AMBIELF_CONVERSION_HEADER_SURVEY_H
 #define AMBIELF_CONVERSION_HEADER_SURVEY_H
 

@@ -9,7 +9,7 @@
 
 namespace ambielf {
 
-// The byte order in which a behaviour, one of 1 to 4, holds contents of a file: an EI_DATA. `encoding` is the file's.
+// The byte order in memory, a value of EI_DATA, under a behaviour of 1 to 4. `encoding` is the file's byte order.
 constexpr uint8_t order_in_memory(int32_t behavior, uint8_t encoding) {
   switch (behavior) {
     case ELF_SWAP_TO_LSB:
@@ -23,7 +23,7 @@ constexpr uint8_t order_in_memory(int32_t behavior, uint8_t encoding) {
   }
 }
 
-// Whether the section's swap behaviour asks for a conversion between file and memory.
+// Whether the section's swap behaviour requires a conversion between file and memory.
 inline bool swap_is_due(const Elf_Scn& scn) {
   const uint8_t encoding = scn.elf->encoding();
   return order_in_memory(scn.swap_behavior, encoding) != encoding;

@@ -34,7 +34,7 @@ Elf_Data* xlate(Elf_Data* dst, const Elf_Data* src, unsigned encoding, bool to_f
       std::memmove(dst->d_buf, src->d_buf, src->d_size);
     }
   } else {
-    // Two record types are reversed at the source first, so a source is not constant for all types.
+    // Records of two types are first swapped at the source, so the source is not always constant.
     if (translate(*const_cast<DataDesc*>(block), dst->d_buf, to_file) <= 0) return nullptr;
   }
   dst->d_size = src->d_size;

@@ -163,7 +163,7 @@ int64_t Elf::peek_object(uint64_t offset, void* to, uint64_t size) {
   if (!is_image()) {
     const int64_t got =
         platform::read_at(file_desc->file_id, member_offset + offset, to, readable(offset, size));
-    // A file id that has no position, as one that is closed, fails the seek that belongs before a read.
+    // If the file id has no position, or is closed, the failure counts as a failed seek before the read.
     if (got < 0 && platform::tell(file_desc->file_id) == -1) {
       elf_seek_error(errno);
     } else if (got < 0) {

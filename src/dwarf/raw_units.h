@@ -49,7 +49,7 @@ class RawUnits {
 
  private:
   std::vector<RawUnit> units_;
-  std::optional<RawUnit> stopped_;  // where memory ran out, and all behind it
+  std::optional<RawUnit> stopped_;  // where memory ran out; everything after that is raw
   bool value_before_swap_ = false;
 };
 

@@ -1,9 +1,8 @@
-// WalkRecords: what walks of debug sections have to tell the walks back, by the bytes that they wrote to.
+// WalkRecords: what walks of debug sections tell the walks back, by the address of the bytes that they wrote.
 //
-// A record describes the bytes that its walk wrote and no others: not the block that elf32_xlatetom read from, nor a
-// second buffer of the caller's. So records are kept by the address of the bytes, and a walk asks for the record of the
-// bytes that it reads, whichever block they are in by then. If the caller has put other bytes there, the checksums in
-// the record show it.
+// A record describes only the bytes that its walk wrote, not the block that elf32_xlatetom read from, nor another buffer
+// of the caller. So records are kept by the address of the bytes, and a walk asks for the record of the bytes that it
+// reads, whichever block they are in. If the caller has put other bytes there, the checksums in the record differ.
 #ifndef AMBIELF_DWARF_WALK_RECORDS_H
 #define AMBIELF_DWARF_WALK_RECORDS_H
 
@@ -30,7 +29,7 @@ class WalkRecords {
     return found != records_.end() ? &found->second : nullptr;
   }
 
-  // Allocates what note() needs for `bytes`, so that it cannot fail after a walk. Throws std::bad_alloc.
+  // Allocates memory for `bytes`, so that note() cannot fail after a walk. Throws std::bad_alloc.
   void prepare(const void* bytes) { records_.try_emplace(bytes); }
 
   // Replaces the record of `bytes`, for which prepare() was called.
@@ -50,7 +49,7 @@ class WalkRecords {
     records_[bytes].offsets = std::move(offsets);
   }
 
-  // Gives a copy of bytes the record of the original. Throws std::bad_alloc.
+  // Copies the record of the bytes at `from` for their copy at `to`. Throws std::bad_alloc.
   void copy(const void* from, const void* to) {
     const WalkRecord* const source = at(from);
     if (source != nullptr) {

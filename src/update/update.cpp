@@ -26,15 +26,15 @@ bool make_blocks(Elf& elf) {
   return all;
 }
 
-// The section's kind, without loading the name table for it. If the name cannot be read, it is one that needs the table,
-// whose load then reports why.
+// The section's kind, without loading the name table. If the name cannot be read, a kind for which the name table must
+// be loaded, so that the load reports why.
 SectionKind peek_kind(Elf& elf, const Elf_Scn& scn) {
   const size_t table = elf.name_table();
   if (elf.loaded_scn(table) != nullptr || table >= elf.shdrs.size()) return elf.section_kind(scn.index);
   const Elf32_Shdr& names = *elf.shdrs[table];
   const uint32_t offset = scn.shdr->sh_name;
   if (!has_file_contents(names) || offset >= names.sh_size) return SectionKind::plain;
-  std::array<char, 16> name{};  // longer than any that counts
+  std::array<char, 16> name{};  // longer than any name with a kind
   const KeepError keep;
   const int64_t got = elf.peek_object(uint64_t{names.sh_offset} + offset, name.data(),
                                       std::min<uint64_t>(name.size(), names.sh_size - offset));
@@ -77,8 +77,8 @@ bool converts_anything(Elf& elf) {
 }
 
 // Conversion depends on section names, and for debug information on the abbreviations. Their sections are loaded
-// before layout, so that layout and writing see the same sections. The file position is restored; if it cannot be had,
-// nothing is loaded and `seek_error` gets errno. A section that cannot be loaded counts as absent.
+// before layout, so that layout and writing see the same sections. The file position is restored; if the file has
+// none, nothing is loaded and `seek_error` gets errno. A section that cannot be loaded counts as absent.
 bool load_what_conversion_needs(Elf& elf, std::optional<int>& seek_error) {
   if (elf.ehdr == nullptr || !elf.dirty || elf.cntl_command != ELF_C_NULL) return true;
   if (elf.name_table() == SHN_UNDEF || !converts_anything(elf)) return true;
