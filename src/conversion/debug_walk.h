@@ -24,13 +24,13 @@ struct DebugWalk {
 };
 
 // Converts the `size` bytes at `data` unit by unit and sends them to the sink. A unit that cannot be walked inside its
-// bounds is sent unconverted. Exactly `size` bytes reach the sink. What the way back needs to know is kept with the
-// object, for the bytes that were written.
+// bounds is sent unconverted. Exactly `size` bytes reach the sink. The object keeps what the way back needs to know
+// about the written bytes.
 //
-// If there is no .debug_abbrev (32), or it has no contents (37) or cannot be loaded, that code stays stored and the walk
-// goes on without abbreviations; if relocations of unit headers cannot be read, their code stays stored and the units
-// are sent unconverted. Nothing else is reported. False if memory ran out: from some unit on, all bytes are left
-// unconverted. Throws std::bad_alloc, if bytes are `written`, before the first of them.
+// If there is no .debug_abbrev (32), or it has no contents (37) or cannot be loaded, that code stays stored and the
+// walk goes on without abbreviations; if relocations of unit headers cannot be read, their code stays stored and the
+// units are sent unconverted. Nothing else is reported. False if memory ran out: from some unit on, all bytes are left
+// unconverted. If bytes are `written`, throws std::bad_alloc only before the first of them.
 bool walk_debug_section(const DebugWalk& walk, const unsigned char* data, uint32_t size,
                         DestBuffer& destination);
 

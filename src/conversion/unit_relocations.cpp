@@ -48,7 +48,7 @@ class Records {
   uint32_t type() const { return shdr_->sh_type; }
   uint32_t link() const { return shdr_->sh_link; }
 
-  // How many records there are, the incomplete ones aside.
+  // The number of complete records.
   uint64_t count() const {
     uint64_t total = 0;
     for (const Extent& extent : extents_) total += extent.size / record_size_;
@@ -71,7 +71,8 @@ class Records {
     return true;
   }
 
-  // Calls visit(record bytes, extent) for the record at `index`, if there is one. False after the code of a failed read.
+  // Calls visit(record bytes, extent) for the record at `index`, if there is one. False after the code of a failed
+  // read.
   template <class Visit>
   bool visit_one(uint64_t index, Visit visit) {
     const uint64_t start = index * record_size_;
@@ -125,7 +126,7 @@ class Records {
     if (extent.bytes != nullptr) return extent.bytes + offset;
     const int64_t got = elf_.peek_object(uint64_t{shdr_->sh_offset} + offset, buffer_.data(), size);
     if (got < 0) return nullptr;
-    // Somebody may have cut the file.
+    // The file may have been truncated since.
     std::fill(buffer_.begin() + got, buffer_.begin() + static_cast<int64_t>(size),
               static_cast<unsigned char>(0));
     return buffer_.data();
@@ -139,7 +140,7 @@ class Records {
   std::array<unsigned char, 1024 * sizeof(Elf32_Rela)> buffer_;
 };
 
-// Finds numbers in an ascending list. Relocations are nearly always sorted, and few of them are of unit headers: the gap
+// Finds numbers in an ascending list. Relocations are nearly always sorted and few apply to unit headers, so the gap
 // between two fields is remembered.
 class FieldSearch {
  public:
@@ -196,8 +197,8 @@ class Symbols {
   std::optional<uint32_t> last_value_;
 };
 
-// The relocations of a section of .debug_info hardly number more than its bytes. Where they do, nobody reads them: as
-// many sections as there are headers may claim the same bytes.
+// A section of .debug_info hardly has more relocations than bytes. If it does, they are not read, because as many
+// sections as there are headers may claim the same bytes.
 constexpr uint64_t most_relocations(uint32_t size) { return uint64_t{size} * 4 + 1024; }
 
 UnitOffsets all_unresolved(const std::vector<uint32_t>& fields) {

@@ -33,7 +33,7 @@ class BlockUnits {
 
  private:
   const UnitBlock& block_;
-  const RawUnits* const before_;  // null where it does not lead back
+  const RawUnits* const before_;  // null unless this walk is its way back
 };
 
 class BlockWalk {

@@ -23,9 +23,10 @@ class UnitWalker {
  public:
   virtual ~UnitWalker() = default;
 
-  // Walks the unit in the stream, which starts at its length field and ends at its end. `offset` is the unit's in its
-  // block. The stream fails if the unit cannot be walked. Returns 0; or the size of the header if only the header was walked, because `header_only` asks
-  // for that or because the body cannot be interpreted. Such a body is plain bytes. Throws std::bad_alloc.
+  // Walks the unit in the stream, which starts at its length field and ends at its end. `offset` is the unit's offset
+  // in its block. The stream fails if the unit cannot be walked. Returns 0; or the size of the header if only the
+  // header was walked, because `header_only` asks for that or because the body cannot be interpreted. Such a body is
+  // plain bytes. Throws std::bad_alloc.
   virtual uint32_t walk(DwarfStream& stream, uint32_t offset, bool header_only) = 0;
 
  protected:
@@ -72,16 +73,16 @@ struct UnitBlock {
 };
 
 // Sends the block to the sink with its units converted. The sink's write position may be the block itself. Exactly
-// `size` bytes reach the sink. `unconverted` becomes the list of the places that were left unconverted. `before` is the
-// list of the walk that wrote the block, or null; if that went in the opposite direction, it tells what this walk must
-// leave unconverted.
+// `size` bytes reach the sink. `unconverted` becomes the list of the places that were left unconverted. `before` is
+// the list of the walk that wrote the block, or null; if that went in the opposite direction, it tells what this walk
+// must leave unconverted.
 //
 // False if memory ran out: from some unit on, all bytes are left unconverted and listed as such.
 bool walk_units(const UnitBlock& block, UnitWalker& walker, const RawUnits* before, RawUnits& unconverted,
                 DestBuffer& destination);
 
-// Where the headers of the block's units name their abbreviations: the offsets of those fields in the block, ascending.
-// `before` as above. Throws std::bad_alloc.
+// Where the headers of the block's units name their abbreviations: the offsets of those fields in the block,
+// ascending. `before` as above. Throws std::bad_alloc.
 std::vector<uint32_t> abbrev_fields(const UnitBlock& block, const RawUnits* before);
 
 }  // namespace ambielf

@@ -1,7 +1,7 @@
-// UnitOffsets: which abbreviations units of .debug_info use, if their headers do not tell.
+// UnitOffsets: the abbreviations of units of .debug_info whose headers do not give them.
 //
-// In a relocatable object of many architectures the header's field holds nothing (0, as a rule) and a relocation gives
-// the offset into .debug_abbrev. This list has an entry for each field that a relocation applies to.
+// In relocatable objects of many architectures the header's field has no meaning (it is usually 0), and a relocation
+// gives the offset into .debug_abbrev. This list has an entry for each field that a relocation applies to.
 #ifndef AMBIELF_DWARF_UNIT_OFFSETS_H
 #define AMBIELF_DWARF_UNIT_OFFSETS_H
 
@@ -24,7 +24,7 @@ class UnitOffsets {
   // Adds an entry. Throws std::bad_alloc.
   void add(const UnitOffset& entry) { list_.push_back(entry); }
 
-  // Sorts the entries once all have been added. If entries for a field differ, it cannot be resolved.
+  // Sorts the entries. Call this once all have been added. A field whose entries differ cannot be resolved.
   void settle() {
     const auto by_field = [](const UnitOffset& a, const UnitOffset& b) { return a.field < b.field; };
     if (!std::is_sorted(list_.begin(), list_.end(), by_field))

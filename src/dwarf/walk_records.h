@@ -1,8 +1,9 @@
 // WalkRecords: what walks of debug sections tell the walks back, by the address of the bytes that they wrote.
 //
-// A record describes only the bytes that its walk wrote, not the block that elf32_xlatetom read from, nor another buffer
-// of the caller. So records are kept by the address of the bytes, and a walk asks for the record of the bytes that it
-// reads, whichever block they are in. If the caller has put other bytes there, the checksums in the record differ.
+// A record describes only the bytes that its walk wrote, not the block that elf32_xlatetom read from, nor another
+// buffer of the caller. So records are kept by the address of the bytes, and a walk asks for the record of the bytes
+// that it reads, whichever block they are in. If the caller has put other bytes there, the checksums in the record
+// differ.
 #ifndef AMBIELF_DWARF_WALK_RECORDS_H
 #define AMBIELF_DWARF_WALK_RECORDS_H
 
