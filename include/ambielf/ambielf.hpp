@@ -216,7 +216,10 @@ class File {
     if (id_ == -1) detail::fail(50);
   }
   File(File&& other) noexcept : id_(std::exchange(other.id_, -1)) {}
-  File& operator=(File&& other) noexcept { return std::swap(id_, other.id_), *this; }
+  File& operator=(File&& other) noexcept {
+    std::swap(id_, other.id_);
+    return *this;
+  }
   ~File() {
     if (id_ != -1) elf_close(id_);
   }
