@@ -181,7 +181,8 @@ class TextListing {
       out_.text(" bad symbol index: ").hex(relocation.symbol(), 8);
     } else {
       const Symbol symbol = symbols[relocation.symbol()];
-      out_.text("      ").hex(symbol.value(), 8).text("   ").name(symbol_name(object_, symbol));
+      const std::string_view name = symbol_name(object_, symbol);
+      out_.text("      ").hex(symbol.value(), 8).text("   ").name(name.empty() ? "<null>" : name);
     }
     if (has_addend) out_.text(addend < 0 ? " - " : " + ").hex(static_cast<uint64_t>(std::abs(addend)));
   }

@@ -46,9 +46,11 @@ void print(Output& out, const Sizes& sizes, std::string_view name, std::string_v
 void run(const Options& options, Report& report) {
   Output out;
   Sizes total;
-  out.text("   text\t   data\t    bss\t    dec\t    hex\tfilename\n");
+  bool has_title = false;
   for (const std::string& file : options.files) {
     for_each_object(report, file, [&](const Input& input) {
+      if (!std::exchange(has_title, true))
+        out.text("   text\t   data\t    bss\t    dec\t    hex\tfilename\n");
       const Sizes sizes = sizes_of(input.object);
       total.text += sizes.text;
       total.data += sizes.data;

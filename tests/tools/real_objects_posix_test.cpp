@@ -9,6 +9,7 @@
 #include "examples/run_example.h"
 #include "support/input.h"
 #include "support/twins.h"
+#include "tools/run_tool.h"
 
 namespace ambielf::test {
 namespace {
@@ -111,9 +112,9 @@ TEST_P(RealObjects, RewrittenInPlaceLoadedOrNot) {
 }
 
 TEST_P(RealObjects, CopiedWholeAndWithoutDebugInformation) {
-  ASSERT_EQ(run_example("elfcopy", "original.o copy.o").errors, "");
+  ASSERT_EQ(run_tool("copy original.o copy.o").errors, "");
   expect_equivalent("copy.o");
-  ASSERT_EQ(run_example("elfcopy", "original.o bare.o -g").errors, "");
+  ASSERT_EQ(run_tool("strip -g original.o bare.o").errors, "");
   EXPECT_EQ(output_of("llvm-readelf -S bare.o").find(".debug_"), std::string::npos);
   EXPECT_EQ(output_of("llvm-objdump -d -r --no-show-raw-insn bare.o | tail -n +3"),
             output_of("llvm-objdump -d -r --no-show-raw-insn original.o | tail -n +3"));
@@ -128,15 +129,13 @@ TEST_P(RealObjects, CopiedWholeAndWithoutDebugInformation) {
 TEST(MadeExecutables, AreSoundAndRunWhereAnEmulatorIs) {
   const ScratchDirectory scratch;
   for (const std::string target : {"arm", "mips", "mipsel", "ppc"}) {
-    ASSERT_EQ(run_example("elfmake", target + " program").errors, "") << target;
+    ASSERT_EQ(run_example("guide/executable", target + " program").errors, "") << target;
     EXPECT_EQ(output_of("readelf -hlSs program 2>&1 >/dev/null"), "");
     EXPECT_NE(output_of("llvm-objdump -d program").find("<_start>:"), std::string::npos);
     if (!has_tool("qemu-" + target)) continue;
     EXPECT_EQ(output_of("qemu-" + target + " ./program"), "hello, either byte order\n") << target;
   }
-  EXPECT_EQ(run_example("elfmake", "vax program").status, 2);
-  EXPECT_EQ(run_example("elfcopy", "").status, 2);
-  EXPECT_EQ(run_example("elfcopy", "missing copy").status, 1);
+  EXPECT_EQ(run_example("guide/executable", "vax program").status, 2);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// elfmake: makes a small executable for a 32-bit Linux target with nothing but the library. The executable prints a
+// executable: makes a small executable for a 32-bit Linux target with nothing but the library. The executable prints a
 // greeting and exits.
 #include <ambielf/ambielf.h>
 #include <fcntl.h>
@@ -51,7 +51,7 @@ const Target targets[] = {
 };
 
 int failed(const char* what) {
-  std::fprintf(stderr, "elfmake: %s: %s\n", what, elf_errmsg(elf_errno()));
+  std::fprintf(stderr, "executable: %s: %s\n", what, elf_errmsg(elf_errno()));
   return 1;
 }
 
@@ -132,6 +132,6 @@ int main(int argc, char** argv) {
     const int result = make(target, file);
     return elf_close(file) == 0 ? result : failed(argv[2]);
   }
-  std::fputs("usage: elfmake arm|mips|mipsel|ppc OUTPUT\n", stderr);
+  std::fputs("usage: executable arm|mips|mipsel|ppc OUTPUT\n", stderr);
   return 2;
 }

@@ -1,0 +1,147 @@
+// list, symbols and size on small objects: what every reader of them relies on, and what goes on behind a part that
+// can't be had.
+#include <gtest/gtest.h>
+
+#include "support/archive_builder.h"
+#include "support/object_builder.h"
+#include "tools/run_tool.h"
+
+namespace ambielf::test {
+namespace {
+
+class List : public testing::Test {
+ protected:
+  static void write(const std::string& name, const Bytes& bytes) {
+    write_file(name, std::string(bytes.begin(), bytes.end()));
+  }
+
+  ScratchDirectory scratch_;
+};
+
+constexpr ByteOrder orders[] = {ByteOrder::little, ByteOrder::big};
+
+// 1 .text, 2 .data, 3 .bss, 4 a type of ARM's, 5 one of nobody's, 6 .symtab, 7 .strtab, 8 .rel.text, 9 .note
+Object sample(ByteOrder order) {
+  const Bytes symbols = Emit(order)
+                            .zeros(16)
+                            .symbol(0, 0, 0, 3, 0, 1)
+                            .symbol(1, 0x11, 4, 0x12, 0, 1)
+                            .symbol(6, 8, 4, 0x11, 0, SHN_COMMON)
+                            .symbol(13, 0, 0, 0x20, 0, SHN_UNDEF)
+                            .symbol(18, 4, 4, 1, 2, 2)
+                            .symbol(21, 0, 0, 0, 0, 1);
+  ObjectBuilder builder(order);
+  builder.section(".text", SHT_PROGBITS, "12345678", {.flags = SHF_ALLOC | SHF_EXECINSTR})
+      .section(".data", SHT_PROGBITS, "1234", {.flags = SHF_ALLOC | SHF_WRITE})
+      .section(".bss", SHT_NOBITS, "", {.flags = SHF_ALLOC | SHF_WRITE, .size = 64})
+      .section(".ARM.attributes", 0x70000003, "A")
+      .section("a_name_that_is_longer_than_its_column", 0x70000055, "B", {.entsize = 1})
+      .section(".symtab", SHT_SYMTAB, symbols, {.link = 7, .info = 2, .entsize = 16})
+      .section(".strtab", SHT_STRTAB, text_bytes(std::string("\0func\0common\0we@k\0d\001\0$a\0", 24)))
+      .section(".rel.text", SHT_REL, Emit(order).words({4, 2 << 8 | 2}), {.link = 6, .info = 1})
+      .section(".note", SHT_NOTE, Emit(order).words({4, 2, 3}).string("GNU").u8(0xab).u8(0xcd))
+      .header([](Elf32_Ehdr& header) { header.e_type = ET_REL, header.e_machine = EM_ARM; });
+  return builder.build();
+}
+
+TEST_F(List, ShowsEverythingOfBothOrdersOnLinesOfItsOwn) {
+  for (const ByteOrder order : orders) {
+    write("object.o", sample(order).bytes);
+    const Ending run = run_tool("list object.o");
+    EXPECT_EQ(std::pair(run.status, run.errors), std::pair(0, std::string()));
+    for (const char* const line :
+         {"  Machine:                           ARM\n",
+          "  [ 1] .text             PROGBITS        00000000 000034 000008 00  AX  0   0  1\n",
+          "  [ 4] .ARM.attributes   ARM_ATTRIBUTES  00000000 000040 000001 00      0   0  1\n",
+          "  [ 5] a_name_that_is_longer_than_its_column LOPROC+0x55     00000000 000044 000001 01",
+          "     1: 00000000     0 SECTION LOCAL  DEFAULT    1 .text\n",
+          "     2: 00000011     4 FUNC    GLOBAL DEFAULT    1 func\n",
+          "     4: 00000000     0 NOTYPE  WEAK   DEFAULT  UND we@k\n",
+          "     5: 00000004     4 OBJECT  LOCAL  HIDDEN     2 d^A\n",
+          "00000004  00000202 R_ARM_ABS32            00000011   func\n",
+          "  GNU                  0x00000002 NT_GNU_BUILD_ID abcd\n"}) {
+      EXPECT_NE(run.output.find(line), std::string::npos) << line << run.output;
+    }
+    const std::string json = run_tool("list --json -S -s object.o").output;
+    EXPECT_NE(json.find(R"("name":"d\u0001","value":4,"size":4,"type":"OBJECT")"), std::string::npos) << json;
+    EXPECT_NE(json.find(R"("name":".ARM.attributes","type":1879048195,"type_name":"ARM_ATTRIBUTES")"),
+              std::string::npos);
+    EXPECT_EQ(json.find("\"relocations\""), std::string::npos) << "only what was asked for";
+
+    EXPECT_EQ(run_tool("symbols object.o").output,
+              "00000004 C common\n00000004 d d^A\n00000010 T func\n         w we\n")
+        << "a Thumb function without its bit, no marks of the assembler, no versions";
+    EXPECT_EQ(run_tool("size object.o").output,
+              "   text\t   data\t    bss\t    dec\t    hex\tfilename\n"
+              "      8\t      4\t     64\t     76\t     4c\tobject.o\n");
+  }
+}
+
+TEST_F(List, GoesOnBehindWhatCannotBeHad) {
+  const Bytes object = sample(ByteOrder::big).bytes;
+  write("object.o", object);
+  write("cut.o", Bytes(object.begin(), object.begin() + 40));
+  write("archive.a",
+        ArchiveBuilder().member("a.o", object).member("notes", "text").member("b.o", object).build().bytes);
+  ObjectBuilder damaged(ByteOrder::big);
+  write("damaged.o", damaged.section("symbols", SHT_SYMTAB, "12345678", {.entsize = 4})
+                         .section("unnamed", SHT_PROGBITS, "1", {.name = 999})
+                         .section("notes", SHT_NOTE, "1234567890abcdef")
+                         .build()
+                         .bytes);
+  const Ending run = run_tool("size nowhere.o cut.o archive.a object.o");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.output.find("a.o (ex archive.a)\n"), std::string::npos);
+  EXPECT_NE(run.output.find("b.o (ex archive.a)\n"), std::string::npos);
+  EXPECT_NE(run.output.find("\tobject.o\n"), std::string::npos);
+  EXPECT_EQ(run.errors.find("ambielf: nowhere.o: "), 0U) << run.errors;
+  EXPECT_NE(run.errors.find("ambielf: archive.a(notes): is neither an ELF object nor an archive\n"),
+            std::string::npos);
+
+  const Ending listing = run_tool("list damaged.o");
+  EXPECT_EQ(listing.status, 1);
+  EXPECT_NE(listing.output.find("  [ 2] <corrupt>         PROGBITS"), std::string::npos) << listing.output;
+  EXPECT_NE(listing.errors.find("ambielf: damaged.o: section 1: "), std::string::npos) << listing.errors;
+  EXPECT_NE(listing.errors.find("damaged.o: section 3: the notes reach past the end"), std::string::npos);
+  EXPECT_EQ(run_tool("symbols damaged.o").status, 1);
+}
+
+TEST_F(List, RefusesWhatIsNoObjectOf32BitsByName) {
+  ObjectBuilder builder(ByteOrder::little);
+  builder.section("a", SHT_PROGBITS, "a");
+  write("wide.o",
+        ObjectBuilder(builder).header([](Elf32_Ehdr& h) { h.e_ident[EI_CLASS] = 2; }).build().bytes);
+  write("many.o", ObjectBuilder(builder).header([](Elf32_Ehdr& h) { h.e_shnum = 0; }).build().bytes);
+  for (const char* const command :
+       {"list", "symbols", "size", "copy", "strip", "flip", "remove --section a"}) {
+    const std::string out = command[0] == 'l' || command[1] == 'i' || command[1] == 'y' ? "" : " out.o";
+    const Ending wide = run_tool(command + std::string(" wide.o") + out);
+    EXPECT_EQ(wide.status, 1) << command;
+    EXPECT_NE(wide.errors.find("wide.o: is an object of 64 bits"), std::string::npos) << wide.errors;
+    const Ending many = run_tool(command + std::string(" many.o") + out);
+    EXPECT_EQ(many.status, 1) << command;
+    EXPECT_NE(many.errors.find("many.o: has extended numbering"), std::string::npos) << many.errors;
+  }
+  EXPECT_FALSE(std::filesystem::exists("out.o"));
+  for (const char* const usage : {"", "list", "symbols -u -U wide.o", "size --no-such wide.o", "nothing"}) {
+    EXPECT_EQ(run_tool(usage).status, 2) << usage;
+  }
+}
+
+// Many symbols whose names are the rest of one long string: sorted and printed, they would take hours.
+TEST_F(List, RefusesNamesOutOfProportion) {
+  Emit symbols(ByteOrder::big);
+  const uint32_t count = 20000;
+  for (uint32_t i = 0; i < count; ++i) symbols.symbol(i, 0, 0, 0x10, 0, 1);
+  write("object.o", ObjectBuilder(ByteOrder::big)
+                        .section(".symtab", SHT_SYMTAB, symbols, {.link = 2})
+                        .section(".strtab", SHT_STRTAB, text_bytes(std::string(count, 'a')))
+                        .build()
+                        .bytes);
+  const Ending run = run_tool("symbols object.o");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_NE(run.errors.find("out of proportion"), std::string::npos) << run.errors;
+}
+
+}  // namespace
+}  // namespace ambielf::test
