@@ -320,13 +320,10 @@ END {
       type_text[i] = toupper(substr(type_text[i], 1, 1)) substr(type_text[i], 2)
     }
     put_paragraphs(file, type_text[i])
-    print (type_text[i] != "" ? ".PP\n" : "") ".TS\ntab(\t);\nl lx." > file
     for (j = 1; j <= members[i]; j++) {
-      print member_name[i, j] "\tT{" > file
+      print ".TP\n.B " member_name[i, j] > file
       put(file, member_text[i, j])
-      print "T}" > file
     }
-    print ".TE" > file
   }
   print ".SH ERRORS\nWhat" > file
   print ".BR elf_errno (3)\ngives, in the words of\n.BR elf_errmsg (3):\n.PP\n.TS\ntab(\t);\nrB lx." > file
