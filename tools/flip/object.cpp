@@ -73,13 +73,13 @@ void flip_headers(const Source& source, Bytes file, std::span<unsigned char> cop
 }  // namespace
 
 FlippedObject flip_object(std::string_view file) {
-  const char encoding =
-      file.size() > EI_DATA ? file[EI_DATA] : ELFDATANONE;  // the library would find one itself
-  if (encoding != ELFDATA2LSB && encoding != ELFDATA2MSB) throw Refusal("has no byte order in its header");
   std::string image(file);
   make_loadable(image);
   const Object object(image.data(), image.size());
   refuse_unreadable(object);
+  // The library finds the order by other fields where the header names none, or a wrong one.
+  if (object.encoding() != static_cast<unsigned char>(file[EI_DATA]))
+    throw Refusal("does not have the byte order that its header names");
   if (object.header().e_shnum == 0 && object.header().e_phnum != 0)
     throw Refusal("has no section headers, which tell what it holds");
   const Source source(object, bytes_of(file));
