@@ -44,8 +44,9 @@ OutputFile::OutputFile(const std::string& path) : path_(path) {
   }
   std::random_device random;
   for (int attempt = 0; file_.id() == -1; ++attempt) {
-    temporary_ = path_;
-    temporary_ += std::string(".").append(std::to_string(random())).append(".tmp");
+    // Short, because path_ may end in the longest name that the file system takes.
+    temporary_ =
+        path_.parent_path() / std::string("ambielf.").append(std::to_string(random())).append(".tmp");
     // Exclusive, so that no existing file or link is written to.
     try {
       file_ = File(temporary_.string().c_str(), O_RDWR | O_CREAT | O_EXCL, 0600);

@@ -201,6 +201,14 @@ TEST_F(ToolArchive, ExtractsToPlainNamesInTheFolderOnly) {
 }
 
 #ifndef _WIN32
+TEST_F(ToolArchive, ExtractsToNamesAsLongAsTheFileSystemTakes) {
+  std::filesystem::create_directory("out");
+  const std::string longest(255, 'n');
+  write_file("long.a", "!<arch>\n" + standard_member("#1/255", longest + "contents"));
+  EXPECT_EQ(run_tool("extract -C out long.a").status, 0);
+  EXPECT_EQ(file_bytes("out/" + longest), "contents");
+}
+
 TEST_F(ToolArchive, WritesThroughNoSymbolicLink) {
   write_file("victim", "as it was");
   std::filesystem::create_directory("out");
