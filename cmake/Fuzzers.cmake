@@ -1,6 +1,6 @@
 # Fuzzers: each fuzz/<subject>.cpp defines LLVMFuzzerTestOneInput. Any compiler builds fuzz_<subject>_replay, a test
-# that runs it over the committed seeds in fuzz/seeds/<subject>. With AMBIELF_FUZZERS clang also builds the fuzzer itself,
-# fuzz_<subject>.
+# that runs it over the committed seeds in fuzz/seeds/<subject> and changes of them. With AMBIELF_FUZZERS clang also
+# builds the fuzzer itself, fuzz_<subject>.
 file(GLOB fuzzers CONFIGURE_DEPENDS fuzz/*.cpp)
 # fuzz/flip.cpp is of the command's own converters, which need no parser of arguments.
 file(GLOB flip_sources CONFIGURE_DEPENDS tools/flip/*.cpp)
@@ -18,7 +18,7 @@ foreach(source IN LISTS fuzzers)
   if(subject STREQUAL "flip")
     target_link_libraries(${name}_replay PRIVATE ambielf_flip)
   endif()
-  target_include_directories(${name}_replay PRIVATE tests)  # support/
+  target_include_directories(${name}_replay PRIVATE fuzz tests)  # models/ and support/
   target_compile_options(${name}_replay PRIVATE ${ambielf_test_options})
   add_test(NAME fuzz/${subject} COMMAND ${name}_replay ${PROJECT_SOURCE_DIR}/fuzz/seeds/${subject})
   if(AMBIELF_FUZZERS)
@@ -28,7 +28,7 @@ foreach(source IN LISTS fuzzers)
     if(subject STREQUAL "flip")
       target_link_libraries(${name} PRIVATE ambielf_flip)
     endif()
-    target_include_directories(${name} PRIVATE tests)
+    target_include_directories(${name} PRIVATE fuzz tests)
     target_link_options(${name} PRIVATE -fsanitize=fuzzer)
   endif()
 endforeach()

@@ -5,8 +5,8 @@
 #include <cstdlib>
 #include <string>
 
-#include "support/archive_check.h"
-#include "support/memory_file.h"
+#include "models/archive_check.h"
+#include "models/memory_file.h"
 
 // A header may claim 4 GiB. That costs no memory but, under AddressSanitizer, time, so such allocations fail.
 extern "C" const char* __asan_default_options() {  // NOLINT(bugprone-reserved-identifier)

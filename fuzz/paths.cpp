@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <string>
 
-#include "support/path_call.h"
+#include "models/slow_paths.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using namespace ambielf::test;

@@ -1,20 +1,23 @@
-// Reading: the same bytes give the same answers through a file id and as an image, and elf_end restores the image.
+// Reading: the same bytes by a file id and as an image give the same answers, the image comes back as it was, and debug
+// sections translate back to what the file has.
 // The first byte of an input chooses how it is read, the rest is the object.
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <vector>
 
-#include "support/describe.h"
-#include "support/memory_file.h"
+#include "models/describe.h"
+#include "models/image.h"
+#include "models/memory_file.h"
 
 namespace {
 
 using ambielf::test::Describe;
 using Bytes = std::vector<unsigned char>;
 
-// Chooses a byte order by the length of the section's name, and sometimes gives an invalid answer.
+// Another byte order for every section by the length of its name, and now and then a wrong answer.
 int mixed_controller(const Elf32_Shdr* header, const char* name) {
   return static_cast<int>((std::strlen(name) + header->sh_type) % 6);
 }
@@ -25,7 +28,7 @@ std::string answers(Elf* elf, size_t size, unsigned how) {
   return Describe(elf, size).all();
 }
 
-// Tables of thousands of absent entries take time and show little, so most inputs get small tables.
+// Tables of thousands of entries that the input does not have take time and tell little: most inputs get small ones.
 void count_in_one_byte(Bytes& bytes) {
   if (bytes.size() < sizeof(Elf32_Ehdr)) return;
   const bool big_endian = static_cast<unsigned char>(bytes[20] + bytes[21]) == 0;
@@ -39,9 +42,40 @@ void count_in_one_byte(Bytes& bytes) {
   std::abort();
 }
 
+// Blocks of plain bytes, of which those of debug sections were converted, give the file's bytes again by translation;
+// and what translation makes of those, by translation to memory.
+void translate_back(Elf* elf, const Bytes& file) {
+  const Elf32_Ehdr* const header = elf32_getehdr(elf);
+  if (header == nullptr || elf_getident(elf, nullptr)[EI_DATA] != ELFDATA2MSB) return;
+  for (Elf_Scn* scn = nullptr; (scn = elf_nextscn(elf, scn)) != nullptr;) {
+    const Elf32_Shdr& shdr = *elf32_getshdr(scn);
+    Elf_Data* const block = elf_getdata(scn, nullptr);
+    if (shdr.sh_type != SHT_PROGBITS || block == nullptr || block->d_type != ELF_T_BYTE) continue;
+    if (block->d_size == 0 || block->d_size > 65536) continue;
+    const size_t place = std::min<size_t>(shdr.sh_offset, file.size());
+    const size_t present = std::min<size_t>(block->d_size, file.size() - place);
+    Bytes in_file(file.begin() + static_cast<long>(place), file.begin() + static_cast<long>(place + present));
+    in_file.resize(block->d_size);
+    Bytes there(block->d_size);
+    Elf_Data target = *block;
+    target.d_buf = there.data();
+    if (elf32_xlatetof(&target, block, ELFDATA2MSB) == nullptr || there != in_file)
+      fault("the way back to the file");
+    const Bytes in_memory(static_cast<unsigned char*>(block->d_buf),
+                          static_cast<unsigned char*>(block->d_buf) + block->d_size);
+    void* const before = block->d_buf;
+    Bytes again(block->d_size);
+    block->d_buf = there.data();
+    target.d_buf = again.data();
+    elf32_xlatetom(&target, block, ELFDATA2MSB);
+    block->d_buf = before;
+    if (again != in_memory) fault("the way back to memory");
+  }
+}
+
 }  // namespace
 
-// A header may claim 4 GiB. That costs no memory but, under AddressSanitizer, time, so such allocations fail.
+// A header may claim 4 GiB, which costs no memory but, under AddressSanitizer, time: let such claims fail.
 extern "C" const char* __asan_default_options() {  // NOLINT(bugprone-reserved-identifier)
   return "max_allocation_size_mb=64:allocator_may_return_null=1";
 }
@@ -66,19 +100,23 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (elf != nullptr) elf_end(elf);
   elf_errno();
 
-  Bytes image = bytes;
-  elf = elf_memory(reinterpret_cast<char*>(image.data()), image.size());
+  ambielf::test::Image image(bytes);
+  elf = elf_memory(image.data(), bytes.size());
   const int image_code = elf_errno();
   const bool is_archive = bytes.size() >= 8 && bytes[0] == '!';
   if (is_archive) return elf == nullptr ? 0 : (fault("an archive opens as an image"), 0);
   if (file_code != image_code && !bytes.empty()) fault("opening");
   const std::string by_image = elf != nullptr ? answers(elf, bytes.size(), how) : "";
   if (by_file != by_image) fault("answers differ", by_file, by_image);
+  if (elf != nullptr && (how & 1) == 0) translate_back(elf, bytes);
   const bool rescaled = ambielf::test::rescales_for_good(elf);
   if (elf != nullptr) elf_end(elf);
   // The byte order that was found stays in e_ident.
   Bytes expected = bytes;
-  if (bytes.size() >= sizeof(Elf32_Ehdr)) expected[EI_DATA] = image[EI_DATA];
-  if (!rescaled && image != expected) fault("the image has changed");
+  if (bytes.size() >= sizeof(Elf32_Ehdr))
+    expected[EI_DATA] = static_cast<unsigned char>(image.data()[EI_DATA]);
+  if (!rescaled &&
+      !std::equal(expected.begin(), expected.end(), reinterpret_cast<unsigned char*>(image.data())))
+    fault("the image has changed");
   return 0;
 }

@@ -1,4 +1,5 @@
-// The tables of section headers and program headers: wide, narrow, cut-off and absent entries.
+// The tables of section headers and program headers, as live records and as copies: wide, narrow, cut-off and absent
+// entries.
 #include <cstring>
 
 #include "support/input.h"
@@ -12,10 +13,12 @@ INSTANTIATE_EVERY_ORDER_AND_ROAD(HeaderTables);
 struct FreeTable {
   void operator()(void* table) const { elf32_freeshdrtab(table); }
 };
+template <class Record>
+using Table = std::unique_ptr<Record, FreeTable>;
 
-// Entries wider than the record, aligned and not.
+// Entries wider than the record, aligned and not; copies are the records as the file has them, and outlive the descriptor.
 TEST_P(HeaderTables, WiderEntries) {
-  for (const uint16_t more : std::initializer_list<uint16_t>{1, 2, 3, 8, 100}) {
+  for (const uint16_t more : std::initializer_list<uint16_t>{0, 1, 2, 3, 8, 100}) {
     const Object object = builder()
                               .wider_entries(more, more)
                               .segment({PT_LOAD, 1, 2, 3, 4, 5, 6, 7})
@@ -28,17 +31,32 @@ TEST_P(HeaderTables, WiderEntries) {
     EXPECT_EQ(in.shdr(1)->sh_flags, 0x01020304u) << more;
     EXPECT_EQ(in.shdr(2)->sh_flags, 0x05060708u) << more;
     EXPECT_EQ(in.contents(2), text_bytes("second")) << more;
-    const std::unique_ptr<Elf32_Phdr, FreeTable> phdrs(elf32_getphdr(in));
-    for (uint32_t i = 0; i < 2; ++i) {
-      const unsigned char* const entry = &object.bytes[object.phoff + i * (sizeof(Elf32_Phdr) + more)];
-      EXPECT_EQ(std::memcmp(phdrs.get() + i, entry, sizeof(Elf32_Phdr)), 0) << more;
-    }
     const unsigned char* const behind = reinterpret_cast<unsigned char*>(in.shdr(2) + 1);
     for (uint16_t i = 0; !by_image() && i < more; ++i) {
       EXPECT_EQ(behind[i], 0xA5) << "entries of a file keep their further bytes";
     }
+    const Table<Elf32_Phdr> phdrs(elf32_getphdr(in));
+    const Table<Elf32_Shdr> shdrs(elf32_getshdrtab(in));
     EXPECT_TRUE(in.ends_restored()) << more;
+    for (size_t i = 0; i < 4; ++i) {
+      EXPECT_EQ(std::memcmp(shdrs.get() + i, &object.bytes[object.shdr_field(i, 0)], sizeof(Elf32_Shdr)), 0)
+          << more;
+      if (i >= 2) continue;
+      const unsigned char* const entry = &object.bytes[object.phoff + i * (sizeof(Elf32_Phdr) + more)];
+      EXPECT_EQ(std::memcmp(phdrs.get() + i, entry, sizeof(Elf32_Phdr)), 0) << more;
+    }
   }
+  elf32_freeshdrtab(nullptr);
+  EXPECT_EQ(elf_errno(), 0);
+}
+
+TEST_P(HeaderTables, CopiesFollowTheLiveCountWithoutReadingPastTheRecords) {
+  const Input in = open(builder().build());
+  EXPECT_TRUE(failed(elf32_getphdr(in), nullptr, 0));
+  elf32_getehdr(in)->e_phnum = 3;
+  const Table<Elf32_Phdr> phdrs(elf32_getphdr(in));
+  ASSERT_TRUE(phdrs);
+  EXPECT_EQ(phdrs.get()[2].p_type, static_cast<uint32_t>(PT_NULL));
 }
 
 TEST_P(HeaderTables, EntriesBelowTheRecordAreRefusedWhereThereAreSome) {
@@ -48,15 +66,14 @@ TEST_P(HeaderTables, EntriesBelowTheRecordAreRefusedWhereThereAreSome) {
   } rows[] = {{39, 1, 32, 1, 27}, {0, 1, 32, 0, 27}, {40, 1, 31, 1, 100}, {40, 0, 0, 1, 100},
               {39, 1, 31, 1, 27}, {0, 0, 0, 0, 0},   {39, 0, 31, 0, 0},   {40, 1, 32, 1, 0}};
   for (const auto& row : rows) {
-    const Object object = builder()
-                              .header([&](Elf32_Ehdr& h) {
-                                h.e_shentsize = row.shentsize;
-                                h.e_shnum = row.shnum;
-                                h.e_phentsize = row.phentsize;
-                                h.e_phnum = row.phnum;
-                              })
-                              .build();
-    Input in = open(object);
+    Input in = open(builder()
+                        .header([&](Elf32_Ehdr& h) {
+                          h.e_shentsize = row.shentsize;
+                          h.e_shnum = row.shnum;
+                          h.e_phentsize = row.phentsize;
+                          h.e_phnum = row.phnum;
+                        })
+                        .build());
     EXPECT_EQ(in.elf() != nullptr, row.code == 0) << row.shentsize << ' ' << row.phentsize;
     EXPECT_EQ(elf_errno(), row.code) << row.shentsize << ' ' << row.phentsize;
     EXPECT_TRUE(in.ends_restored()) << "also where opening failed";
@@ -86,24 +103,22 @@ TEST_P(HeaderTables, CutByTheEndOfTheInput) {
 
 TEST_P(HeaderTables, ThatTheInputDoesNotHoldAreZeroRecords) {
   for (const uint32_t offset : {0x80000000u, 0xFFFFFFFFu, 0x1000u}) {
-    const Object object = builder()
-                              .header([&](Elf32_Ehdr& h) {
-                                h.e_shoff = h.e_phoff = offset;
-                                h.e_shnum = h.e_phnum = h.e_shentsize = h.e_phentsize = 0xFFFF;
-                              })
-                              .build();
-    const Input in = open(object);
+    const auto with_sections = [&](uint16_t count) {
+      return open(builder()
+                      .header([&](Elf32_Ehdr& h) {
+                        h.e_shoff = h.e_phoff = offset;
+                        h.e_phnum = h.e_shentsize = h.e_phentsize = 0xFFFF;
+                        h.e_shnum = count;
+                      })
+                      .build());
+    };
+    const Input in = with_sections(0xFFFF);
     ASSERT_TRUE(in.elf()) << offset;
     EXPECT_EQ(in.shdr(0xFFFE)->sh_type, static_cast<uint32_t>(SHT_NULL));
     EXPECT_TRUE(failed(elf_getscn(in, 0xFFFF), nullptr, 21));
-    const std::unique_ptr<Elf32_Phdr, FreeTable> phdrs(elf32_getphdr(in));
+    const Table<Elf32_Phdr> phdrs(elf32_getphdr(in));
     EXPECT_EQ(phdrs.get()[0xFFFE].p_type, static_cast<uint32_t>(PT_NULL));
-    const Input without = open(builder()
-                                   .header([&](Elf32_Ehdr& h) {
-                                     h.e_shoff = h.e_phoff = offset;
-                                     h.e_shnum = 0;
-                                   })
-                                   .build());
+    const Input without = with_sections(0);
     EXPECT_TRUE(without.elf()) << "an offset without entries is no failure";
     EXPECT_TRUE(failed(elf_nextscn(without, nullptr), nullptr, 21));
   }

@@ -11,23 +11,24 @@ class Opening : public EveryOrderAndRoad {};
 INSTANTIATE_EVERY_ORDER_AND_ROAD(Opening);
 
 TEST_P(Opening, HeaderAndTablesAreInMemoryOrder) {
-  const Elf32_Phdr load{PT_LOAD, 0x34, 0x10000, 0x20000, 4, 8, PF_R | PF_X, 0x1000};
-  const Object object = builder()
+  const Input in = open(builder()
                             .header([](Elf32_Ehdr& h) { h.e_entry = 0x01020304; })
-                            .segment(load)
+                            .segment({PT_LOAD, 0x34, 0x10000, 0x20000, 4, 8, PF_R | PF_X, 0x1000})
                             .section(".text", SHT_PROGBITS, "abcd", {.flags = 6, .addralign = 16})
-                            .build();
-  const Input in = open(object);
+                            .build());
   ASSERT_TRUE(in.elf()) << elf_errmsg(elf_errno());
   EXPECT_EQ(elf_kind(in), ELF_K_ELF);
   EXPECT_EQ(elf_getbase(in), 0);
   const Elf32_Ehdr* const header = elf32_getehdr(in);
   EXPECT_EQ(header->e_entry, 0x01020304u);
   EXPECT_EQ(header->e_shnum, 3);
-  EXPECT_EQ(header->e_ident[EI_DATA], static_cast<unsigned char>(order()));
+  size_t size = 0;
+  EXPECT_EQ(elf_getident(in, &size), reinterpret_cast<const char*>(header));
+  EXPECT_EQ(size, 16u);
+  EXPECT_EQ(elf_getident(in, nullptr)[EI_DATA], static_cast<char>(order()));
   EXPECT_EQ(in.shdr(1)->sh_flags, 6u);
   EXPECT_EQ(in.shdr(1)->sh_addralign, 16u);
-  EXPECT_STREQ(elf_strptr(in, 2, in.shdr(1)->sh_name), ".text");
+  EXPECT_EQ(in.name(1), ".text");
   EXPECT_EQ(in.contents(1), text_bytes("abcd"));
   EXPECT_EQ(elf_errno(), 0);
 }
@@ -41,8 +42,8 @@ TEST_P(Opening, ByteOrderComesFromTheVersionAlone) {
               {0xFF, 0x01, ByteOrder::big},                                   // -1 and 1 are
               {0x7F, 0x81, ByteOrder::big}, {0x80, 0x7F, ByteOrder::little}};
   for (const auto& row : rows) {
-    for (const unsigned char stated : Bytes{0, 1, 2, 3, 255}) {
-      Bytes bytes = builder().header([](Elf32_Ehdr& h) { h = {}; }).build().first(sizeof(Elf32_Ehdr));
+    for (const unsigned char stated : Bytes{0, 1, 2, 255}) {
+      Bytes bytes(sizeof(Elf32_Ehdr));
       std::memcpy(bytes.data(), ELFMAG, SELFMAG);
       bytes[EI_DATA] = stated;
       bytes[20] = row.first;
@@ -67,60 +68,45 @@ TEST_P(Opening, HeaderCutShort) {
   for (size_t cut = 16; cut <= sizeof(Elf32_Ehdr); ++cut) {
     Bytes padded = object.first(cut);
     padded.resize(sizeof(Elf32_Ehdr));
-    const bool reads_as_big = cut <= 20 || foreign();
-    const auto at = [&](size_t place, size_t width) {
-      uint32_t value = 0;
-      for (size_t i = 0; i < width; ++i) {
-        value |= uint32_t{padded[place + i]} << 8 * (reads_as_big ? width - 1 - i : i);
-      }
-      return value;
-    };
+    const ByteOrder read_as = cut <= 20 ? ByteOrder::big : order();
     Input in = open(object.first(cut));
     ASSERT_TRUE(in.elf()) << cut << ' ' << elf_errno();
-    EXPECT_EQ(elf32_getehdr(in)->e_version, at(20, 4)) << cut;
-    EXPECT_EQ(elf32_getehdr(in)->e_entry, at(24, 4)) << cut;
-    EXPECT_EQ(elf32_getehdr(in)->e_shstrndx, at(50, 2)) << cut;
+    EXPECT_EQ(elf32_getehdr(in)->e_version, get_number(padded, 20, 4, read_as)) << cut;
+    EXPECT_EQ(elf32_getehdr(in)->e_entry, get_number(padded, 24, 4, read_as)) << cut;
+    EXPECT_EQ(elf32_getehdr(in)->e_shstrndx, get_number(padded, 50, 2, read_as)) << cut;
     EXPECT_TRUE(in.ends_restored()) << cut;
   }
 }
 
 TEST_P(Opening, LeadingBytesDecide) {
-  const Bytes magic = text_bytes(ELFMAG);
-  const Bytes foreign_archive = text_bytes("!<sola>\n");
-  const Bytes host_archive = text_bytes("!<elfa>\n");
-  const auto padded = [](Bytes bytes, size_t size) {
-    bytes.resize(size);
-    return bytes;
-  };
-  const int archive = by_image() ? 9 : 12;  // images of archives have no meaning; these have no member
+  const int archive = by_image() ? 9 : 10;  // images of archives have no meaning; these have no member
   const struct {
-    Bytes bytes;
+    std::string bytes;
+    size_t size;
     int code;
-  } rows[] = {{{}, by_image() ? 3 : 8},
-              {padded(magic, 1), 6},
-              {padded(magic, 4), 6},
-              {padded(magic, 15), 6},
-              {padded(magic, 16), 0},
-              {padded({}, 7), 6},
-              {padded({}, 8), 6},
-              {text_bytes("!<arch>\n"), 6},
-              {padded(foreign_archive, 7), 6},
-              {text_bytes("!<sola>\r"), 6},
-              {foreign_archive, archive},
-              {host_archive, archive},
-              {padded(host_archive, 60), archive}};
+  } rows[] = {{"", 0, by_image() ? 3 : 8},
+              {ELFMAG, 1, 6},
+              {ELFMAG, 4, 6},
+              {ELFMAG, 15, 6},
+              {ELFMAG, 16, 0},
+              {"", 7, 6},
+              {"", 8, 6},
+              {"!<arch>\n", 8, 6},
+              {"!<sola>", 7, 6},
+              {"!<sola>\r", 8, 6},
+              {"!<sola>\n", 8, archive},
+              {"!<elfa>\n", 8, archive}};
   for (const auto& row : rows) {
-    const Input in = open(row.bytes);
-    if (row.code == 12) continue;  // tests/archive tells
-    EXPECT_EQ(in.elf() != nullptr, row.code == 0) << row.bytes.size();
-    EXPECT_EQ(elf_errno(), row.code) << row.bytes.size();
+    Bytes bytes = text_bytes(row.bytes);
+    bytes.resize(row.size);
+    const Input in = open(bytes);
+    EXPECT_EQ(in.elf() != nullptr, row.code == 0) << row.bytes << row.size;
+    EXPECT_EQ(elf_errno(), row.code) << row.bytes << row.size;
   }
 }
 
 TEST(Begin, AnswersByCommandAndRef) {
-  elf_version(EV_CURRENT);
-  const Object object = ObjectBuilder(ByteOrder::big).build();
-  const Elf_Cmd unknown = static_cast<Elf_Cmd>(99);
+  const Object object = ObjectBuilder(other_order).build();
   constexpr int fresh = -1;  // a new descriptor
   constexpr int same = -2;   // ref, its count raised
   const struct {
@@ -128,8 +114,7 @@ TEST(Begin, AnswersByCommandAndRef) {
     int alone, with_reader, with_updater, with_writer;
   } rows[] = {{ELF_C_NULL, 0, 0, 0, 0},          {ELF_C_READ, fresh, same, same, same},
               {ELF_C_RDWR, fresh, 87, same, 87}, {ELF_C_WRITE, fresh, fresh, fresh, fresh},
-              {ELF_C_CLR, 39, same, same, same}, {ELF_C_FDREAD, 39, same, same, same},
-              {unknown, 39, same, same, same}};
+              {ELF_C_CLR, 39, same, same, same}, {static_cast<Elf_Cmd>(99), 39, same, same, same}};
   for (const auto& row : rows) {
     const TempFile file(object.bytes);
     const ElfOwner reader(elf_begin(file.id(), ELF_C_READ, nullptr));
@@ -151,17 +136,10 @@ TEST(Begin, AnswersByCommandAndRef) {
   }
 }
 
-TEST(Begin, ChecksInTheirOrder) {
-  elf_version(EV_CURRENT);
-  TempFile file(text_bytes("whatever"));
-  EXPECT_TRUE(failed(elf_begin(-1, ELF_C_NULL, nullptr), nullptr, 0));
-  EXPECT_TRUE(failed(elf_begin(-1, ELF_C_READ, nullptr), nullptr, 1));
-  EXPECT_TRUE(failed(elf_begin(-1, ELF_C_WRITE, nullptr), nullptr, 1));
-  EXPECT_TRUE(failed(elf_memory(nullptr, 0), nullptr, 3));
-  EXPECT_TRUE(failed(elf_memory(nullptr, 100), nullptr, 3));
+TEST(Begin, RefusesWhatItCannotRead) {
   char image[16] = {};
-  EXPECT_TRUE(failed(elf_memory(image, 0), nullptr, 3));
   EXPECT_TRUE(failed(elf_memory(image, beyond_32_bits(0)), nullptr, 6));  // never read past the probe
+  TempFile file(text_bytes("whatever"));
   const int closed = file.id();
   file.close_id();
   EXPECT_TRUE(failed(elf_begin(closed, ELF_C_READ, nullptr), nullptr, 5));
@@ -175,8 +153,7 @@ TEST(Begin, ChecksInTheirOrder) {
 }
 
 TEST(Begin, LeavesThePositionWhereTheNextCallNeedsIt) {
-  elf_version(EV_CURRENT);
-  const Object object = ObjectBuilder(ByteOrder::big).build();
+  const Object object = ObjectBuilder(other_order).build();
   const TempFile file(object.bytes);
   const ElfOwner first(elf_begin(file.id(), ELF_C_READ, nullptr));
   EXPECT_EQ(file.position(), 0);
@@ -195,18 +172,16 @@ TEST(Begin, LeavesThePositionWhereTheNextCallNeedsIt) {
 }
 
 TEST(Begin, TakesFilesBelowFourGigabytes) {
-  elf_version(EV_CURRENT);
-  const Object object = ObjectBuilder(ByteOrder::big).section("a", SHT_PROGBITS, "data").build();
+  const Object object = ObjectBuilder(other_order).section("a", SHT_PROGBITS, "data").build();
   const TempFile file(object.bytes);
-  file.resize((int64_t{1} << 32) - 1);
+  constexpr int64_t limit = int64_t{1} << 32;
+  file.resize(limit - 1);
   EXPECT_TRUE(ElfOwner(elf_begin(file.id(), ELF_C_READ, nullptr))) << elf_errno();
-  file.resize(int64_t{1} << 32);
-  file.seek(0);
-  EXPECT_TRUE(failed(elf_begin(file.id(), ELF_C_READ, nullptr), nullptr, 5));
-  // The low half of this size would do.
-  file.resize((int64_t{1} << 32) + static_cast<int64_t>(object.size()));
-  file.seek(0);
-  EXPECT_TRUE(failed(elf_begin(file.id(), ELF_C_READ, nullptr), nullptr, 5));
+  for (const int64_t size : {limit, limit + static_cast<int64_t>(object.size())}) {  // the low half would do
+    file.resize(size);
+    file.seek(0);
+    EXPECT_TRUE(failed(elf_begin(file.id(), ELF_C_READ, nullptr), nullptr, 5));
+  }
 }
 
 }  // namespace

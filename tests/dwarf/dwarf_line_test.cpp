@@ -1,225 +1,113 @@
 // Units of .debug_line: headers and tables of every version, and the line program.
-#include <gtest/gtest.h>
-
-#include "support/debug_object.h"
+#include "support/dwarf_text.h"
 
 namespace ambielf::test {
 namespace {
 
-DebugObject line(const Description& contents, const char* name = ".debug_line") { return {name, contents}; }
+const std::string name_tables = "'/usr/include' 'src' b0 'main.c' u1 u11170 u12c 'a.h' u2 u0 u0 b0 ";
+// Two directories by a form of 4 bytes; two files with a name, a directory, an MD5 sum and a size.
+const std::string entry_tables =
+    "b1 u1 u1f u2 w1020304 w5060708 b4 u1 u8 u2 ub u5 u1e u4 u6 u2 "
+    "'main.c' b1 16*x3e w1020304 'main.c' b1 16*x3e w1020304 ";
+const std::string set_address = "b0 b5 b2 w1020304 ";
 
-void name_tables(DwarfEncoder& u) {
-  u.string("directory", "/usr/include").string("directory", "src").u8("end of directories", 0);
-  u.string("file", "main.c").uleb("directory", 1).uleb("time", 70000).uleb("length", 300);
-  u.string("file", "a.h").uleb("directory", 2).uleb("time", 0).uleb("length", 0).u8("end of files", 0);
+// Up to the tables, with these lengths of the standard opcodes.
+std::string header(uint64_t version, const std::string& lengths = "000101010100000001000001") {
+  return item('h', version) + (version == 5 ? "b4 b0 " : "") + "w1020304 b4 " +
+         (version == 4 || version == 5 ? "b1 " : "") + "b1 bfb be " + item('b', lengths.size() / 2 + 1) +
+         "x" + lengths + " ";
 }
-
-void entry_tables(DwarfEncoder& u) {
-  u.u8("directory_entry_format_count", 1).uleb("path", 1).uleb("line_strp", 0x1f);
-  u.uleb("directories_count", 2).u32("directory", 0x01020304).u32("directory", 0x05060708);
-  u.u8("file_name_entry_format_count", 4)
-      .uleb("path", 1)
-      .uleb("string", 0x08)
-      .uleb("index", 2)
-      .uleb("udata", 0x0b);
-  u.uleb("MD5", 5).uleb("data16", 0x1e).uleb("size", 4).uleb("data4", 0x06);
-  u.uleb("file_names_count", 2);
-  for (int i = 0; i < 2; ++i) {
-    u.string("file", "main.c").u8("directory", 1).bytes("MD5", Bytes(16, 0x3e)).u32("size", 0x01020304);
-  }
+const std::string& tables(uint64_t version) { return version == 5 ? entry_tables : name_tables; }
+std::string program(uint64_t version, const std::string& operations) {
+  return unit(header(version) + tables(version) + operations);
 }
-
-void tables(DwarfEncoder& u, uint64_t version) { version == 5 ? entry_tables(u) : name_tables(u); }
-
-// A unit of one version with this program behind plain tables.
-DebugObject program(uint64_t version, const Description& operations) {
-  return line(units(
-      [=](DwarfEncoder& u) {
-        u.line_header(version);
-        tables(u, version);
-        operations(u);
-      },
-      2));
-}
-
-void set_address(DwarfEncoder& u) {
-  u.u8("extended", 0).u8("length", 5).u8("set_address", 2).u32("address", 0x01020304);
-}
-
-enum : uint64_t {
-  form_data2 = 0x05,
-  form_block1 = 0x0a,
-  form_data1 = 0x0b,
-  form_indirect = 0x16,
-  form_flag_present = 0x19,
-  form_unknown = 0x99
-};
+void expect_line(const std::string& text) { expect_reads(".debug_line", text); }
+void expect_line_raw(const std::string& text) { expect_raw(".debug_line", text); }
 
 constexpr uint64_t every_version[] = {0, 1, 2, 3, 4, 5, 6, 0xffff};
-
-TEST(DwarfLine, EveryVersionHasItsHeaderAndTables) {
-  for (const uint64_t version : every_version) {
-    SCOPED_TRACE(version);
-    expect_converts(program(version, set_address));
-    if (version == 5) continue;
-    // Empty tables are two zero bytes.
-    expect_converts(line(units([=](DwarfEncoder& u) {
-      u.line_header(version).u8("end of directories", 0).u8("end of files", 0);
-      set_address(u);
-    })));
-  }
-}
 
 TEST(DwarfLine, OperationsOfAllVersionsTakeTheirOperands) {
   for (const uint64_t version : every_version) {
     SCOPED_TRACE(version);
-    expect_converts(program(version, [](DwarfEncoder& u) {
-      set_address(u);
-      for (const unsigned op : std::initializer_list<unsigned>{1, 6, 7, 8, 10, 11, 0x20, 0xff})
-        u.u8("op without operands", op);
-      for (unsigned op = 2; op <= 5; ++op) u.u8("op", op).uleb("operand", 300);
-      u.u8("extended", 0).u8("length", 12).u8("define_file", 3).string("file", "b.h");
-      u.uleb("directory", 300).uleb("time", 70000).uleb("length", 300);
-      set_address(u);
-      // Passed by their lengths, though their operands look like operations.
-      for (const unsigned sub : std::initializer_list<unsigned>{0x04, 0x80, 0xff}) {
-        u.u8("extended", 0).u8("length", 4).u8("sub-opcode", sub).bytes("operands", {0x00, 0x05, 0x02});
-      }
-      set_address(u);
-      u.u8("extended", 0).u8("length", 1).u8("end_sequence", 1);
-    }));
+    const std::string one = program(
+        version, set_address +
+                     "x010607080a0b20ff b2 u12c b3 u12c b4 u12c b5 u12c b0 bc b3 'b.h' u12c u11170 u12c " +
+                     set_address +
+                     // Passed by their lengths, though their operands look like operations.
+                     "b0 b4 b4 x000502 b0 b4 b80 x000502 b0 b4 bff x000502 " + set_address + "b0 b1 b1");
+    expect_line(one + one);
+    if (version != 5) expect_line(unit(header(version) + "b0 b0 " + set_address));  // empty tables
   }
 }
 
 TEST(DwarfLine, PublishedProgramsGoByTheirLengths) {
-  for (const uint64_t version : std::initializer_list<uint64_t>{4, 5}) {
+  for (const uint64_t version : {4u, 5u}) {
     SCOPED_TRACE(version);
-    expect_converts(program(version, [](DwarfEncoder& u) {
-      u.u8("fixed_advance_pc", 9).u16("advance", 0x0102).u8("set_isa", 12).uleb("isa", 300);
-      u.u8("extended", 0).long_uleb("length", 5, 3).u8("set_address", 2).u32("address", 0x01020304);
-      u.u8("extended", 0).uleb("length", 200).u8("sub-opcode", 0x90).bytes("operands", Bytes(199, 2));
-      set_address(u);
-    }));
+    expect_line(program(version, "b9 h102 bc u12c b0 u5/3 b2 w1020304 b0 uc8 b90 199*x02 " + set_address));
     // Operations behind the known ones have as many operands as the header says, and none from opcode_base on.
-    expect_converts(line(units([=](DwarfEncoder& u) {
-      u.line_header(version, {0, 1, 1, 1, 1, 0, 0, 0, 1, 0, 0, 1, 0, 3});
-      tables(u, version);
-      u.u8("op 13", 13).u8("op 14", 14).uleb("a", 300).uleb("b", 2).uleb("c", 0).u8("op 15", 15);
-      set_address(u);
-    })));
-    expect_converts(line(units([=](DwarfEncoder& u) {
-      u.line_header(version, {0, 1});
-      tables(u, version);
-      u.u8("advance_pc", 2).uleb("operand", 300).bytes("special", {3, 4, 5, 9, 12});
-      set_address(u);
-    })));
+    expect_line(unit(header(version, "0001010101000000010000010003") + tables(version) +
+                     "bd be u12c u2 u0 bf " + set_address));
+    expect_line(unit(header(version, "0001") + tables(version) + "b2 u12c x030405090c " + set_address));
+    const char* const bad[] = {"x000001",        // no room for the sub-opcode
+                               "x000402010203",  // an address of three bytes
+                               "x0009020102030405060708",
+                               "x0004036100010101",  // a file beyond the length
+                               "x00098001"};         // a length beyond the unit
+    for (const char* const operation : bad) expect_line_raw(program(version, operation));
   }
 }
 
 TEST(DwarfLine, OtherVersionsKnowNoOperandOfFixedAdvance) {
-  for (const uint64_t version : std::initializer_list<uint64_t>{2, 3, 6}) {
-    // The two bytes are operations: the second takes a number behind it.
-    expect_converts(program(version, [](DwarfEncoder& u) {
-      u.u8("fixed_advance_pc", 9).u8("op", 0x21).u8("advance_pc", 2).uleb("operand", 300);
-      set_address(u);
-    }));
-  }
+  // The two bytes are operations: the second takes a number behind it.
+  for (const uint64_t version : {2u, 3u, 6u}) expect_line(program(version, "b9 b21 b2 u12c " + set_address));
   // Nor do they ask opcode_base or the lengths behind it.
-  for (const std::initializer_list<uint8_t> lengths :
-       {std::initializer_list<uint8_t>{}, {9}, {0, 0, 0, 0, 0, 0}}) {
-    expect_converts(line(units([=](DwarfEncoder& u) {
-      u.line_header(2, lengths);
-      name_tables(u);
-      u.u8("advance_line", 3).sleb("operand", -70000);
-      set_address(u);
-    })));
-  }
+  for (const char* const lengths : {"", "09", "000000000000"})
+    expect_line(unit(header(2, lengths) + name_tables + "b3 s-11170 " + set_address));
 }
 
 TEST(DwarfLine, FormsOfEntryTablesGoByTheTableOfForms) {
-  // A format of these pairs, and so many entries by it.
-  const auto with_format = [](const std::vector<std::pair<uint64_t, uint64_t>>& format, uint64_t count,
-                              const Description& entries) {
-    return line(units([=](DwarfEncoder& u) {
-      u.line_header(5).u8("directory_entry_format_count", 0).uleb("directories_count", 0);
-      u.u8("format_count", format.size());
-      for (const auto& [content, form] : format) u.uleb("content type", content).uleb("form", form);
-      u.uleb("file_names_count", count);
-      entries(u);
-      set_address(u);
-    }));
+  // A format of pairs of content type and form, and so many entries by it.
+  const auto with_format = [](const std::string& format) {
+    return unit(header(5) + "b0 u0 " + format + set_address);
   };
-  constexpr uint64_t type = 0;
-  constexpr uint64_t path = 1;
-  constexpr uint64_t index = 2;  // the attribute of that number holds an expression
-  expect_converts(with_format({{index, form_block1}, {type, form_data2}}, 2, [](DwarfEncoder& u) {
-    for (int i = 0; i < 2; ++i) {
-      u.sized("block1", 1, [](DwarfEncoder& b) { b.bytes("bytes", {3, 1, 2, 3, 4}); }).u16("data2", 0x0102);
-    }
-  }));
-  expect_converts(with_format({{path, form_indirect}}, 1,
-                              [](DwarfEncoder& u) { u.uleb("form: strp", 0x0e).u32("path", 0x01020304); }));
-  const Description none = [](DwarfEncoder&) {};
-  expect_converts(with_format({{path, form_flag_present}}, ~uint64_t{0}, none));
-  expect_raw(with_format({{path, form_data1}}, ~uint64_t{0}, none));
-  expect_raw(with_format({{path, form_unknown}}, 1, none));
+  // The attribute of number 2 holds an expression.
+  expect_line(with_format("b2 u2 ua u0 u5 u2 (b x0301020304 ) h102 (b x0301020304 ) h102 "));
+  expect_line(with_format("b1 u1 u16 u1 ue w1020304 "));
+  expect_line(with_format("b1 u1 u19 uffffffffffffffff "));
+  expect_line_raw(with_format("b1 u1 ub uffffffffffffffff "));
+  expect_line_raw(with_format("b1 u1 u99 u1 "));
 }
 
 TEST(DwarfLine, UnitsThatDoNotEndWhereTheyShouldStayAsTheyAre) {
-  for (const uint64_t version : std::initializer_list<uint64_t>{2, 3, 4, 5}) {
-    SCOPED_TRACE(version);
-    const Description whole = [=](DwarfEncoder& u) {
-      u.line_header(version);
-      tables(u, version);
-      set_address(u);
-      u.u8("advance_line", 3).sleb("operand", -70000);
-    };
-    expect_converts(line(units(whole)));
-    const Bytes body = encode(ByteOrder::big, whole).done();
-    const size_t program_start = body.size() - 7 - 4;
-    for (size_t cut = 0; cut < body.size(); ++cut) {
+  for (const uint64_t version : {2u, 3u, 4u, 5u}) {
+    const std::string whole = header(version) + tables(version) + set_address + "b3 s-11170";
+    expect_line(unit(whole));
+    const size_t size = DwarfText(whole, host_order).bytes().size();
+    for (size_t cut = 0; cut < size; ++cut) {
+      if (cut == size - 11 || cut == size - 4) continue;  // a program may end behind any of its operations
       SCOPED_TRACE(cut);
-      // A program may end behind any of its operations.
-      if (cut == program_start || cut == program_start + 7) continue;
-      expect_raw(line(units([&](DwarfEncoder& u) {
-        Bytes bytes = encode(u.order(), whole).done();
-        bytes.resize(cut);
-        u.bytes("body", bytes);
-      })));
-    }
-  }
-}
-
-TEST(DwarfLine, BadExtendedOperationsLeaveAPublishedUnitAsItIs) {
-  const Bytes operations[] = {
-      {0, 0, 1},           // no room for the sub-opcode
-      {0, 4, 2, 1, 2, 3},  // an address of three bytes
-      {0, 9, 2, 1, 2, 3, 4, 5, 6, 7, 8},
-      {0, 4, 3, 'a', 0, 1, 1, 1},  // a file beyond the length
-      {0, 9, 0x80, 1},             // a length beyond the unit
-  };
-  for (const Bytes& bytes : operations) {
-    for (const uint64_t version : std::initializer_list<uint64_t>{4, 5}) {
-      expect_raw(program(version, [&](DwarfEncoder& u) { u.bytes("extended", bytes); }));
+      for (const ByteOrder order : both_orders) {
+        Bytes section = DwarfText("w0 " + whole, order).bytes();
+        section.resize(4 + cut);
+        put_number(section, 0, cut, 4, order);
+        Input in(Road::image, ObjectBuilder(order).section(".debug_line", SHT_PROGBITS, section).build());
+        if (order == host_order) elf_setreadswapcontroller(in, hold_in_other_order);
+        EXPECT_EQ(in.contents(1), section);
+      }
     }
   }
 }
 
 TEST(DwarfLine, NamesThatOnlyBeginAsTheSectionDoes) {
-  const DebugObject units = program(4, set_address);
-  for (const char* const name : {".debug_line", ".debug_line.dwo", ".debug_liner"}) {
-    expect_converts(line(units.contents, name));
-  }
+  const std::string units = program(4, set_address);
+  for (const char* const name : {".debug_line", ".debug_line.dwo", ".debug_liner"}) expect_reads(name, units);
   for (const char* const name : {".debug_lin", ".debug_info.dwo", ".debug_infos", ".rela.debug_line"}) {
-    const DebugObject object = line(units.contents, name);
-    Input in = object.open(Road::image, ByteOrder::big);
-    EXPECT_EQ(in.contents(DebugObject::index), encode(ByteOrder::big, object.contents).done()) << name;
+    Input in(Road::image, debug_object(other_order, name, units, ""));
+    EXPECT_EQ(in.contents(2), DwarfText(units, other_order).bytes()) << name;
     EXPECT_EQ(elf_errno(), 0);
   }
   // The strings of version 5 are no units.
-  expect_raw(line(
-      [](DwarfEncoder& e) { e.string("", "/usr/src").string("", "main.c").string("", "").string("", "b.h"); },
-      ".debug_line_str"));
+  expect_raw(".debug_line_str", "'/usr/src' 'main.c' '' 'b.h'");
 }
 
 }  // namespace

@@ -36,7 +36,6 @@ using ElfOwner = std::unique_ptr<Elf, EndElf>;
 class Input {
  public:
   Input(Road road, Bytes bytes) : original_(std::move(bytes)) {
-    elf_version(EV_CURRENT);
     elf_errno();
     if (road == Road::file) {
       file_ = std::make_unique<TempFile>(original_);
@@ -57,6 +56,10 @@ class Input {
   // The section and its first block.
   Elf_Scn* scn(size_t index) const { return elf_getscn(elf(), index); }
   Elf32_Shdr* shdr(size_t index) const { return elf32_getshdr(scn(index)); }
+  std::string name(size_t index) const {
+    const char* const found = elf_strptr(elf(), elf32_getehdr(elf())->e_shstrndx, shdr(index)->sh_name);
+    return found != nullptr ? found : "";
+  }
   Elf_Data* data(size_t index) const {
     Elf_Scn* const section = scn(index);
     return section != nullptr ? elf_getdata(section, nullptr) : nullptr;
@@ -98,33 +101,29 @@ struct OrderAndRoad {
 
 class EveryOrderAndRoad : public testing::TestWithParam<OrderAndRoad> {
  protected:
-  void SetUp() override {
-    elf_version(EV_CURRENT);
-    elf_errno();
-  }
-
   ByteOrder order() const { return GetParam().order; }
   Road road() const { return GetParam().road; }
-  bool foreign() const { return order() == ByteOrder::big; }
+  bool foreign() const { return order() == other_order; }
   bool by_image() const { return road() == Road::image; }
 
   ObjectBuilder builder() const { return ObjectBuilder(order()); }
   Emit emit() const { return Emit(order()); }
   // The same numbers as the host has them.
-  static Emit host() { return Emit(ByteOrder::little); }
+  static Emit host() { return Emit(host_order); }
   Input open(const Object& object) const { return Input(road(), object); }
   Input open(const Bytes& bytes) const { return Input(road(), bytes); }
 };
 
 inline std::string order_and_road_name(const testing::TestParamInfo<OrderAndRoad>& info) {
-  return std::string(info.param.order == ByteOrder::big ? "big" : "little") + "_" +
-         (info.param.road == Road::file ? "file" : "image");
+  return name_of(info.param.order) + std::string(info.param.road == Road::file ? "_file" : "_image");
 }
 
 inline constexpr OrderAndRoad every_order_and_road[] = {{ByteOrder::little, Road::file},
                                                         {ByteOrder::little, Road::image},
                                                         {ByteOrder::big, Road::file},
                                                         {ByteOrder::big, Road::image}};
+
+inline std::string order_name(const testing::TestParamInfo<ByteOrder>& info) { return name_of(info.param); }
 
 #define INSTANTIATE_EVERY_ORDER_AND_ROAD(fixture) \
   INSTANTIATE_TEST_SUITE_P(All, fixture, testing::ValuesIn(every_order_and_road), order_and_road_name)

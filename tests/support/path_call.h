@@ -6,9 +6,15 @@
 #include <vector>
 
 #include "fileaccess/path_canonicalize.h"
-#include "support/slow_paths.h"
 
 namespace ambielf::test {
+
+struct CanonicalPath {
+  unsigned status;
+  std::string text;  // empty unless the status is 0
+
+  bool operator==(const CanonicalPath&) const = default;
+};
 
 // `base` of NULL means the working directory.
 inline CanonicalPath canonical_path(const std::string& path, const char* base, int out_size = 260,

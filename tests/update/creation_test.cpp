@@ -1,25 +1,15 @@
-// Records and flags: what comes back, what is counted, and every refusal in its order.
+// Records and flags: what comes back, and what is counted.
 #include "update/new_object.h"
 
 namespace ambielf::test {
 namespace {
 
-class Creation : public testing::Test {
- protected:
-  void SetUp() override {
-    elf_version(EV_CURRENT);
-    elf_errno();
-  }
-};
-
-TEST_F(Creation, TheHeaderComesZeroedButForTheByteOrderAndOnlyOnceItsClassIsKnown) {
+TEST(Creation, TheHeaderComesZeroedButForTheByteOrderAndOnlyOnceItsClassIsKnown) {
   TempFile file;
   const ElfOwner elf(elf_begin(file.id(), ELF_C_WRITE, nullptr));
-  EXPECT_TRUE(failed(elf_newscn(elf.get()), nullptr, 44));
-  EXPECT_TRUE(failed(elf32_newphdr(elf.get()), nullptr, 44));
   Elf32_Ehdr* const header = elf32_newehdr(elf.get());
   Bytes expected(sizeof *header);
-  expected[EI_DATA] = ELFDATA2LSB;
+  expected[EI_DATA] = static_cast<unsigned char>(host_order);
   const unsigned char* const bytes = reinterpret_cast<const unsigned char*>(header);
   EXPECT_EQ(Bytes(bytes, bytes + sizeof *header), expected);
   EXPECT_TRUE(failed(elf32_newehdr(elf.get()), nullptr, 45));
@@ -27,25 +17,14 @@ TEST_F(Creation, TheHeaderComesZeroedButForTheByteOrderAndOnlyOnceItsClassIsKnow
   EXPECT_EQ(elf32_newehdr(elf.get()), header);
 }
 
-TEST_F(Creation, HeadersOfFilesAreHandedOutForChangeOnly) {
-  const Object object = ObjectBuilder(ByteOrder::big).section(".text", SHT_PROGBITS, "abcd").build();
-  const TempFile file(object.bytes);
+TEST(Creation, HeadersOfFilesAreHandedOutForChangeOnly) {
+  const TempFile file(ObjectBuilder(other_order).section(".text", SHT_PROGBITS, "abcd").build().bytes);
   const ElfOwner changed(elf_begin(file.id(), ELF_C_RDWR, nullptr));
   EXPECT_EQ(elf32_newehdr(changed.get()), elf32_getehdr(changed.get()));
   EXPECT_EQ(elf_update(changed.get(), ELF_C_WRITE), 1) << "handing out the header made the descriptor dirty";
-  const Input read(Road::file, object);
-  EXPECT_TRUE(failed(elf32_newehdr(read), nullptr, 39));
-  const Input image(Road::image, object);
-  EXPECT_TRUE(failed(elf32_newehdr(image), nullptr, 39));
-  EXPECT_TRUE(failed(elf_newscn(image), nullptr, 20));
-  EXPECT_TRUE(failed(elf_newdata(image.scn(1)), nullptr, 20));
-  EXPECT_TRUE(failed(elf32_newehdr(nullptr), nullptr, 32));
-  EXPECT_TRUE(failed(elf32_newphdr(nullptr), nullptr, 32));
-  EXPECT_TRUE(failed(elf_newscn(nullptr), nullptr, 32));
-  EXPECT_TRUE(failed(elf_newdata(nullptr), nullptr, 32));
 }
 
-TEST_F(Creation, TheFirstSectionBringsTheNullSection) {
+TEST(Creation, TheFirstSectionBringsTheNullSection) {
   const NewObject object;
   Elf_Scn* const first = elf_newscn(object);
   EXPECT_EQ(elf_ndxscn(first), 1u);
@@ -58,8 +37,8 @@ TEST_F(Creation, TheFirstSectionBringsTheNullSection) {
   EXPECT_EQ(elf_getscn(object, 2), second);
 }
 
-TEST_F(Creation, ASectionIsAddedBehindThoseOfTheFileLoadedOrNot) {
-  const TempFile file(ObjectBuilder(ByteOrder::big)
+TEST(Creation, ASectionIsAddedBehindThoseOfTheFileLoadedOrNot) {
+  const TempFile file(ObjectBuilder(other_order)
                           .section(".a", SHT_PROGBITS, "a")
                           .section(".b", SHT_PROGBITS, "b")
                           .build()
@@ -72,7 +51,7 @@ TEST_F(Creation, ASectionIsAddedBehindThoseOfTheFileLoadedOrNot) {
   EXPECT_STREQ(elf_strptr(elf.get(), 3, elf32_getshdr(elf_getscn(elf.get(), 2))->sh_name), ".b");
 }
 
-TEST_F(Creation, HeadersStopAtWhatSixteenBitsCount) {
+TEST(Creation, HeadersStopAtWhatSixteenBitsCount) {
   const NewObject object;
   size_t sections = 1;
   while (sections < 65535 && elf_newscn(object) != nullptr) ++sections;
@@ -87,7 +66,7 @@ TEST_F(Creation, HeadersStopAtWhatSixteenBitsCount) {
   EXPECT_EQ(object.header().e_phnum, 65535);
 }
 
-TEST_F(Creation, ProgramHeadersStayWhereTheyAreAsMoreAreAdded) {
+TEST(Creation, ProgramHeadersStayWhereTheyAreAsMoreAreAdded) {
   const NewObject object;
   Elf32_Phdr* const first = elf32_newphdr(object);
   first->p_vaddr = 0x1234;
@@ -96,7 +75,7 @@ TEST_F(Creation, ProgramHeadersStayWhereTheyAreAsMoreAreAdded) {
   EXPECT_EQ(object.header().e_phnum, 101);
 }
 
-TEST_F(Creation, ABlockComesEmptyAndLeavesTheDescriptorClean) {
+TEST(Creation, ABlockComesEmptyAndLeavesTheDescriptorClean) {
   NewObject object;
   object.names();
   ASSERT_GT(object.write(), 1);
@@ -107,7 +86,7 @@ TEST_F(Creation, ABlockComesEmptyAndLeavesTheDescriptorClean) {
   EXPECT_EQ(object.write(), 1);
 }
 
-TEST_F(Creation, FlagsAreCheckedInOrderAndComeBackAsTheyWere) {
+TEST(Creation, FlagsComeBackAsTheyWere) {
   NewObject object;
   Elf_Scn* const scn = object.section(1, SHT_PROGBITS);
   Elf_Data* const data = object.block(scn, "x");
@@ -121,18 +100,6 @@ TEST_F(Creation, FlagsAreCheckedInOrderAndComeBackAsTheyWere) {
   EXPECT_EQ(elf_flagdata(data, ELF_C_SET, 1), 1u);
   EXPECT_EQ(object.write(), 1) << "a section's or block's flag opened the gate";
 
-  EXPECT_TRUE(failed(elf_flagelf(nullptr, ELF_C_SET, 1), 0u, 32));
-  EXPECT_TRUE(failed(elf_flagehdr(nullptr, ELF_C_SET, 1), 0u, 32));
-  EXPECT_TRUE(failed(elf_flagscn(nullptr, ELF_C_SET, 1), 0u, 32));
-  EXPECT_TRUE(failed(elf_flagshdr(nullptr, ELF_C_SET, 1), 0u, 32));
-  EXPECT_TRUE(failed(elf_flagdata(nullptr, ELF_C_SET, 1), 0u, 32));
-  EXPECT_TRUE(failed(elf_flagelf(object, ELF_C_READ, 0), 0u, 66));
-  EXPECT_TRUE(failed(elf_flagscn(scn, ELF_C_SET, 2), 0u, 66));
-  EXPECT_TRUE(failed(elf_flagelf(object, ELF_C_READ, 1), 0u, 84));
-  EXPECT_TRUE(failed(elf_flagdata(data, ELF_C_NULL, 1), 0u, 84));
-  EXPECT_TRUE(failed(elf_flagscn(scn, ELF_C_SET, 5), 0u, 91));
-  EXPECT_TRUE(failed(elf_flagshdr(scn, ELF_C_SET, 4), 0u, 91));
-  EXPECT_TRUE(failed(elf_flagdata(data, ELF_C_SET, 5), 0u, 92));
   EXPECT_EQ(object.write(), 1);
   EXPECT_TRUE(failed(elf_flagehdr(object, ELF_C_SET, 5), 0u, 90));
   EXPECT_GT(object.write(), 1) << "the dirty flag was set before the layout flag was refused";

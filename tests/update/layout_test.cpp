@@ -56,18 +56,9 @@ TEST_F(Layout, FieldsForcedBeforeAFailureStayForced) {
   EXPECT_EQ(object.header().e_ident[EI_CLASS], ELFCLASS32);
   object.header().e_ident[EI_DATA] = 0;
   expect_failure(33);
-  EXPECT_EQ(object.header().e_ident[EI_DATA], ELFDATA2LSB);
+  EXPECT_EQ(object.header().e_ident[EI_DATA], static_cast<unsigned char>(host_order));
   EXPECT_EQ(object.header().e_version, 9u);
   EXPECT_EQ(object.header().e_ehsize, 0);
-}
-
-TEST_F(Layout, TheKindOfTheFileIsLookedAtFirst) {
-  const Input image(Road::image, ObjectBuilder(ByteOrder::little).build());
-  EXPECT_TRUE(failed(elf_update(image, ELF_C_NULL), -1, 9));
-  TempFile file;
-  const ElfOwner empty(elf_begin(file.id(), ELF_C_WRITE, nullptr));
-  EXPECT_TRUE(failed(elf_update(empty.get(), ELF_C_NULL), -1, 22));
-  EXPECT_TRUE(failed(elf_update(nullptr, ELF_C_NULL), -1, 32));
 }
 
 TEST_F(Layout, BlocksAndSectionsAlignToAnyNumber) {
@@ -186,7 +177,8 @@ TEST_F(Layout, SectionsThatAreNotLoadedCountButKeepTheirOldOffsets) {
   // 64 .a 67; 72 .bss; 72 .b 74; 74 .shstrtab with 22 bytes: "", ".a", ".bss", ".b", ".shstrtab".
   EXPECT_EQ(elf_update(elf.get(), ELF_C_NULL), 96 + 5 * 40);
   Elf32_Shdr* const table = elf32_getshdrtab(elf.get());
-  EXPECT_EQ(reinterpret_cast<unsigned char*>(&table[1].sh_offset)[3], built.offsets[1]);
+  EXPECT_EQ(reinterpret_cast<unsigned char*>(&table[1].sh_offset)[3],
+            built.offsets[1]);  // the copy is in file order
   elf32_freeshdrtab(table);
   EXPECT_EQ(file.position(), 0);
   elf_flagelf(elf.get(), ELF_C_SET, ELF_F_LAYOUT);

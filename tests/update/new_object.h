@@ -10,9 +10,7 @@ namespace ambielf::test {
 
 class NewObject {
  public:
-  explicit NewObject(ByteOrder order = ByteOrder::little) {
-    elf_version(EV_CURRENT);
-    elf_errno();
+  explicit NewObject(ByteOrder order = host_order) {
     elf_.reset(elf_begin(file_.id(), ELF_C_WRITE, nullptr));
     elf32_newehdr(elf())->e_ident[EI_DATA] = static_cast<unsigned char>(order);
   }
@@ -20,8 +18,8 @@ class NewObject {
   Elf* elf() const { return elf_.get(); }
   operator Elf*() const { return elf(); }
   Elf32_Ehdr& header() const { return *elf32_getehdr(elf()); }
-  const TempFile& file() const { return file_; }
   TempFile& file() { return file_; }
+  const TempFile& file() const { return file_; }
 
   // A section without blocks; a name of 0 makes it count as the null section.
   Elf_Scn* section(uint32_t name, uint32_t type) {
@@ -61,15 +59,6 @@ class NewObject {
   std::list<Bytes> buffers_;
   ElfOwner elf_;
 };
-
-inline std::string order_name(const testing::TestParamInfo<ByteOrder>& info) {
-  return info.param == ByteOrder::big ? "big" : "little";
-}
-
-inline Bytes bytes_at(const Bytes& file, size_t offset, size_t size) {
-  const auto start = file.begin() + static_cast<long>(offset);
-  return {start, start + static_cast<long>(size)};
-}
 
 }  // namespace ambielf::test
 

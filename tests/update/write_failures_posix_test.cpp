@@ -37,10 +37,7 @@ class FailedWrite : public testing::Test {
     object.names();
     total = object.layout();
   }
-  void expect_failure(int code) {
-    elf_errno();
-    EXPECT_TRUE(failed(object.write(), -1, code));
-  }
+  void expect_failure(int code) { EXPECT_TRUE(failed(object.write(), -1, code)); }
   void expect_success() {
     object.file().seek(0);
     ASSERT_EQ(object.write(), total);
@@ -110,7 +107,6 @@ TEST(FailedRewrite, OldContentsThatCannotBeReadStopTheWriteBeforeTheyAreLost) {
                             .section(".b", SHT_PROGBITS, "bbbb")
                             .build();
   const TempFile file(object.bytes);
-  elf_version(EV_CURRENT);
   const ElfOwner elf(elf_begin(file.id(), ELF_C_RDWR, nullptr));
   elf_flagelf(elf.get(), ELF_C_SET, ELF_F_DIRTY);
   {
@@ -126,7 +122,6 @@ TEST(FailedRewrite, OldContentsThatCannotBeReadStopTheWriteBeforeTheyAreLost) {
 TEST(FailedRewrite, FilesOpenedForAppendingKeepTheirOldBytes) {
   const Object object = ObjectBuilder(ByteOrder::little).section(".a", SHT_PROGBITS, "aaaa").build();
   const TempFile file(object.bytes);
-  elf_version(EV_CURRENT);
   const Replaced appending(file.id(), file.path().c_str(), O_RDWR | O_APPEND);
   const ElfOwner elf(elf_begin(file.id(), ELF_C_RDWR, nullptr));
   elf_flagelf(elf.get(), ELF_C_SET, ELF_F_DIRTY);

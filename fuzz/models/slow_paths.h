@@ -1,20 +1,15 @@
 // The rules of canonical paths stated a second time, as plainly as they can be: a path is a list of
 // components, each with the separator before it. What path_canonicalize gives is compared with this.
-#ifndef AMBIELF_TESTS_SUPPORT_SLOW_PATHS_H
-#define AMBIELF_TESTS_SUPPORT_SLOW_PATHS_H
+#ifndef AMBIELF_FUZZ_MODELS_SLOW_PATHS_H
+#define AMBIELF_FUZZ_MODELS_SLOW_PATHS_H
 
 #include <cstddef>
 #include <string>
 #include <vector>
 
+#include "support/path_call.h"
+
 namespace ambielf::test {
-
-struct CanonicalPath {
-  unsigned status;
-  std::string text;  // empty unless the status is 0
-
-  bool operator==(const CanonicalPath&) const = default;
-};
 
 inline bool is_ascii_letter(char byte) {
   return (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z');

@@ -1,7 +1,7 @@
 // What the library answers about an open object, as text: two roads to the same bytes are held against each
 // other by it.
-#ifndef AMBIELF_TESTS_SUPPORT_DESCRIBE_H
-#define AMBIELF_TESTS_SUPPORT_DESCRIBE_H
+#ifndef AMBIELF_FUZZ_MODELS_DESCRIBE_H
+#define AMBIELF_FUZZ_MODELS_DESCRIBE_H
 
 #include <ambielf/ambielf.h>
 
@@ -16,7 +16,8 @@ inline constexpr size_t most_sections = 200;
 
 class Describe {
  public:
-  // `input_size` bounds what is looked at of a block: its further bytes are not in the input.
+  // `input_size` bounds what is looked at of a block: its further bytes are not in the input. Where the object begins in
+  // its file is not described.
   Describe(Elf* elf, size_t input_size) : elf_(elf), input_size_(input_size) {}
 
   std::string all() {
@@ -25,7 +26,7 @@ class Describe {
     if (header == nullptr) return line("no header");
     Elf32_Ehdr h;  // in an image it may lie at any address
     std::memcpy(&h, header, sizeof h);
-    line("header " + hash(&h, sizeof h) + " base " + std::to_string(elf_getbase(elf_)));
+    line("header " + hash(&h, sizeof h));
     table(elf32_getphdr(elf_), h.e_phnum * sizeof(Elf32_Phdr));
     table(elf32_getshdrtab(elf_), h.e_shnum * sizeof(Elf32_Shdr));
     for (size_t i = 0; i <= std::min<size_t>(h.e_shnum, most_sections); ++i) section(i, h.e_shstrndx);

@@ -1,6 +1,6 @@
 // MemoryFile: one file whose contents are set over and over, for fuzzing.
-#ifndef AMBIELF_TESTS_SUPPORT_MEMORY_FILE_H
-#define AMBIELF_TESTS_SUPPORT_MEMORY_FILE_H
+#ifndef AMBIELF_FUZZ_MODELS_MEMORY_FILE_H
+#define AMBIELF_FUZZ_MODELS_MEMORY_FILE_H
 
 #include <cstdio>
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // A slow statement of how an archive is read: one small read for each word, in the order in which the format's rules
 // are told, with a cursor over the bytes. Tests compare the library with it.
-#ifndef AMBIELF_TESTS_SUPPORT_SLOW_ARCHIVE_H
-#define AMBIELF_TESTS_SUPPORT_SLOW_ARCHIVE_H
+#ifndef AMBIELF_FUZZ_MODELS_SLOW_ARCHIVE_H
+#define AMBIELF_FUZZ_MODELS_SLOW_ARCHIVE_H
 
 #include <algorithm>
 #include <array>
