@@ -8,6 +8,7 @@ endif()
 set(scripts ${PROJECT_SOURCE_DIR}/scripts)
 add_test(NAME check/headers COMMAND ${scripts}/check-headers)
 add_test(NAME check/includes COMMAND ${scripts}/check-includes)
+add_test(NAME check/test_share COMMAND ${scripts}/check-test-share)
 add_test(NAME check/documents COMMAND ${scripts}/check-documents)
 # Runs after all tests, each of which adds to the list.
 add_test(NAME check/reported_codes COMMAND ${scripts}/check-reported-codes ${reported_codes})
