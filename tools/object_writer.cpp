@@ -94,6 +94,11 @@ ObjectWriter::ObjectWriter(const Object& in)
   check_sections();
 }
 
+std::string_view ObjectWriter::old_bytes(Range range) const {
+  if (range.begin >= file().size()) return {};
+  return file().substr(static_cast<size_t>(range.begin), static_cast<size_t>(range.end - range.begin));
+}
+
 std::string_view ObjectWriter::old_contents(size_t index) const { return old_bytes(old_range(index)); }
 
 std::string_view ObjectWriter::name(size_t index, size_t most) const {
@@ -132,6 +137,8 @@ ObjectWriter::Range ObjectWriter::old_range(size_t index) const {
 }
 
 void ObjectWriter::check_tables() const {
+  // The library reads what a file lacks of its header as zeros.
+  if (file().size() < sizeof(Elf32_Ehdr)) throw Refusal("ends inside its ELF header");
   const auto check = [this](const char* name, unsigned count, unsigned size, size_t wanted, uint64_t offset) {
     if (count == 0) return;
     if (size != wanted) {
@@ -278,7 +285,7 @@ void ObjectWriter::write_movable(PieceWriter& out, const std::vector<Item>& item
     if (is_replaced || bytes.empty()) continue;
     // The filler of an alignment goes out with its neighbours; what else nobody writes reads as zeros.
     if (item.offset > at && item.offset - at < largest_filler) {
-      out.write_at(at, std::string(item.offset - at, '\0'));
+      out.write_at(at, std::string(static_cast<size_t>(item.offset - at), '\0'));
     }
     out.write_at(item.offset, bytes);
     at = item.offset + bytes.size();

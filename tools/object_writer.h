@@ -73,9 +73,8 @@ class ObjectWriter {
   };
 
   std::string_view file() const { return file_.view(); }
-  std::string_view old_bytes(Range range) const {
-    return file().substr(range.begin, range.end - range.begin);
-  }
+  // Empty for a range behind the end of the file.
+  std::string_view old_bytes(Range range) const;
   bool has_segments() const { return header_.e_phnum != 0; }
   Range table_range() const;
   Range old_range(size_t index) const;

@@ -140,6 +140,11 @@ TEST_P(Rewrite, WhatCannotBeDoneRightIsRefusedAndLeavesOutAsItWas) {
   const auto past_the_end = [](ByteOrder order) {
     return ObjectBuilder(order).section("a", SHT_PROGBITS, "1234", {.size = 0xfffffff0});
   };
+  const auto names_past_the_end = [](ByteOrder order) {
+    return ObjectBuilder(order)
+        .section("names", SHT_STRTAB, "", {.offset = 0xfffffff0, .size = 8})
+        .header([](Elf32_Ehdr& header) { header.e_shstrndx = 1; });
+  };
   const auto wide = [](ByteOrder order) {
     return relocatable(order).header([](Elf32_Ehdr& header) { header.e_ident[EI_CLASS] = ELFCLASS64; });
   };
@@ -159,6 +164,7 @@ TEST_P(Rewrite, WhatCannotBeDoneRightIsRefusedAndLeavesOutAsItWas) {
       {program, "remove --section .text", "section 1 (.text) is part of what the program has in memory"},
       {overlapping, "copy", "section 1 (a) and section 2 (b) share bytes of the file"},
       {past_the_end, "copy", "section 1 (a) ends past the file"},
+      {names_past_the_end, "copy", "section 1 ends past the file"},
       {wide, "copy", "64 bits"},
       {extended, "strip -g", "extended numbering"},
   };
