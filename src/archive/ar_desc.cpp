@@ -26,10 +26,7 @@ int64_t ArDesc::initialize() {
   } else if (file_desc->kind != ELF_K_AR) {
     code = ERR_WRONG_FILE_TYPE;
   }
-  if (code != ERR_NONE) {
-    elf_set_error(code);
-    return -1;
-  }
+  if (code != ERR_NONE) return minus_one_after(code);
   if (platform::seek(file_desc->file_id, magic_size) == -1) {
     elf_seek_error(errno);
     return -1;
@@ -48,10 +45,7 @@ int64_t ArDesc::read_symbol_table(HeaderWindow& window) {
   Elf_Arhdr header{};
   std::pmr::monotonic_buffer_resource names(std::pmr::new_delete_resource());
   const int64_t contents = readArHdr(window, names, magic_size, header);
-  if (contents < 0) {
-    elf_set_error(ERR_AR_SYMBOL_TABLE);
-    return -1;
-  }
+  if (contents < 0) return minus_one_after(ERR_AR_SYMBOL_TABLE);
   if (header.ar_rawname[0] != '/' || header.ar_rawname[1] == '/') return magic_size;
 
   symtab = make_or_report<ArSymTab>(ERR_MEMORY, this);
@@ -81,8 +75,7 @@ bool ArDesc::read_members(HeaderWindow& window, uint64_t offset) {
     const int64_t next = member.initialize(window, offset);
     // A negative size must not lead backwards, or the walk would never end.
     if (next < int64_t{member.data_offset}) {
-      elf_set_error(ERR_AR_MEMBER);
-      return false;
+      return false_after(ERR_AR_MEMBER);
     }
     if (members.size() == members.capacity()) make_room();
     members.push_back(std::move(member));
@@ -117,15 +110,13 @@ ArMember* ArDesc::member_at(uint64_t offset) {
 ArMember* ArDesc::first_or_next_member(const ArMember* member) {
   if (member == nullptr) {
     if (!members.empty()) return members.data();
-    elf_set_error(ERR_AR_EMPTY);
-    return nullptr;
+    return null_after(ERR_AR_EMPTY);
   }
   const std::less<> before;
   const bool in_list = !before(member, members.data()) && before(member, members.data() + members.size());
   const size_t next = in_list ? static_cast<size_t>(member - members.data()) + 1 : members.size();
   if (next < members.size()) return &members[next];
-  elf_set_error(ERR_AR_NO_MEMBER);
-  return nullptr;
+  return null_after(ERR_AR_NO_MEMBER);
 }
 
 }  // namespace ambielf

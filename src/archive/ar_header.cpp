@@ -32,10 +32,7 @@ int64_t name_field_size(HeaderWindow& window, uint64_t offset) {
   for (;;) {
     const int64_t got = window.read(offset + static_cast<uint64_t>(size), word.data(), word.size());
     if (got < 0) return -1;
-    if (got == 0) {
-      elf_set_error(ERR_END_OF_FILE);
-      return -1;
-    }
+    if (got == 0) return minus_one_after(ERR_END_OF_FILE);
     if (named && word != padding) return size;
     named = named || shows_slash(word);
     size += static_cast<int64_t>(word.size());

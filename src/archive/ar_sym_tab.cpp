@@ -15,35 +15,21 @@ int64_t ArSymTab::initialize(uint64_t offset, int64_t size) {
   const FileDesc& file = *ar_desc->file_desc;
   constexpr uint64_t number_size = sizeof(uint32_t);
   const uint64_t bytes = size < 0 ? 0 : static_cast<uint64_t>(size);
-  if (bytes < number_size || !fits(offset, bytes, file.file_size)) {
-    elf_set_error(ERR_AR_SYMBOL_TABLE);
-    return -1;
-  }
+  if (bytes < number_size || !fits(offset, bytes, file.file_size))
+    return minus_one_after(ERR_AR_SYMBOL_TABLE);
   contents_ = zeroed_block(bytes);
-  if (!contents_) {
-    elf_set_error(ERR_MEMORY);
-    return -1;
-  }
+  if (!contents_) return minus_one_after(ERR_MEMORY);
   const int64_t got = platform::read_at(file.file_id, offset, contents_.get(), bytes);
-  if (got < 0) {
-    elf_set_error(ERR_READ);
-    return -1;
-  }
+  if (got < 0) return minus_one_after(ERR_READ);
   count = number_at(0);
   // Each name takes at least one byte, so the memory for the entries is in proportion to the table's size.
-  if (static_cast<uint64_t>(got) < bytes || number_size + (number_size + 1) * count > bytes) {
-    elf_set_error(ERR_AR_SYMBOL_TABLE);
-    return -1;
-  }
+  if (static_cast<uint64_t>(got) < bytes || number_size + (number_size + 1) * count > bytes)
+    return minus_one_after(ERR_AR_SYMBOL_TABLE);
   entries.reset(new (std::nothrow) Elf_Arsym[count]());
-  if (!entries) {
-    elf_set_error(ERR_MEMORY);
-    return -1;
-  }
+  if (!entries) return minus_one_after(ERR_MEMORY);
   for (uint32_t i = 0; i < count; ++i) entries[i].as_off = number_at(number_size * (uint64_t{i} + 1));
   if (!read_names(number_size * (uint64_t{count} + 1), bytes)) {
-    elf_set_error(ERR_AR_SYMBOL_TABLE);
-    return -1;
+    return minus_one_after(ERR_AR_SYMBOL_TABLE);
   }
   return static_cast<int64_t>(offset + bytes);
 }

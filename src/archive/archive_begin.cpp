@@ -47,21 +47,12 @@ Elf* begin_member(int fildes, Elf_Cmd cmd, Elf& ref) {
     elf_seek_error(errno);
     return nullptr;
   }
-  if (!ref.ar_desc) {
-    elf_set_error(ERR_AR_DESCRIPTOR);
-    return nullptr;
-  }
+  if (!ref.ar_desc) return null_after(ERR_AR_DESCRIPTOR);
   ArMember* const member = ref.ar_desc->member_at(static_cast<uint64_t>(position));
-  if (member == nullptr) {
-    elf_set_error(ERR_AR_NO_MEMBER);
-    return nullptr;
-  }
+  if (member == nullptr) return null_after(ERR_AR_NO_MEMBER);
   Elf* const elf = member->elf ? member->elf.get() : make_member_elf(*member, cmd);
   if (elf == nullptr) return nullptr;
-  if (elf->ref_count == UINT16_MAX) {
-    elf_set_error(ERR_NEW_DESCRIPTOR);
-    return nullptr;
-  }
+  if (elf->ref_count == UINT16_MAX) return null_after(ERR_NEW_DESCRIPTOR);
   ++elf->ref_count;
   return elf;
 }

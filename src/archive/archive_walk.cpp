@@ -12,29 +12,19 @@ using namespace ambielf;
 
 Elf_Arhdr* elf_getarhdr(Elf* elf) {
   if (elf != nullptr && !elf_magic.check()) return nullptr;
-  if (elf == nullptr || elf->ar_member == nullptr) {
-    elf_set_error(ERR_AR_HEADER);
-    return nullptr;
-  }
+  if (elf == nullptr || elf->ar_member == nullptr) return null_after(ERR_AR_HEADER);
   return &elf->ar_member->header;
 }
 
 Elf_Arsym* elf_getarsym(Elf* elf, size_t* count) {
-  if (elf == nullptr) {
-    elf_set_error(ERR_NULL_PARAMETER);
-    return nullptr;
-  }
+  if (elf == nullptr) return null_after(ERR_NULL_PARAMETER);
   if (!elf_magic.check()) return nullptr;
   if (!elf->ar_desc) {
     if (count != nullptr) *count = 0;
-    elf_set_error(ERR_AR_DESCRIPTOR);
-    return nullptr;
+    return null_after(ERR_AR_DESCRIPTOR);
   }
   const ArSymTab* const symtab = elf->ar_desc->symtab.get();
-  if (symtab == nullptr) {
-    elf_set_error(ERR_AR_NO_SYMBOL_TABLE);
-    return nullptr;
-  }
+  if (symtab == nullptr) return null_after(ERR_AR_NO_SYMBOL_TABLE);
   if (count != nullptr) *count = symtab->count;
   return symtab->entries.get();
 }

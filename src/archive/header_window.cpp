@@ -23,8 +23,7 @@ constexpr uint64_t near_headers = 2048;
 bool HeaderWindow::initialize() {
   bytes_ = zeroed_block(large_window);
   if (bytes_) return true;
-  elf_set_error(ERR_MEMORY);
-  return false;
+  return false_after(ERR_MEMORY);
 }
 
 void HeaderWindow::at_header(uint64_t offset) {

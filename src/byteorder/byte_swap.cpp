@@ -98,15 +98,9 @@ void ByteSwap::swapSdb(void* record) {
 }
 
 int32_t ByteSwap::swapRecord(void* record, DestBuffer& destination, uint32_t type, uint32_t size) {
-  if (record == nullptr || type > greatest_data_type) {
-    elf_set_error(ERR_DESCRIPTOR_TYPE);
-    return -1;
-  }
+  if (record == nullptr || type > greatest_data_type) return minus_one_after(ERR_DESCRIPTOR_TYPE);
   const RecordLayout& layout = record_layout(type);
-  if (!layout.swappable) {
-    elf_set_error(ERR_NO_SWAP_RULE);
-    return -1;
-  }
+  if (!layout.swappable) return minus_one_after(ERR_NO_SWAP_RULE);
   if (!destination.differsFrom(record)) {
     unsigned char* const bytes = static_cast<unsigned char*>(record);
     swap_block(bytes, bytes, 1, type);

@@ -5,7 +5,6 @@
 // file position moves as if its contents had been read, but nothing is read.
 #include <algorithm>
 #include <cstring>
-#include <optional>
 #include <string>
 
 #include "byteorder/data_types.h"
@@ -16,27 +15,6 @@
 using namespace ambielf;
 
 namespace {
-
-// Restores a section header after a load. sh_type changes only during the load. A narrowed section keeps its new size
-// and entry size, unless the load fails: then the next attempt must find the old ones.
-class HeaderEdit {
- public:
-  explicit HeaderEdit(Elf32_Shdr& shdr) : shdr_(shdr), before_(shdr) {}
-  ~HeaderEdit() {
-    shdr_.sh_type = before_.sh_type;
-    if (kept_) return;
-    shdr_.sh_size = before_.sh_size;
-    shdr_.sh_entsize = before_.sh_entsize;
-  }
-  HeaderEdit(const HeaderEdit&) = delete;
-  HeaderEdit& operator=(const HeaderEdit&) = delete;
-  void keep() { kept_ = true; }
-
- private:
-  Elf32_Shdr& shdr_;
-  Elf32_Shdr before_;
-  bool kept_ = false;
-};
 
 // Compilers and linkers give other meanings to the types of line numbers, COFF symbols and their relocations. A section
 // of such a type that occupies memory in the running program holds addresses or relative relocations
@@ -52,7 +30,19 @@ class SectionLoad {
         found_(scn.found),
         elf_(*scn.elf),
         shdr_(*scn.shdr),
+        before_(*scn.shdr),
         has_name_(scn.index != elf_.name_table()) {}
+  // sh_type changes only during the load. A narrowed section keeps its new size and entry size, unless the load fails:
+  // then the next attempt must find the old ones.
+  ~SectionLoad() {
+    if (!edited_) return;
+    shdr_.sh_type = before_.sh_type;
+    if (loaded_) return;
+    shdr_.sh_size = before_.sh_size;
+    shdr_.sh_entsize = before_.sh_entsize;
+  }
+  SectionLoad(const SectionLoad&) = delete;
+  SectionLoad& operator=(const SectionLoad&) = delete;
   bool run();
 
  private:
@@ -70,11 +60,13 @@ class SectionLoad {
   FoundContents& found_;
   Elf& elf_;
   Elf32_Shdr& shdr_;
+  const Elf32_Shdr before_;
   const bool has_name_;
+  bool edited_ = false;
+  bool loaded_ = false;
   bool passed_over_ = false;
   TableString name_;
   SectionKind kind_ = SectionKind::plain;
-  std::optional<HeaderEdit> edit_;
 };
 
 bool SectionLoad::run() {
@@ -82,10 +74,7 @@ bool SectionLoad::run() {
   if (!settle_type()) return false;
   const uint32_t size = shdr_.sh_size;
   found_.present = static_cast<uint32_t>(present_bytes(shdr_.sh_offset, size, elf_.object_size()));
-  if (!elf_.afford_contents(size, found_.present)) {
-    elf_set_error(ERR_MEMORY);
-    return false;
-  }
+  if (!elf_.afford_contents(size, found_.present)) return false_after(ERR_MEMORY);
   if (!locate()) return false;
   const uint32_t present = found_.present;
   if (!narrow_coff()) return false;
@@ -107,8 +96,7 @@ bool SectionLoad::run() {
     return false;
   }
   elf_.count_contents(size, present);
-  if (edit_) edit_->keep();
-  return true;
+  return loaded_ = true;
 }
 
 // Loads the name table if that has not happened yet, and finds the section's name. In a file of the host's byte order
@@ -153,7 +141,7 @@ bool SectionLoad::fetch_name() {
 // their offsets refer to wider records. False after 28 if the type is unknown.
 bool SectionLoad::settle_type() {
   if (elf_.foreign() && kind_ == SectionKind::line_relocations) {
-    edit_.emplace(shdr_);
+    edited_ = true;
     shdr_.sh_type = elf_.encoding() == ELFDATA2LSB ? SHT_RELA_LNNO_UP : SHT_RELA_LNNO_DOWN;
   }
   if (shdr_.sh_type <= greatest_section_type) return true;
@@ -181,10 +169,7 @@ bool SectionLoad::read_into_block() {
   const uint64_t size = shdr_.sh_size;
   const bool whole = found_.present == size;
   MemoryBlock block = whole ? unset_block(size + 1) : zeroed_block(size + 1);
-  if (!block) {
-    elf_set_error(ERR_MEMORY);
-    return false;
-  }
+  if (!block) return false_after(ERR_MEMORY);
   unsigned char* const bytes = block.get();
   const int64_t got = passed_over_ ? elf_.peek_object(shdr_.sh_offset, bytes, size)
                                    : elf_.read_object(shdr_.sh_offset, bytes, size);
@@ -215,10 +200,7 @@ bool SectionLoad::narrow(uint32_t sh_type, uint32_t source_record, uint32_t targ
   const uint32_t count = shdr_.sh_size / source_record;
   const uint32_t copied = std::min(source_record, target_record);
   MemoryBlock block = zeroed_block(uint64_t{count} * target_record + 1);
-  if (!block) {
-    elf_set_error(ERR_MEMORY);
-    return false;
-  }
+  if (!block) return false_after(ERR_MEMORY);
   unsigned char* const bytes = block.get();
   const uint32_t present_records = (found_.present + source_record - 1) / source_record;
   const uint32_t records = std::min(count, present_records);
@@ -226,7 +208,7 @@ bool SectionLoad::narrow(uint32_t sh_type, uint32_t source_record, uint32_t targ
     std::memcpy(bytes + size_t{i} * target_record, found_.buf + size_t{i} * source_record, copied);
   }
   if (!scn_.keep_block(std::move(block))) return false;
-  edit_.emplace(shdr_);
+  edited_ = true;
   shdr_.sh_type = sh_type;
   shdr_.sh_size = count * target_record;
   shdr_.sh_entsize = target_record;
@@ -254,4 +236,7 @@ bool SectionLoad::ask_controller() {
 
 }  // namespace
 
-bool ambielf::load_contents(Elf_Scn& scn) { return SectionLoad(scn).run(); }
+// The blocks of a new file come from elf_newdata.
+bool ambielf::load_contents(Elf_Scn& scn) {
+  return scn.elf->command == ELF_C_WRITE || SectionLoad(scn).run();
+}

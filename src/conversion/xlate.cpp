@@ -12,21 +12,17 @@ using namespace ambielf;
 
 namespace {
 
-Elf_Data* fail(int code) {
-  elf_set_error(code);
-  return nullptr;
-}
-
 Elf_Data* xlate(Elf_Data* dst, const Elf_Data* src, unsigned encoding, bool to_file) {
-  if (dst == nullptr || src == nullptr) return fail(ERR_NULL_PARAMETER);
+  if (dst == nullptr || src == nullptr) return null_after(ERR_NULL_PARAMETER);
   if (!data_desc_magic.check()) return nullptr;
-  if (dst->d_size < src->d_size) return fail(ERR_BUFFER_SIZES);
-  if (encoding != ELFDATA2LSB && encoding != ELFDATA2MSB) return fail(ERR_ENCODING);
+  if (dst->d_size < src->d_size) return null_after(ERR_BUFFER_SIZES);
+  if (encoding != ELFDATA2LSB && encoding != ELFDATA2MSB) return null_after(ERR_ENCODING);
   const DataDesc* const block = DataDesc::of(src);
-  if (block->scn == nullptr) return fail(ERR_NULL_SECTION);
-  if (block->scn->elf == nullptr) return fail(ERR_NULL_DESCRIPTOR);
-  if (block->scn->elf->ehdr == nullptr) return fail(ERR_NULL_EHDR);
-  if (src->d_size != 0 && (src->d_buf == nullptr || dst->d_buf == nullptr)) return fail(ERR_NULL_PARAMETER);
+  if (block->scn == nullptr) return null_after(ERR_NULL_SECTION);
+  if (block->scn->elf == nullptr) return null_after(ERR_NULL_DESCRIPTOR);
+  if (block->scn->elf->ehdr == nullptr) return null_after(ERR_NULL_EHDR);
+  if (src->d_size != 0 && (src->d_buf == nullptr || dst->d_buf == nullptr))
+    return null_after(ERR_NULL_PARAMETER);
 
   if (encoding == elf_host_encoding()) {
     if (dst->d_buf != src->d_buf && src->d_size != 0) {

@@ -11,15 +11,13 @@ namespace ambielf {
 // False after 32 or 70.
 inline bool usable(const Elf* elf) {
   if (elf != nullptr) return elf_magic.check();
-  elf_set_error(ERR_NULL_PARAMETER);
-  return false;
+  return false_after(ERR_NULL_PARAMETER);
 }
 
 // False after 32 or 71.
 inline bool usable(const Elf_Scn* scn) {
   if (scn != nullptr) return elf_scn_magic.check();
-  elf_set_error(ERR_NULL_PARAMETER);
-  return false;
+  return false_after(ERR_NULL_PARAMETER);
 }
 
 // False after 44.

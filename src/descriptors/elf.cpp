@@ -4,9 +4,9 @@
 #include <cerrno>
 #include <cstring>
 
+#include "descriptors/argument_checks.h"
 #include "frame/checked.h"
 #include "frame/error.h"
-#include "frame/magic.h"
 #include "frame/make.h"
 #include "platform/platform.h"
 
@@ -52,40 +52,21 @@ int32_t Elf::swap(void* record, DestBuffer& destination, uint32_t type, uint32_t
 
 Elf32_Shdr* Elf::get_shdr(size_t index) const {
   if (index < shdrs.size()) return shdrs[index];
-  elf_set_error(ERR_NO_SECTION);
-  return nullptr;
+  return null_after(ERR_NO_SECTION);
 }
 
 Elf_Scn* Elf::load_scn(size_t index) {
-  if (index >= shdrs.size()) {
-    elf_set_error(ERR_NO_SECTION);
-    return nullptr;
-  }
-  if (cntl_command != ELF_C_NULL) {
-    elf_set_error(ERR_FDDONE_FDREAD);
-    return nullptr;
-  }
-  if (scns.is_being_made(index)) {
-    elf_set_error(ERR_NO_SECTION);
-    return nullptr;
-  }
+  if (index >= shdrs.size()) return null_after(ERR_NO_SECTION);
+  if (cntl_command != ELF_C_NULL) return null_after(ERR_FDDONE_FDREAD);
+  if (scns.is_being_made(index)) return null_after(ERR_NO_SECTION);
   SectionTable::Candidate scn = scns.make(this, index);
-  if (!scn) {
-    elf_set_error(ERR_MEMORY);
-    return nullptr;
-  }
-  return scn->initialize() ? scns.enter(std::move(scn)) : nullptr;
+  if (!scn) return null_after(ERR_MEMORY);
+  return scn->initialize(shdrs[index]) ? scns.enter(std::move(scn)) : nullptr;
 }
 
 bool Elf::load_all() {
-  if (cntl_command == ELF_C_FDDONE || cntl_command == ELF_C_FDREAD) {
-    elf_set_error(ERR_FDDONE_FDREAD);
-    return false;
-  }
-  if (command == ELF_C_WRITE) {
-    elf_set_error(ERR_READ_DENIED);
-    return false;
-  }
+  if (cntl_command == ELF_C_FDDONE || cntl_command == ELF_C_FDREAD) return false_after(ERR_FDDONE_FDREAD);
+  if (command == ELF_C_WRITE) return false_after(ERR_READ_DENIED);
   if (ar_desc) return load_all_members(*this);
   // The null section is not loaded.
   for (size_t index = 1; index < shdrs.size(); ++index) {
@@ -209,33 +190,16 @@ bool Elf::make_header_block() {
 int ambielf::default_read_swap_controller(const Elf32_Shdr*, const char*) { return ELF_SWAP_TO_HOST; }
 
 int elf_end(Elf* elf) {
-  if (elf == nullptr) {
-    elf_set_error(ERR_NULL_PARAMETER);
-    return -1;
-  }
-  if (!elf_magic.check()) return -1;
+  if (!usable(elf)) return -1;
   if (elf->ref_count > 1) return --elf->ref_count;
-  if (elf->ar_member != nullptr) {
-    // The last reference to a member belongs to its archive.
-    elf_set_error(ERR_DESCRIPTOR_TYPE);
-    return -1;
-  }
+  // The last reference to a member belongs to its archive.
+  if (elf->ar_member != nullptr) return minus_one_after(ERR_DESCRIPTOR_TYPE);
   delete elf;
   return 0;
 }
 
-Elf_Kind elf_kind(Elf* elf) {
-  if (elf == nullptr) {
-    elf_set_error(ERR_NULL_PARAMETER);
-    return ELF_K_NONE;
-  }
-  return elf_magic.check() ? elf->kind : ELF_K_NONE;
-}
+Elf_Kind elf_kind(Elf* elf) { return usable(elf) ? elf->kind : ELF_K_NONE; }
 
 Elf32_Ehdr* elf32_getehdr(Elf* elf) {
-  if (elf == nullptr) {
-    elf_set_error(ERR_NULL_PARAMETER);
-    return nullptr;
-  }
-  return elf_magic.check() ? reinterpret_cast<Elf32_Ehdr*>(elf->ehdr) : nullptr;
+  return usable(elf) ? reinterpret_cast<Elf32_Ehdr*>(elf->ehdr) : nullptr;
 }

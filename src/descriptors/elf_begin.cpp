@@ -31,10 +31,7 @@ Elf* begin_fresh(int fildes, Elf_Cmd cmd) {
   const Elf_Kind kind = input->initialize();
   if (kind == ELF_K_NONE) return nullptr;
   if (kind == ELF_K_AR) {
-    if (cmd == ELF_C_RDWR) {
-      elf_set_error(ERR_AR_WRITE);
-      return nullptr;
-    }
+    if (cmd == ELF_C_RDWR) return null_after(ERR_AR_WRITE);
     return begin_archive(std::move(input), cmd);
   }
   std::unique_ptr<Elf> elf = make_stand_alone(std::move(input), cmd);
@@ -48,14 +45,8 @@ Elf* begin_fresh(int fildes, Elf_Cmd cmd) {
 
 // Another reference to a stand-alone descriptor.
 Elf* begin_again(Elf& ref, Elf_Cmd cmd) {
-  if (cmd == ELF_C_RDWR && ref.command != ELF_C_RDWR) {
-    elf_set_error(ERR_RDWR_ACCESS);
-    return nullptr;
-  }
-  if (ref.ref_count == UINT16_MAX) {
-    elf_set_error(ERR_NEW_DESCRIPTOR);
-    return nullptr;
-  }
+  if (cmd == ELF_C_RDWR && ref.command != ELF_C_RDWR) return null_after(ERR_RDWR_ACCESS);
+  if (ref.ref_count == UINT16_MAX) return null_after(ERR_NEW_DESCRIPTOR);
   ++ref.ref_count;
   return &ref;
 }
@@ -65,15 +56,9 @@ Elf* begin_again(Elf& ref, Elf_Cmd cmd) {
 Elf* elf_begin(int fildes, Elf_Cmd cmd, Elf* ref) {
   return guard<Elf*>(nullptr, [&]() -> Elf* {
     if (ref != nullptr && !elf_magic.check()) return nullptr;
-    if (work_version() == EV_NONE) {
-      elf_set_error(ERR_NO_VERSION);
-      return nullptr;
-    }
+    if (work_version() == EV_NONE) return null_after(ERR_NO_VERSION);
     if (cmd == ELF_C_NULL) return nullptr;
-    if (fildes == -1) {
-      elf_set_error(ERR_FILE_ID);
-      return nullptr;
-    }
+    if (fildes == -1) return null_after(ERR_FILE_ID);
     if (cmd == ELF_C_WRITE) return begin_for_writing(fildes);
     if (ref == nullptr) return begin_fresh(fildes, cmd);
     if (ref->kind == ELF_K_ELF) return begin_again(*ref, cmd);
@@ -89,8 +74,7 @@ Elf* elf_memory(char* image, size_t size) {
     if (kind == ELF_K_NONE) return nullptr;
     if (kind == ELF_K_AR) {
       // Archives are read by file id only.
-      elf_set_error(ERR_WRONG_FILE_TYPE);
-      return nullptr;
+      return null_after(ERR_WRONG_FILE_TYPE);
     }
     return make_stand_alone(std::move(input), ELF_C_READ).release();
   });

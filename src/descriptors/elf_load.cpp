@@ -40,15 +40,11 @@ bool Elf::initialize() {
       break;
     case ELF_C_RDWR:
     case ELF_C_WRITE:
-      if (kind == ELF_K_AR) {
-        elf_set_error(ERR_AR_WRITE);
-        return false;
-      }
+      if (kind == ELF_K_AR) return false_after(ERR_AR_WRITE);
       if (command == ELF_C_WRITE) return true;
       break;
     default:
-      elf_set_error(ERR_ACCESS);
-      return false;
+      return false_after(ERR_ACCESS);
   }
   // The header comes first: it says where the tables are.
   return init_ElfHdr() && init_ScnTab() && init_PHdrTab() && leave_position();
@@ -78,15 +74,9 @@ bool Elf::init_ElfHdr() {
     }
   } else {
     MemoryBlock block = zeroed_block(sizeof(Elf32_Ehdr));
-    if (!block) {
-      elf_set_error(ERR_MEMORY);
-      return false;
-    }
+    if (!block) return false_after(ERR_MEMORY);
     if (peek_object(0, block.get(), sizeof(Elf32_Ehdr)) < 0) return false;
-    if (std::memcmp(block.get(), ELFMAG, SELFMAG) != 0) {
-      elf_set_error(ERR_FILE_TYPE);
-      return false;
-    }
+    if (std::memcmp(block.get(), ELFMAG, SELFMAG) != 0) return false_after(ERR_FILE_TYPE);
     ehdr_block_ = std::move(block);
     ehdr = ehdr_block_.get();
   }
@@ -98,19 +88,13 @@ bool Elf::init_ElfHdr() {
 
 bool Elf::init_ScnTab() {
   const Elf32_Ehdr h = header();
-  if (h.e_shnum != 0 && h.e_shentsize < sizeof(Elf32_Shdr)) {
-    elf_set_error(ERR_SECTION_HEADER);
-    return false;
-  }
+  if (h.e_shnum != 0 && h.e_shentsize < sizeof(Elf32_Shdr)) return false_after(ERR_SECTION_HEADER);
   return load_table(shdrs, h.e_shoff, h.e_shnum, h.e_shentsize, ELF_T_SHDR);
 }
 
 bool Elf::init_PHdrTab() {
   const Elf32_Ehdr h = header();
-  if (h.e_phnum != 0 && h.e_phentsize < sizeof(Elf32_Phdr)) {
-    elf_set_error(ERR_PHDR_ENTRY);
-    return false;
-  }
+  if (h.e_phnum != 0 && h.e_phentsize < sizeof(Elf32_Phdr)) return false_after(ERR_PHDR_ENTRY);
   return load_table(phdrs, h.e_phoff, h.e_phnum, h.e_phentsize, ELF_T_PHDR);
 }
 
@@ -120,10 +104,8 @@ bool Elf::init_PHdrTab() {
 bool Elf::afford_absent(uint64_t count) {
   constexpr uint64_t allowance = 2 * uint64_t{UINT16_MAX};
   const uint64_t wanted = file_desc->absent_headers + count;
-  if (count != 0 && wanted > allowance + file_desc->input_size() / sizeof(Elf32_Shdr)) {
-    elf_set_error(ERR_MEMORY);
-    return false;
-  }
+  if (count != 0 && wanted > allowance + file_desc->input_size() / sizeof(Elf32_Shdr))
+    return false_after(ERR_MEMORY);
   file_desc->absent_headers = wanted;
   return true;
 }
@@ -139,10 +121,7 @@ bool Elf::load_table(HeaderTable<Record>& table, uint32_t offset, uint32_t count
   if (!afford_absent(count - present)) return false;
   const size_t stride = (size_t{entry_size} + 3) / 4 * 4;
   unsigned char* const entries = table.reserve(count, present, stride);
-  if (entries == nullptr) {
-    elf_set_error(ERR_MEMORY);
-    return false;
-  }
+  if (entries == nullptr) return false_after(ERR_MEMORY);
   constexpr size_t piece_size = 16384;
   const size_t piece = is_image() ? std::max<size_t>(piece_size / entry_size, 1) : present;
   for (size_t first = 0; first < present; first += piece) {

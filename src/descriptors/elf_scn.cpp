@@ -3,29 +3,22 @@
 #include <algorithm>
 
 #include "byteorder/data_types.h"
-#include "descriptors/elf.h"
 #include "descriptors/upward.h"
 #include "frame/error.h"
 #include "frame/make.h"
 
 using namespace ambielf;
 
-bool Elf_Scn::initialize() {
-  shdr = elf->get_shdr(index);
-  if (shdr == nullptr) {
-    elf_set_error(ERR_SECTION_HEADER);
-    return false;
-  }
-  const bool has_contents =
-      elf->command != ELF_C_WRITE && shdr->sh_type != SHT_NULL && shdr->sh_type != SHT_NOBITS;
-  return !has_contents || load_contents(*this);
+bool Elf_Scn::initialize(Elf32_Shdr* header) {
+  shdr = header;
+  if (shdr == nullptr) return false_after(ERR_SECTION_HEADER);
+  return shdr->sh_type == SHT_NULL || shdr->sh_type == SHT_NOBITS || load_contents(*this);
 }
 
 bool Elf_Scn::keep_block(MemoryBlock block) {
   if (!make_contents()) return false;
   if (contents_->blocks.add(std::move(block))) return true;
-  elf_set_error(ERR_KEEP_BLOCK);
-  return false;
+  return false_after(ERR_KEEP_BLOCK);
 }
 
 bool Elf_Scn::make_contents() {
@@ -58,10 +51,7 @@ void Elf_Scn::describe_found(Elf_Data& block) const {
 DataDesc* Elf_Scn::add_data() { return make_data() ? add_block() : nullptr; }
 
 DataDesc* Elf_Scn::get_data(const Elf_Data* prev) {
-  if (data().empty()) {
-    elf_set_error(ERR_EMPTY_SECTION);
-    return nullptr;
-  }
+  if (data().empty()) return null_after(ERR_EMPTY_SECTION);
   const DataList& list = contents_->data;
   size_t& last_given = contents_->last_given;
   if (prev == nullptr) {
@@ -74,10 +64,7 @@ DataDesc* Elf_Scn::get_data(const Elf_Data* prev) {
         std::find_if(list.begin(), list.end(), [&](const auto& d) { return d.get() == prev; });
     last_given = static_cast<size_t>(found_at - list.begin());
   }
-  if (last_given + 1 >= list.size()) {
-    elf_set_error(ERR_NO_DATA);
-    return nullptr;
-  }
+  if (last_given + 1 >= list.size()) return null_after(ERR_NO_DATA);
   return list[++last_given].get();
 }
 

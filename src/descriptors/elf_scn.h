@@ -45,8 +45,8 @@ struct Elf_Scn {
   Elf_Scn(const Elf_Scn&) = delete;
   Elf_Scn& operator=(const Elf_Scn&) = delete;
 
-  // Finds the section's header and loads its contents. False after a report.
-  bool initialize();
+  // Takes the section's header and loads its contents. False after a report.
+  bool initialize(Elf32_Shdr* header);
 
   // Whether the section has a block, already made or only found.
   bool has_data() const { return found.buf != nullptr || !data().empty(); }

@@ -32,37 +32,22 @@ Elf_Kind FileDesc::initialize() {
 // Reads the first bytes of the input, zeros past its end, and its size.
 bool FileDesc::read_probe(unsigned char* probe, uint64_t* size) {
   if (is_image) {
-    if (image == nullptr || image_size == 0) {
-      elf_set_error(ERR_IMAGE);
-      return false;
-    }
-    if (image_size > largest_input) {
-      elf_set_error(ERR_FILE_TYPE);
-      return false;
-    }
+    if (image == nullptr || image_size == 0) return false_after(ERR_IMAGE);
+    if (image_size > largest_input) return false_after(ERR_FILE_TYPE);
     std::memcpy(probe, image, static_cast<size_t>(std::min(image_size, probe_size)));
     *size = image_size;
     return true;
   }
   const int64_t found = platform::file_size(file_id);
-  if (found < 0 || static_cast<uint64_t>(found) > largest_input) {
-    elf_set_error(ERR_STAT);
-    return false;
-  }
+  if (found < 0 || static_cast<uint64_t>(found) > largest_input) return false_after(ERR_STAT);
   file_size = static_cast<uint64_t>(found);
-  if (platform::read(file_id, probe, probe_size) <= 0) {
-    elf_set_error(ERR_READ);
-    return false;
-  }
+  if (platform::read(file_id, probe, probe_size) <= 0) return false_after(ERR_READ);
   *size = file_size;
   return true;
 }
 
 unsigned char* FileDesc::image_base() const {
-  if (!is_image || image == nullptr) {
-    elf_set_error(ERR_IMAGE_BASE);
-    return nullptr;
-  }
+  if (!is_image || image == nullptr) return null_after(ERR_IMAGE_BASE);
   return reinterpret_cast<unsigned char*>(image);
 }
 

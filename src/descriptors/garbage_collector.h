@@ -14,10 +14,7 @@ class GarbageCollector {
  public:
   // Takes ownership of the block. False after 73 if it is null.
   bool add(MemoryBlock block) {
-    if (!block) {
-      elf_set_error(ERR_NULL_BLOCK);
-      return false;
-    }
+    if (!block) return false_after(ERR_NULL_BLOCK);
     blocks_.push_back(std::move(block));
     return true;
   }

@@ -9,16 +9,14 @@ int64_t elf_getbase(Elf* elf) {
   if (!usable(elf)) return -1;
   if (elf->kind == ELF_K_ELF || (elf->kind == ELF_K_AR && elf->ar_desc)) return 0;
   if (elf->kind == ELF_K_AR && elf->ar_member != nullptr) return static_cast<int64_t>(elf->member_offset);
-  elf_set_error(ERR_FILE_TYPE);
-  return -1;
+  return minus_one_after(ERR_FILE_TYPE);
 }
 
 char* elf_getident(Elf* elf, size_t* size) {
   if (elf != nullptr && !elf_magic.check()) return nullptr;
   if (elf == nullptr || elf->ehdr == nullptr) {
     if (size != nullptr) *size = 0;
-    elf_set_error(elf == nullptr ? ERR_NULL_PARAMETER : ERR_NULL_EHDR);
-    return nullptr;
+    return null_after(elf == nullptr ? ERR_NULL_PARAMETER : ERR_NULL_EHDR);
   }
   if (size != nullptr) *size = EI_NIDENT;
   return reinterpret_cast<char*>(elf->ehdr);
@@ -44,10 +42,9 @@ size_t elf_ndxscn(Elf_Scn* scn) { return usable(scn) ? scn->index : 0; }
 Elf32_Shdr* elf32_getshdr(Elf_Scn* scn) {
   if (!usable(scn)) return nullptr;
   if (scn->shdr != nullptr && scn->elf != nullptr && scn->elf->ehdr != nullptr) return scn->shdr;
-  elf_set_error(scn->shdr == nullptr  ? ERR_SECTION_HEADER
-                : scn->elf == nullptr ? ERR_NULL_DESCRIPTOR
-                                      : ERR_NULL_EHDR);
-  return nullptr;
+  return null_after(scn->shdr == nullptr  ? ERR_SECTION_HEADER
+                    : scn->elf == nullptr ? ERR_NULL_DESCRIPTOR
+                                          : ERR_NULL_EHDR);
 }
 
 Elf_Data* elf_getdata(Elf_Scn* scn, Elf_Data* data) {
@@ -61,28 +58,16 @@ Elf_Data* elf_getdata(Elf_Scn* scn, Elf_Data* data) {
 
 char* elf_strptr(Elf* elf, size_t section, size_t offset) {
   return guard<char*>(nullptr, [&]() -> char* {
-    if (elf == nullptr) {
-      elf_set_error(ERR_NULL_PARAMETER);
-      return nullptr;
-    }
-    if (section == SHN_UNDEF) {
-      elf_set_error(ERR_SECTION_INDEX);
-      return nullptr;
-    }
+    if (elf == nullptr) return null_after(ERR_NULL_PARAMETER);
+    if (section == SHN_UNDEF) return null_after(ERR_SECTION_INDEX);
     return elf_magic.check() ? elf->find_string(section, offset).text : nullptr;
   });
 }
 
 int elf_cntl(Elf* elf, Elf_Cmd cmd) {
   return guard(-1, [&] {
-    if (elf == nullptr) {
-      elf_set_error(ERR_NULL_PARAMETER);
-      return -1;
-    }
-    if (cmd != ELF_C_FDDONE && cmd != ELF_C_FDREAD) {
-      elf_set_error(ERR_CNTL_COMMAND);
-      return -1;
-    }
+    if (elf == nullptr) return minus_one_after(ERR_NULL_PARAMETER);
+    if (cmd != ELF_C_FDDONE && cmd != ELF_C_FDREAD) return minus_one_after(ERR_CNTL_COMMAND);
     if (cmd == ELF_C_FDREAD && !elf->load_all()) return -1;
     elf->cntl_command = cmd;
     return 0;

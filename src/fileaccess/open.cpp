@@ -11,10 +11,7 @@
 using namespace ambielf;
 
 int elf_open(const char* path, int oflag, int pmode) {
-  if (path == nullptr) {
-    elf_set_error(ERR_NULL_PATH);
-    return -1;
-  }
+  if (path == nullptr) return minus_one_after(ERR_NULL_PATH);
   errno = 0;
   int file_id = platform::open(path, oflag, pmode);
   if (file_id != -1) return file_id;
@@ -33,13 +30,7 @@ int elf_open(const char* path, int oflag, int pmode) {
 }
 
 int elf_close(int fildes) {
-  if (fildes == -1) {
-    elf_set_error(ERR_FILE_ID);
-    return -1;
-  }
-  if (platform::close(fildes) == -1) {
-    elf_set_error(ERR_CLOSE_BAD_ID);
-    return -1;
-  }
+  if (fildes == -1) return minus_one_after(ERR_FILE_ID);
+  if (platform::close(fildes) == -1) return minus_one_after(ERR_CLOSE_BAD_ID);
   return 0;
 }

@@ -49,10 +49,7 @@ bool remember(const MappedFile& file) {
 }  // namespace
 
 int64_t elf_mopen(const char* path, void** view) {
-  if (path == nullptr) {
-    elf_set_error(ERR_NULL_PATH);
-    return -1;
-  }
+  if (path == nullptr) return minus_one_after(ERR_NULL_PATH);
   MappedFile file;
   Mapping mapping = platform::map_file(path, file);
   if (mapping == Mapping::not_opened) {
@@ -63,25 +60,16 @@ int64_t elf_mopen(const char* path, void** view) {
       return -1;
     }
     mapping = platform::map_file(canonical, file);
-    if (mapping == Mapping::not_opened) {
-      elf_set_error(ERR_OPEN_VIEW);
-      return -1;
-    }
+    if (mapping == Mapping::not_opened) return minus_one_after(ERR_OPEN_VIEW);
   }
-  if (mapping == Mapping::not_mapped || !remember(file)) {
-    elf_set_error(ERR_MAP);
-    return -1;
-  }
+  if (mapping == Mapping::not_mapped || !remember(file)) return minus_one_after(ERR_MAP);
   if (view != nullptr) *view = file.address;
   return static_cast<int64_t>(file.size);
 }
 
 int elf_mclose(void* view) {
   const MappedFile* const live = find(view);
-  if (live == nullptr || platform::unmap_file(*live) != 0) {
-    elf_set_error(ERR_UNMAP);
-    return -1;
-  }
+  if (live == nullptr || platform::unmap_file(*live) != 0) return minus_one_after(ERR_UNMAP);
   forget(view);
   return 0;
 }

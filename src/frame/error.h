@@ -121,6 +121,20 @@ enum Error : int {
 // Stores `code`.
 void elf_set_error(int code);
 
+// Store `code` and give a failure value, so that a check is one line.
+inline std::nullptr_t null_after(int code) {
+  elf_set_error(code);
+  return nullptr;
+}
+inline bool false_after(int code) {
+  elf_set_error(code);
+  return false;
+}
+inline int minus_one_after(int code) {
+  elf_set_error(code);
+  return -1;
+}
+
 // Stores the code for a failed seek that left `e` in errno: 88, 89 or 17.
 void elf_seek_error(int e);
 

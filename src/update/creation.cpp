@@ -31,11 +31,8 @@ Record* append_or_report(HeaderTable<Record>& table) {
 Elf_Scn* add_section(Elf& elf) {
   const size_t index = elf.shdrs.size() - 1;
   SectionTable::Candidate scn = elf.scns.make(&elf, index);
-  if (!scn) {
-    elf_set_error(ERR_NEW_SECTION);
-    return nullptr;
-  }
-  return scn->initialize() ? elf.scns.enter(std::move(scn)) : nullptr;
+  if (!scn) return null_after(ERR_NEW_SECTION);
+  return scn->initialize(elf.shdrs[index]) ? elf.scns.enter(std::move(scn)) : nullptr;
 }
 
 void count_sections(Elf& elf, size_t count) {
@@ -57,21 +54,14 @@ bool add_null_section(Elf& elf) {
 Elf32_Ehdr* elf32_newehdr(Elf* elf) {
   return guard<Elf32_Ehdr*>(nullptr, [&]() -> Elf32_Ehdr* {
     if (!usable(elf)) return nullptr;
-    if (elf->ar_desc) {
-      elf_set_error(ERR_DESCRIPTOR_TYPE);
-      return nullptr;
-    }
-    if (elf->command == ELF_C_READ) {
-      elf_set_error(ERR_ACCESS);
-      return nullptr;
-    }
+    if (elf->ar_desc) return null_after(ERR_DESCRIPTOR_TYPE);
+    if (elf->command == ELF_C_READ) return null_after(ERR_ACCESS);
     if (elf->ehdr == nullptr) {
       if (!elf->make_header_block()) return nullptr;
       elf->ehdr[EI_DATA] = elf_host_encoding();
       elf->dirty = true;
     } else if (elf->ehdr[EI_CLASS] != ELFCLASS32) {
-      elf_set_error(ERR_CLASS);
-      return nullptr;
+      return null_after(ERR_CLASS);
     }
     return reinterpret_cast<Elf32_Ehdr*>(elf->ehdr);
   });
@@ -80,10 +70,7 @@ Elf32_Ehdr* elf32_newehdr(Elf* elf) {
 Elf32_Phdr* elf32_newphdr(Elf* elf) {
   return guard<Elf32_Phdr*>(nullptr, [&]() -> Elf32_Phdr* {
     if (!usable(elf) || !has_header(*elf)) return nullptr;
-    if (elf->phdrs.size() >= most_headers) {
-      elf_set_error(ERR_MEMORY);
-      return nullptr;
-    }
+    if (elf->phdrs.size() >= most_headers) return null_after(ERR_MEMORY);
     Elf32_Phdr* const phdr = append_or_report(elf->phdrs);
     if (phdr == nullptr) return nullptr;
     Elf32_Ehdr header = elf->header();
@@ -97,10 +84,7 @@ Elf32_Phdr* elf32_newphdr(Elf* elf) {
 Elf_Scn* elf_newscn(Elf* elf) {
   return guard<Elf_Scn*>(nullptr, [&]() -> Elf_Scn* {
     if (!usable(elf) || !takes_contents(*elf) || !has_header(*elf)) return nullptr;
-    if (elf->shdrs.size() >= most_headers) {
-      elf_set_error(ERR_NEW_SECTION);
-      return nullptr;
-    }
+    if (elf->shdrs.size() >= most_headers) return null_after(ERR_NEW_SECTION);
     if (elf->shdrs.empty() && !add_null_section(*elf)) return nullptr;
     if (append_or_report(elf->shdrs) == nullptr) return nullptr;
     Elf_Scn* const scn = add_section(*elf);

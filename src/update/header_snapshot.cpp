@@ -14,10 +14,7 @@ template <class Record>
 Record* snapshot(Elf& elf, const HeaderTable<Record>& table, size_t count, uint32_t type) {
   if (count == 0) return nullptr;
   MemoryBlock block = zeroed_block(uint64_t{count} * sizeof(Record));
-  if (!block) {
-    elf_set_error(ERR_MEMORY);
-    return nullptr;
-  }
+  if (!block) return null_after(ERR_MEMORY);
   for (size_t i = 0; i < std::min(count, table.size()); ++i) {
     unsigned char* const entry = block.get() + i * sizeof(Record);
     CharDestBuffer sink(entry);

@@ -13,10 +13,7 @@ constexpr uint64_t largest_offset = UINT32_MAX;
 
 // Moves `offset` to `target`. False after 29 if that does not fit in 32 bits.
 bool move_to(uint64_t& offset, uint64_t target) {
-  if (target > largest_offset) {
-    elf_set_error(ERR_UPDATE);
-    return false;
-  }
+  if (target > largest_offset) return false_after(ERR_UPDATE);
   offset = target;
   return true;
 }
@@ -27,17 +24,11 @@ bool force_header(Elf& elf) {
   std::memcpy(ident, ELFMAG, SELFMAG);
   ident[EI_CLASS] = ELFCLASS32;
   if (ident[EI_DATA] == ELFDATANONE) ident[EI_DATA] = elf_host_encoding();
-  if (ident[EI_DATA] != ELFDATA2LSB && ident[EI_DATA] != ELFDATA2MSB) {
-    elf_set_error(ERR_ENCODING);
-    return false;
-  }
+  if (ident[EI_DATA] != ELFDATA2LSB && ident[EI_DATA] != ELFDATA2MSB) return false_after(ERR_ENCODING);
   ident[EI_VERSION] = EV_CURRENT;
   Elf32_Ehdr header = elf.header();
   if (header.e_version == EV_NONE) header.e_version = EV_CURRENT;
-  if (header.e_version != EV_CURRENT) {
-    elf_set_error(ERR_VERSION_NUMBER);
-    return false;
-  }
+  if (header.e_version != EV_CURRENT) return false_after(ERR_VERSION_NUMBER);
   header.e_ehsize = sizeof(Elf32_Ehdr);
   header.e_shnum = static_cast<uint16_t>(elf.shdrs.size());
   header.e_shentsize = sizeof(Elf32_Shdr);
@@ -77,10 +68,7 @@ bool measure_section(Elf_Scn& scn, uint64_t& offset) {
     if (block->changed) scn.dirty = true;
   }
   const Elf32_Shdr& shdr = *scn.shdr;
-  if (extent > shdr.sh_size) {
-    elf_set_error(ERR_SECTION_SIZE);
-    return false;
-  }
+  if (extent > shdr.sh_size) return false_after(ERR_SECTION_SIZE);
   const uint64_t end = uint64_t{shdr.sh_offset} + (shdr.sh_type == SHT_NOBITS ? 0 : shdr.sh_size);
   return move_to(offset, std::max(offset, end));
 }
@@ -137,21 +125,12 @@ bool place_tables(Elf& elf, uint64_t& offset) {
 }  // namespace
 
 int32_t update_layout(Elf& elf, NewOffsets& new_offsets) {
-  if (elf.kind != ELF_K_ELF || elf.is_image()) {
-    elf_set_error(ERR_WRONG_FILE_TYPE);
-    return -1;
-  }
-  if (elf.ehdr == nullptr) {
-    elf_set_error(ERR_NO_EHDR);
-    return -1;
-  }
+  if (elf.kind != ELF_K_ELF || elf.is_image()) return minus_one_after(ERR_WRONG_FILE_TYPE);
+  if (elf.ehdr == nullptr) return minus_one_after(ERR_NO_EHDR);
   uint64_t offset = sizeof(Elf32_Ehdr);
   if (!force_header(elf) || !lay_out_sections(elf, new_offsets, offset) || !place_tables(elf, offset))
     return -1;
-  if (offset > INT32_MAX) {
-    elf_set_error(ERR_UPDATE);
-    return -1;
-  }
+  if (offset > INT32_MAX) return minus_one_after(ERR_UPDATE);
   return static_cast<int32_t>(offset);
 }
 

@@ -14,10 +14,7 @@ namespace {
 // Reads bytes that the file had when its size was determined; zeros for bytes that it has lost since.
 bool read_bytes(int file_id, uint64_t offset, unsigned char* to, uint32_t size) {
   const int64_t got = platform::read_at(file_id, offset, to, size);
-  if (got < 0) {
-    elf_set_error(ERR_READ);
-    return false;
-  }
+  if (got < 0) return false_after(ERR_READ);
   std::memset(to + got, 0, size - static_cast<size_t>(got));
   return true;
 }
@@ -38,10 +35,7 @@ bool OldContents::plan(const std::vector<Piece>& pieces) {
     if (piece.block != nullptr) continue;
     if (!scratch_) {
       const int64_t size = platform::file_size(file_id_);
-      if (size < 0) {
-        elf_set_error(ERR_STAT);
-        return false;
-      }
+      if (size < 0) return false_after(ERR_STAT);
       old_size_ = static_cast<uint64_t>(size);
       scratch_.reset(new unsigned char[window_size]);
     }

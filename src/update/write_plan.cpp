@@ -18,10 +18,7 @@ bool WritePlan::make(Elf& elf, const NewOffsets& new_offsets) {
 
 // The file is written from start to end, so a piece must not start before the end of the previous one. False after 43.
 bool WritePlan::start_at(uint64_t offset) {
-  if (offset < end_) {
-    elf_set_error(ERR_ALIGNMENT);
-    return false;
-  }
+  if (offset < end_) return false_after(ERR_ALIGNMENT);
   end_ = offset;
   return true;
 }
@@ -39,15 +36,11 @@ bool WritePlan::add_loaded(const Elf_Scn& scn) {
 }
 
 bool WritePlan::add_block(const Elf_Scn& scn, DataDesc& block, uint64_t section_end) {
-  if (block.d_buf == nullptr && block.d_size != 0) {
-    elf_set_error(ERR_NO_DATA);
-    return false;
-  }
+  if (block.d_buf == nullptr && block.d_size != 0) return false_after(ERR_NO_DATA);
   if (!start_at(uint64_t{scn.shdr->sh_offset} + static_cast<uint32_t>(block.d_off))) return false;
   if (end_ + block.d_size > section_end) {
     // Layout does not measure sections without a name, so such a section may be too small.
-    elf_set_error(ERR_SECTION_SIZE);
-    return false;
+    return false_after(ERR_SECTION_SIZE);
   }
   if (!can_write(block)) return false;
   pieces_.push_back({static_cast<uint32_t>(end_), block.d_size, &block, 0});
