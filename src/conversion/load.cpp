@@ -79,7 +79,7 @@ bool SectionLoad::run() {
   const uint32_t present = found_.present;
   if (!narrow_coff()) return false;
 
-  const bool array = !edit_ && is_allocated_array(shdr_);
+  const bool array = !edited_ && is_allocated_array(shdr_);
   const uint32_t type = array ? uint32_t{ELF_T_BYTE} : data_type_of_section(shdr_.sh_type);
   // Conversion packs entries that are wider than their records. That cannot be undone, so it never happens in the
   // caller's image.
