@@ -219,7 +219,8 @@ const Abbreviations& FlippedContents::abbreviations(bool split) {
   std::optional<Abbreviations>& known = units_[split].abbreviations;
   if (!known) {
     const SourceSection* const section = source_.find(split ? ".debug_abbrev.dwo" : ".debug_abbrev");
-    known.emplace(section != nullptr ? section->bytes : Bytes());
+    const bool is_debug = section != nullptr && may_be_debug(*section, source_.machine());
+    known.emplace(is_debug ? section->bytes : Bytes());
   }
   return *known;
 }
