@@ -33,6 +33,7 @@ def dump(path):
     """What readelf says, but for the file's name and the places of sections in it."""
     text = run("readelf", *DUMP.replace("Ranges", "ranges").split(), path).stdout
     text = re.sub(r"byte block: [0-9a-f ]+\t", "block ", text)  # its bytes are decoded behind it
+    text = re.sub(r"Augmentation data: .*", "", text)  # raw bytes of pointers
     text = re.sub(r"(?m)^(  \[ *\d+\] .*? [0-9a-f]{8}) [0-9a-f]{6} ", r"\1 ", text)
     return re.sub(r"(at )?offset 0x[0-9a-f]+", "offset", text).replace(path, "FILE").splitlines()
 
