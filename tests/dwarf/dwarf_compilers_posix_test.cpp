@@ -1,4 +1,4 @@
-// Debug information of real compilers. Of clang: that of a big-endian object reads as that of its little-endian twin. Of
+// Debug information and records of real compilers. Of clang: those of a big-endian object read as those of its little-endian twin. Of
 // gcc: readelf prints the same of a big-endian object and of a little-endian one that holds the two converted sections
 // beside the other debug sections.
 #include <algorithm>
@@ -48,6 +48,14 @@ TEST(DwarfOfCompilers, TwinsReadTheSameInHostOrder) {
           ASSERT_GT(expected.size(), 100u) << name;
           EXPECT_TRUE(section(from_big, name) == expected) << name;
         }
+        size_t records = 0;
+        for (size_t i = 1; i < elf32_getehdr(from_big)->e_shnum; ++i) {
+          const Elf_Data* const data = from_big.scn(i) != nullptr ? from_big.data(i) : nullptr;
+          if (data == nullptr || data->d_type == ELF_T_BYTE) continue;
+          EXPECT_EQ(from_big.contents(i), from_little.contents(i)) << from_big.name(i);
+          ++records;
+        }
+        EXPECT_GE(records, 3u);
         EXPECT_TRUE(from_big.ends_restored() && from_little.ends_restored());
       }
     }

@@ -234,7 +234,7 @@ inline Bytes abbreviations_alone(ByteOrder order) {
 inline void add_debug_information(Scene& scene) {
   const ElfOwner elf(scene.begin(ELF_C_RDWR));
   Elf_Scn* const scn = scene.calls([&] { return elf_newscn(elf.get()); });
-  scene.calls.excuse_if(scene.calls.repeated());  // as in create
+  scene.calls.excuse_if(scene.calls.repeated());                    // as in create
   *elf32_getshdr(scn) = {1, SHT_PROGBITS, 0, 0, 0, 0, 0, 0, 1, 0};  // the name of section 1
   Bytes contents = DwarfText(unit("h2 w0 b4 u1 w1020304"), other(scene.order)).bytes();
   Elf_Data* const data = scene.calls([&] { return elf_newdata(scn); });

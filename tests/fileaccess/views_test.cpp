@@ -93,22 +93,5 @@ TEST(ElfMclose, ManyViewsEndInAnyOrder) {
   for (size_t i = 0; i < views.size(); ++i) ASSERT_EQ(elf_mclose(views[i * 7 % 500]), 0) << i;
 }
 
-// The library converts what a memory image holds where it lies.
-TEST(ElfMopen, ViewServesAsAMemoryImage) {
-  for (const char* name : {"/greeting.big.o", "/greeting.little.o"}) {
-    const std::string path = AMBIELF_TEST_DATA + std::string(name);
-    const std::string bytes = file_bytes(path);
-    void* view = nullptr;
-    ASSERT_EQ(elf_mopen(path.c_str(), &view), static_cast<int64_t>(bytes.size())) << path;
-    Elf* const elf = elf_memory(static_cast<char*>(view), bytes.size());
-    ASSERT_NE(elf32_getehdr(elf), nullptr);
-    EXPECT_EQ(elf32_getehdr(elf)->e_type, ET_REL);  // read in the right order
-    EXPECT_EQ(elf_end(elf), 0);
-    EXPECT_EQ(text_of(view, bytes.size()), bytes);
-    EXPECT_EQ(elf_mclose(view), 0);
-    EXPECT_EQ(file_bytes(path), bytes);
-  }
-}
-
 }  // namespace
 }  // namespace ambielf::test

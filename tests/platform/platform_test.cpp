@@ -39,20 +39,6 @@ TEST(Platform, ReadStopsAtTheEndOfTheFileOnly) {
   EXPECT_EQ(platform::close(file_id), 0);
 }
 
-TEST(Platform, TemporaryFileHoldsWhatIsWritten) {
-  const int file_id = platform::temporary_file();
-  const int other = platform::temporary_file();
-  ASSERT_NE(file_id, -1);
-  ASSERT_NE(other, -1);
-  EXPECT_EQ(platform::write(file_id, "a\n", 2), 0);
-  char bytes[4] = "";
-  EXPECT_EQ(platform::read_at(file_id, 0, bytes, 4), 2);
-  EXPECT_STREQ(bytes, "a\n");
-  EXPECT_EQ(platform::file_size(other), 0);
-  EXPECT_EQ(platform::close(file_id), 0);
-  EXPECT_EQ(platform::close(other), 0);
-}
-
 TEST(Platform, DuplicateSharesThePositionAndOutlivesItsOriginal) {
   const ScratchDirectory scratch;
   const int file_id = create("file");

@@ -69,14 +69,6 @@ class Rewrite {
     }
   }
 
-  // Once more without a change.
-  Bytes write_again() {
-    elf_flagelf(elf(), ELF_C_SET, ELF_F_DIRTY);
-    file_.seek(0);
-    EXPECT_GT(elf_update(elf(), ELF_C_WRITE), 1);
-    return file_.contents();
-  }
-
   Elf* elf() const { return elf_.get(); }
 
  private:
@@ -134,45 +126,6 @@ TEST_P(RewriteInPlace, ContentsOfSeveralWindows) {
     if (i % 3 != 0) rewrite.load(1 + random() % 6, i % 3 == 1 ? Change::grow : Change::shrink);
     rewrite.write_and_check(i % 2 == 0 ? 0 : static_cast<int64_t>(random() % 2'000'000));
     if (HasFatalFailure()) return;
-  }
-}
-
-// Small pieces that follow one another in a window, or jump to another.
-TEST_P(RewriteInPlace, ManyPiecesOfFewWindows) {
-  std::mt19937 random(4);
-  for (const uint32_t windows : {1u, 2u, 5u}) {
-    const ScatteredObject object(GetParam(), random, 600, windows * 250'000, 1200);
-    Rewrite rewrite(object, random);
-    rewrite.write_and_check(0);
-    if (HasFatalFailure()) return;
-  }
-}
-
-TEST_P(RewriteInPlace, IsAFixpoint) {
-  std::mt19937 random(3);
-  for (int i = 0; i < 40; ++i) {
-    const ScatteredObject object(GetParam(), random, 5, 600);
-    Bytes before = object.file();
-    for (const bool load_all : {false, true}) {
-      const TempFile file(before);
-      Bytes first;
-      for (int pass = 0; pass < 2; ++pass) {
-        file.seek(0);
-        const ElfOwner elf(begin_rewriting(file));
-        if (load_all) {
-          for (Elf_Scn* scn = nullptr; (scn = elf_nextscn(elf.get(), scn)) != nullptr;) {
-          }
-        }
-        elf_flagelf(elf.get(), ELF_C_SET, ELF_F_DIRTY);
-        file.seek(0);
-        ASSERT_GT(elf_update(elf.get(), ELF_C_WRITE), 1);
-        if (pass == 0) first = file.contents();
-      }
-      EXPECT_EQ(file.contents(), first) << i << load_all;
-    }
-    Rewrite twice(object, random);
-    const Bytes first = twice.write_again();
-    EXPECT_EQ(twice.write_again(), first);
   }
 }
 
