@@ -24,7 +24,7 @@ using test::ObjectBuilder;
 using test::TempFile;
 
 // The host's order and the other, and their names in benchmarks.
-inline const char* name_of(ByteOrder order) { return order == ByteOrder::little ? "host" : "foreign"; }
+inline const char* relation_of(ByteOrder order) { return order == ByteOrder::little ? "host" : "foreign"; }
 
 benchmark::internal::Benchmark* add(const std::string& name, std::function<void(benchmark::State&)> run);
 

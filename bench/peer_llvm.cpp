@@ -26,11 +26,11 @@ llvm::object::OwningBinary<llvm::object::ObjectFile> open(const TempFile& file) 
 
 const bool added = [] {
   for (const ByteOrder order : both_orders) {
-    add(std::string("sections/llvm/") + name_of(order), [=](benchmark::State& state) {
+    add(std::string("sections/llvm/") + relation_of(order), [=](benchmark::State& state) {
       const InputFile& input = many_sections(order, 60'000);
       for (auto _ : state) name_all(open(input.file).getBinary()->sections(), 60'000);
     });
-    add(std::string("symbols/llvm/") + name_of(order), [=](benchmark::State& state) {
+    add(std::string("symbols/llvm/") + relation_of(order), [=](benchmark::State& state) {
       const InputFile& input = many_symbols(order, 1'000'000);
       for (auto _ : state) name_all(open(input.file).getBinary()->symbols(), 1'000'000);
     });

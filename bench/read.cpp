@@ -38,7 +38,7 @@ using Make = const InputFile& (*)(ByteOrder, size_t);
 using Walk = void (*)(Elf*, size_t);
 
 void add_walks(const std::string& subject, Make make, Walk walk, ByteOrder order, size_t count) {
-  const std::string name = subject + "/" + name_of(order) + "/";
+  const std::string name = subject + "/" + relation_of(order) + "/";
   add(name + "file/" + std::to_string(count), [=](benchmark::State& state) {
     const InputFile& input = make(order, count);
     for (auto _ : state) walk(begin(input.file), count);

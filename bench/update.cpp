@@ -140,7 +140,7 @@ void run_cp(benchmark::State& state, size_t count, size_t size) {
 const bool added = [] {
   add("update/new/floor", write_floor);
   for (const ByteOrder order : both_orders) {
-    add(std::string("update/new/") + name_of(order),
+    add(std::string("update/new/") + relation_of(order),
         [=](benchmark::State& state) { write_object(state, order); });
   }
   const auto add_rewriting = [](const std::string& name, size_t count, size_t size) {
