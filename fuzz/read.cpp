@@ -2,10 +2,12 @@
 // sections translate back to what the file has.
 // The first byte of an input chooses how it is read, the rest is the object.
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <vector>
 
 #include "models/describe.h"
@@ -22,10 +24,53 @@ int mixed_controller(const Elf32_Shdr* header, const char* name) {
   return static_cast<int>((std::strlen(name) + header->sh_type) % 6);
 }
 
+constexpr bool little_host = std::endian::native == std::endian::little;
+constexpr unsigned foreign_encoding = little_host ? ELFDATA2MSB : ELFDATA2LSB;
+
+// Contents whose load a controller refused are in file order, until somebody converts them in place.
+void convert_refused(Elf* elf) {
+  Elf32_Ehdr h;
+  if (elf32_getehdr(elf) == nullptr) return;
+  std::memcpy(&h, elf32_getehdr(elf), sizeof h);
+  if (h.e_ident[EI_DATA] != foreign_encoding) return;
+  for (size_t i = 1; i < std::min<size_t>(h.e_shnum, ambielf::test::most_sections); ++i) {
+    elf_errno();
+    Elf_Scn* const scn = elf_getscn(elf, i);
+    const bool refused = elf_errno() == 98;
+    Elf_Data* const data = scn != nullptr && refused ? elf_getdata(scn, nullptr) : nullptr;
+    if (data != nullptr) elf32_xlatetom(data, data, foreign_encoding);
+  }
+}
+
+// A translation into another buffer changes nothing of where it comes from.
+std::string translations(Elf* elf, size_t size) {
+  std::string text;
+  Elf32_Ehdr h;
+  if (elf32_getehdr(elf) == nullptr) return text;
+  std::memcpy(&h, elf32_getehdr(elf), sizeof h);
+  for (size_t i = 1; i < std::min<size_t>(h.e_shnum, ambielf::test::most_sections); ++i) {
+    Elf_Scn* const scn = elf_getscn(elf, i);
+    const Elf_Data* const data = scn != nullptr ? elf_getdata(scn, nullptr) : nullptr;
+    if (data == nullptr || data->d_size > size + 64) continue;
+    Bytes there(data->d_size);
+    Elf_Data target = *data;
+    target.d_buf = there.data();
+    for (const auto translate : {elf32_xlatetof, elf32_xlatetom}) {
+      const bool done = translate(&target, data, foreign_encoding) != nullptr;
+      text.append(there.begin(), there.end());
+      text += (done ? " done " : " not done ") + std::to_string(elf_errno());
+    }
+  }
+  return text;
+}
+
 std::string answers(Elf* elf, size_t size, unsigned how) {
   if (elf != nullptr && (how & 1) != 0) elf_setreadswapcontroller(elf, mixed_controller);
   if (elf != nullptr && (how & 2) != 0) elf_cntl(elf, ELF_C_FDREAD);
-  return Describe(elf, size).all();
+  if (elf != nullptr && (how & 16) != 0) convert_refused(elf);
+  std::string all = Describe(elf, size).all();
+  if (elf != nullptr && (how & 8) != 0) all += translations(elf, size);
+  return all;
 }
 
 // Tables of thousands of entries that the input does not have take time and tell little: most inputs get small ones.

@@ -8,11 +8,15 @@
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <memory>
 #include <vector>
 
+#include "conversion/swap_policy.h"
 #include "descriptors/elf.h"
+#include "dwarf/dwarf_units.h"
 #include "platform/platform.h"
+#include "update/layout.h"
 
 using namespace ambielf;
 
@@ -20,6 +24,8 @@ namespace {
 
 using Bytes = std::vector<unsigned char>;
 
+constexpr char names[] = "\0.a\0.debug_info\0.debug_abbrev\0.debug_line\0.rela.debug_info";
+constexpr uint32_t debug_names[] = {0, 1, 4, 16, 30};
 constexpr int32_t largest_write = 1 << 20;
 constexpr size_t largest_block = 4096;
 
@@ -55,7 +61,7 @@ class Program {
     const size_t sections = elf->shdrs.size();
     const size_t index = sections == 0 ? 0 : which % sections;
     Elf_Scn* const scn = elf->loaded_scn(index);
-    switch (what % 12) {
+    switch (what % 16) {
       case 0:
         if (sections < 40) elf_newscn(elf);
         break;
@@ -92,6 +98,18 @@ class Program {
         elf32_freeshdrtab(elf32_getphdr(elf));
         elf_update(elf, ELF_C_NULL);
         break;
+      case 12:
+        if (scn != nullptr) name_sections_by(*scn);
+        break;
+      case 13:
+        if (scn != nullptr) scn->shdr->sh_name = debug_names[argument % std::size(debug_names)];
+        break;
+      case 14:
+        add_debug_block(scn, argument);
+        break;
+      case 15:
+        translate(scn, argument);
+        break;
       default:
         write(argument % 3 == 0 ? argument * 16 : 0);
     }
@@ -113,6 +131,103 @@ class Program {
     block->d_size = static_cast<uint32_t>(size);
     block->d_align = 1 << (argument % 5);
     block->d_type = argument % 22;
+  }
+
+  // Makes the section the name table, with the names of debug sections in its first block.
+  void name_sections_by(Elf_Scn& scn) {
+    Elf_Data* const block = scn.data().empty() ? elf_newdata(&scn) : scn.first_data();
+    if (block == nullptr || elf_->ehdr == nullptr) return;
+    block->d_buf = const_cast<char*>(names);
+    block->d_size = sizeof names;
+    block->d_type = ELF_T_BYTE;
+    scn.shdr->sh_type = SHT_STRTAB;
+    change_names(scn.index);
+  }
+
+  // Abbreviations of one or two numbers, or a unit that uses them, in either order; with a byte changed now and then.
+  void add_debug_block(Elf_Scn* scn, unsigned argument) {
+    static constexpr unsigned char blocks[][16] = {
+        {1, 0x11, 0, 3, 6, 0, 0, 0},
+        {1, 0x11, 0, 3, 5, 3, 5, 0, 0, 0},
+        {12, 0, 0, 0, 4, 0, 0, 0, 0, 0, 4, 1, 1, 2, 3, 4},
+        {0, 0, 0, 12, 0, 4, 0, 0, 0, 0, 4, 1, 1, 2, 3, 4},
+    };
+    if (scn == nullptr || scn->data().size() > 20) return;
+    Elf_Data* const block = elf_newdata(scn);
+    if (block == nullptr) return;
+    buffers_.push_back(std::make_unique<unsigned char[]>(largest_block));
+    std::memcpy(buffers_.back().get(), blocks[argument % 4], sizeof blocks[0]);
+    if ((argument & 0xff00) != 0)
+      buffers_.back()[argument / 4 % sizeof blocks[0]] = static_cast<unsigned char>(argument >> 8);
+    block->d_buf = buffers_.back().get();
+    block->d_size = sizeof blocks[0];
+  }
+
+  // Converts a block into a buffer, which may take its place, or in place.
+  void translate(Elf_Scn* scn, unsigned argument) {
+    DataDesc* const block = scn == nullptr ? nullptr : scn->first_data();
+    if (block == nullptr || block->d_buf == nullptr || block->d_size > largest_block) return;
+    const bool reverses_source = block->d_type == ELF_T_LNNO || block->d_type == ELF_T_SDB;
+    const bool constant = block->d_buf == names;
+    if (constant && reverses_source) return;
+    const bool in_place = (argument & 1) != 0 && !constant;
+    Elf_Data target = *block;
+    if (!in_place) {
+      buffers_.push_back(std::make_unique<unsigned char[]>(largest_block));
+      target.d_buf = buffers_.back().get();
+    }
+    const Bytes before(bytes_of(*block), bytes_of(*block) + block->d_size);
+    const auto call = (argument & 2) != 0 ? elf32_xlatetof : elf32_xlatetom;
+    const bool done = call(&target, block, 1 + (argument >> 2 & 1)) != nullptr;
+    demand(in_place || reverses_source || before.empty() ||
+           std::memcmp(block->d_buf, before.data(), before.size()) == 0);
+    if (done && (argument & 8) != 0) block->d_buf = target.d_buf;
+  }
+
+  static const unsigned char* bytes_of(const Elf_Data& block) {
+    return static_cast<const unsigned char*>(block.d_buf);
+  }
+
+  // What a write has to make of units that no walk has written, by the abbreviations as they are named now. Nothing
+  // where the write loads sections, or relocations may give other abbreviations.
+  struct Expected {
+    const DataDesc* block;
+    Bytes bytes;
+  };
+  std::vector<Expected> expected_units() const {
+    std::vector<Expected> all;
+    Elf& elf = *elf_;
+    for (size_t i = 0; i < elf.shdrs.size(); ++i) {
+      if (elf.loaded_scn(i) == nullptr || elf.shdrs[i]->sh_type == SHT_RELA) return all;
+    }
+    const AbbrevStore store = store_by_name();
+    const UnitOffsets not_relocated;
+    elf.scns.for_each([&](const Elf_Scn& scn) {
+      if (!has_file_contents(*scn.shdr) || !swap_is_due(scn)) return;
+      if (elf.section_kind(scn.index) != SectionKind::debug_info) return;
+      for (const auto& block : scn.data()) {
+        if (block->d_buf == nullptr || elf.walk_records.at(block->d_buf) != nullptr) continue;
+        if (scn.is_in_file_order(*block)) continue;
+        all.push_back({block.get(), Bytes(block->d_size)});
+        CharDestBuffer sink(all.back().bytes.data());
+        InfoUnitWalker walker(store, not_relocated);
+        RawUnits unconverted;
+        walk_units({bytes_of(*block), block->d_size, elf.foreign()}, walker, nullptr, unconverted, sink);
+      }
+    });
+    return all;
+  }
+
+  AbbrevStore store_by_name() const {
+    for (size_t i = 0; i < elf_->shdrs.size(); ++i) {
+      if (elf_->section_kind(i) != SectionKind::debug_abbrev) continue;
+      const Elf_Scn& scn = *elf_->loaded_scn(i);
+      const DataDesc* const block = scn.first_data();
+      if (block == nullptr || block->d_buf == nullptr) break;
+      const uint32_t present = scn.is_as_found(*block) ? scn.found.present : UINT32_MAX;
+      return AbbrevStore(bytes_of(*block), std::min(block->d_size, present));
+    }
+    return AbbrevStore();
   }
 
   static void change_section(Elf_Scn* scn, unsigned argument) {
@@ -157,6 +272,7 @@ class Program {
     if (size > largest_write) return;
     const std::vector<Bytes> untouched = contents_not_loaded();
     const bool was_dirty = elf->dirty;
+    const std::vector<Expected> expected = was_dirty ? expected_units() : std::vector<Expected>();
     platform::seek(file_, start);
     const int32_t written = elf_update(elf, ELF_C_WRITE);
     if (written == -1) return;
@@ -165,6 +281,11 @@ class Program {
     demand(elf_update(elf, ELF_C_WRITE) == 1);
     if (written == 1) return;
     const Bytes image = read_file(file_, start, static_cast<size_t>(written));
+    for (const auto& [block, bytes] : expected) {
+      const uint64_t offset = uint64_t{block->scn->shdr->sh_offset} + static_cast<uint32_t>(block->d_off);
+      demand(fits(offset, bytes.size(), image.size()));
+      demand(bytes.empty() || std::memcmp(&image[offset], bytes.data(), bytes.size()) == 0);
+    }
     for (size_t i = 0; i < untouched.size(); ++i) {
       if (elf->loaded_scn(i) != nullptr || untouched[i].empty()) continue;
       const uint32_t offset = elf->shdrs[i]->sh_offset;

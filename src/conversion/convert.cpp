@@ -164,8 +164,9 @@ int32_t translate(DataDesc& block, void* to, bool to_file) {
                             to};
   const SectionKind kind = scn.elf->section_kind(scn.index);
   const int32_t result = translation.run(kind);
-  // A walk that ran out of memory may have converted some units.
-  if (to == scn.found.buf && (result != -1 || is_walked(kind))) scn.found.left_raw = false;
+  // A walk that ran out of memory may have converted some units; plain bytes are never converted.
+  const bool converts = is_walked(kind) || (result != -1 && block.d_type != ELF_T_BYTE);
+  if (to == scn.found.buf && converts) scn.found.left_raw = false;
   return result;
 }
 

@@ -36,6 +36,9 @@ class Records {
     if (section < elf.shdrs.size()) shdr_ = elf.shdrs[section];
     if (shdr_ == nullptr || shdr_->sh_type == SHT_NOBITS || shdr_->sh_type == SHT_NULL) return;
     if (shdr_->sh_entsize != 0 && shdr_->sh_entsize != record_size) return;
+    // The names of some sections change what loading does to their records.
+    const SectionKind kind = elf.section_kind(section);
+    if (is_walked(kind) || kind == SectionKind::line_relocations) return;
     const Elf_Scn* const scn = elf.loaded_scn(section);
     if (scn == nullptr) {
       add_input();
@@ -101,24 +104,28 @@ class Records {
 
   void add_blocks(const Elf_Scn& scn) {
     state_ = State::usable;
-    const bool file_order_is_host = !elf_.foreign();
-    if (scn.data().empty()) {  // what a load converts has a block
-      if (scn.found.buf != nullptr)
-        extents_.push_back({0, scn.found.present, scn.found.buf, file_order_is_host});
+    const FoundContents& found = scn.found;
+    if (scn.data().empty()) {
+      const bool in_file_order = found.left_raw || found.never_converted;
+      if (found.buf != nullptr)
+        add_block(scn, 0, found.buf, found.present, in_file_order || found.type == ELF_T_BYTE);
       return;
     }
-    const bool memory_order_is_host =
-        order_in_memory(scn.swap_behavior, elf_.encoding()) == elf_host_encoding();
     for (const std::unique_ptr<DataDesc>& block : scn.data()) {
-      if (block->d_buf == nullptr) continue;
-      const uint64_t start = static_cast<uint32_t>(block->d_off);
-      if (!extents_.empty() && start < extents_.back().start + extents_.back().size) continue;
-      const uint64_t present =
-          scn.is_as_found(*block) ? std::min(block->d_size, scn.found.present) : block->d_size;
-      const bool in_file_order = scn.is_in_file_order(*block) || block->d_type == ELF_T_BYTE;
-      extents_.push_back({start, present, static_cast<const unsigned char*>(block->d_buf),
-                          in_file_order ? file_order_is_host : memory_order_is_host});
+      const uint32_t present =
+          scn.is_as_found(*block) ? std::min(block->d_size, found.present) : block->d_size;
+      add_block(scn, static_cast<uint32_t>(block->d_off), block->d_buf, present,
+                scn.is_in_file_order(*block) || block->d_type == ELF_T_BYTE);
     }
+  }
+
+  // Blocks are in ascending order once they have been laid out; others are passed over.
+  void add_block(const Elf_Scn& scn, uint32_t start, const void* bytes, uint32_t size, bool in_file_order) {
+    if (bytes == nullptr || (!extents_.empty() && start < extents_.back().start + extents_.back().size))
+      return;
+    const uint8_t encoding = elf_.encoding();
+    const uint8_t order = in_file_order ? encoding : order_in_memory(scn.swap_behavior, encoding);
+    extents_.push_back({start, size, static_cast<const unsigned char*>(bytes), order == elf_host_encoding()});
   }
 
   // Bytes of an extent, at most as many as the buffer has if they are to be read.
