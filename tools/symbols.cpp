@@ -44,13 +44,18 @@ bool is_listed(const Line& line, const Elf32_Sym& symbol, const Options& options
 
 // The lines for a symbol table, in its order. The names, which may overlap, must not add up to more than a listing may
 // have, because sorting reads them all.
-std::vector<Line> lines_of(const Object& object, const Section& table, uint64_t most_bytes,
+std::vector<Line> lines_of(const Object& object, const Section& table, uint64_t file_size,
                            const Options& options) {
   if (table.header().sh_entsize != 0 && table.header().sh_entsize != sizeof(Elf32_Sym)) {
     throw Refusal("its symbol table has entries of " + std::to_string(table.header().sh_entsize) + " bytes");
   }
+  // Behind the end of the file the library gives zeros, of which a header may claim 4 GiB.
+  if (uint64_t{table.header().sh_offset} + table.size() > file_size) {
+    throw Refusal("its symbol table reaches past the end of the file");
+  }
   const SymbolLetters letters(object);
   const Symbols symbols = table.symbols();
+  uint64_t most_bytes = Output::limit_for(file_size);
   std::vector<Line> lines;
   lines.reserve(symbols.size());
   for (const Symbol symbol : symbols) {
@@ -107,7 +112,7 @@ void list(const Input& input, const Options& options, Output& out) {
       std::find_if(headers.begin(), headers.end(), [&](const auto& h) { return h.sh_type == type; });
   if (found == headers.end()) return;
   const Section table = input.object.section(static_cast<size_t>(found - headers.begin()));
-  std::vector<Line> lines = lines_of(input.object, table, Output::limit_for(input.size), options);
+  std::vector<Line> lines = lines_of(input.object, table, input.size, options);
   if (!options.unsorted) sort(lines, options.by_value);
   print(lines, input, options, out);
 }

@@ -128,6 +128,18 @@ TEST_F(List, RefusesWhatIsNoObjectOf32BitsByName) {
   }
 }
 
+// Behind the end of the file stand zeros, which would be millions of symbols.
+TEST_F(List, RefusesASymbolTableThatTheFileDoesNotHold) {
+  write("object.o",
+        ObjectBuilder(ByteOrder::little)
+            .section(".symtab", SHT_SYMTAB, Emit(ByteOrder::little).zeros(32), {.size = 0xfffffff0})
+            .build()
+            .bytes);
+  const Ending run = run_tool("symbols object.o");
+  EXPECT_EQ(run.status, 1);
+  EXPECT_EQ(run.errors, "ambielf: object.o: its symbol table reaches past the end of the file\n");
+}
+
 // Many symbols whose names are the rest of one long string: sorted and printed, they would take hours.
 TEST_F(List, RefusesNamesOutOfProportion) {
   Emit symbols(ByteOrder::big);
