@@ -3,7 +3,7 @@
 // The input: a byte (1: a file to rewrite), the file's size in two bytes and its bytes, then operations of four bytes
 // each: what, which section, and two bytes of argument. What must hold: no access goes out of bounds; a write returns
 // what layout returned, and leaves the descriptor clean; sections that were never loaded keep their bytes wherever
-// they move; and a second write gives the same file.
+// they move, and blocks have theirs; and a second write gives the same file.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -292,11 +292,28 @@ class Program {
       demand(fits(offset, untouched[i].size(), image.size()));
       demand(std::memcmp(&image[offset], untouched[i].data(), untouched[i].size()) == 0);
     }
+    check_blocks(image);
     if (start != 0 || !converts_both_ways()) return;
     elf_flagelf(elf, ELF_C_SET, ELF_F_DIRTY);
     platform::seek(file_, 0);
     demand(elf_update(elf, ELF_C_WRITE) == written);
     demand(read_file(file_, 0, static_cast<size_t>(written)) == image);
+  }
+
+  // Blocks that nothing converts are in the file as they are in memory.
+  void check_blocks(const Bytes& image) const {
+    if (elf_->foreign()) return;
+    elf_->scns.for_each([&](const Elf_Scn& scn) {
+      const Elf32_Shdr& shdr = *scn.shdr;
+      const bool converted = scn.swap_behavior != ELF_SWAP_TO_HOST && scn.swap_behavior != ELF_SWAP_NEVER;
+      if (converted || shdr.sh_type == SHT_NOBITS || shdr.sh_type == SHT_NULL) return;
+      for (const auto& block : scn.data()) {
+        if (block->d_size == 0 || block->d_buf == nullptr) continue;
+        const uint64_t place = uint64_t{shdr.sh_offset} + static_cast<uint32_t>(block->d_off);
+        demand(fits(place, block->d_size, image.size()));
+        demand(std::memcmp(&image[static_cast<size_t>(place)], block->d_buf, block->d_size) == 0);
+      }
+    });
   }
 
   // Records of two types are swapped in place, so they alternate from write to write.

@@ -2,11 +2,9 @@
 #include "byteorder/dest_buffer.h"
 
 #include <ambielf/ambielf.h>
-#include <fcntl.h>
 #include <gtest/gtest.h>
 
 #include "byteorder/sinks.h"
-#include "platform/platform.h"
 
 namespace ambielf::test {
 namespace {
@@ -102,28 +100,6 @@ TEST(FileDestBuffer, StartsAtTheIdsPositionAndLeavesTheIdOpen) {
   expected.insert(expected.end(), large.rend() - 200, large.rend());
   for (const char letter : std::string("last words")) expected.push_back(static_cast<unsigned char>(letter));
   EXPECT_EQ(file.contents(), expected);
-}
-
-TEST(FileDestBuffer, LatchesItsFirstFailure) {
-  const struct {
-    const char* path;
-    int flags, code;
-  } rows[] = {{"/dev/full", O_WRONLY, 79}, {"/dev/null", O_RDONLY, 86}};
-  for (const auto& row : rows) {
-    const int id = platform::open(row.path, row.flags, 0);
-    FileDestBuffer sink;
-    ASSERT_TRUE(sink.attach(id)) << row.path;
-    EXPECT_TRUE(sink.check());
-    sink.copy("abc", 3);
-    sink.flush();
-    sink.fill(0, 10);
-    sink.copySwapped("abcd", 4);
-    EXPECT_EQ(sink.bytesWritten(), 17u);
-    EXPECT_EQ(elf_errno(), 0);  // nothing is reported until somebody asks
-    EXPECT_FALSE(sink.check());
-    EXPECT_EQ(elf_errno(), row.code) << row.path;
-    platform::close(id);
-  }
 }
 
 TEST(FileDestBuffer, ThatIsNotAttachedCountsAndWritesNothing) {

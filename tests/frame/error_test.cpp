@@ -1,10 +1,9 @@
-// The error code, its table, and the reporters that translate the errno of a failed system call.
+// The error code and its table.
 #include "frame/error.h"
 
 #include <ambielf/ambielf.h>
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <climits>
 #include <cstring>
 
@@ -40,28 +39,6 @@ TEST(Error, IsReadOnceAndOverwrittenByALaterReport) {
   EXPECT_EQ(elf32_fsize(ELF_T_WORD, 1, 1), 4u);  // a success touches nothing
   EXPECT_EQ(elf_errno(), 33);
   EXPECT_EQ(elf_errno(), 0);
-}
-
-// Read without elf_errno: a code that only its reporter gives counts as met by no test.
-TEST(Error, ReportersTranslateErrno) {
-  const struct {
-    int number, seek, write, open;
-  } rows[] = {{EBADF, 88, 86, 50},  {EINVAL, 89, 64, 95}, {ENOSPC, 17, 79, 50},
-              {ENOENT, 17, 64, 97}, {EACCES, 17, 64, 93}, {EEXIST, 17, 64, 94},
-              {EMFILE, 17, 64, 96}, {0, 17, 64, 50},      {ESPIPE, 17, 64, 50}};
-  for (const auto& row : rows) {
-    elf_seek_error(row.number);
-    EXPECT_EQ(elf_peek_error(), row.seek) << row.number;
-    elf_write_error(row.number);
-    EXPECT_EQ(elf_peek_error(), row.write) << row.number;
-    for (unsigned status = 0; status < 6; ++status) {
-      elf_open_error(row.number, status);
-      EXPECT_EQ(elf_peek_error(), status == 1                  ? 102
-                                  : status == 0 || status == 3 ? row.open
-                                                               : 103)
-          << row.number;
-    }
-  }
 }
 
 }  // namespace

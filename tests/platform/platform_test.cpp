@@ -39,20 +39,6 @@ TEST(Platform, ReadStopsAtTheEndOfTheFileOnly) {
   EXPECT_EQ(platform::close(file_id), 0);
 }
 
-TEST(Platform, DuplicateSharesThePositionAndOutlivesItsOriginal) {
-  const ScratchDirectory scratch;
-  const int file_id = create("file");
-  EXPECT_EQ(platform::write(file_id, "ab", 2), 0);
-  const int copy = platform::duplicate(file_id);
-  EXPECT_EQ(platform::tell(copy), 2);
-  EXPECT_EQ(platform::write(copy, "cd", 2), 0);
-  EXPECT_EQ(platform::tell(file_id), 4);
-  EXPECT_EQ(platform::close(file_id), 0);
-  EXPECT_EQ(platform::write(copy, "e", 1), 0);
-  EXPECT_EQ(platform::close(copy), 0);
-  EXPECT_EQ(file_bytes("file"), "abcde");
-}
-
 // Offsets and sizes that 32 bits cannot hold. The file is a hole but for its last byte.
 TEST(Platform, PositionsAndViewsReachBeyondFourGigabytes) {
   const ScratchDirectory scratch;

@@ -8,9 +8,7 @@
 #include <algorithm>
 #include <functional>
 #include <initializer_list>
-#include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "support/bytes.h"
@@ -21,40 +19,27 @@ class DwarfEncoder {
  public:
   explicit DwarfEncoder(ByteOrder order) : order_(order) {}
 
-  DwarfEncoder& u8(const char* label, uint64_t value) { return number(label, value, 1); }
-  DwarfEncoder& u16(const char* label, uint64_t value) { return number(label, value, 2); }
-  DwarfEncoder& u24(const char* label, uint64_t value) { return number(label, value, 3); }
-  DwarfEncoder& u32(const char* label, uint64_t value) { return number(label, value, 4); }
-  DwarfEncoder& u64(const char* label, uint64_t value) { return number(label, value, 8); }
-
-  DwarfEncoder& words(const char* label, std::initializer_list<uint32_t> values) {
-    for (const uint32_t value : values) u32(label, value);
+  DwarfEncoder& u8(const char*, uint64_t value) { return number(value, 1); }
+  DwarfEncoder& u16(const char*, uint64_t value) { return number(value, 2); }
+  DwarfEncoder& u32(const char*, uint64_t value) { return number(value, 4); }
+  DwarfEncoder& u64(const char*, uint64_t value) { return number(value, 8); }
+  DwarfEncoder& words(const char*, std::initializer_list<uint32_t> values) {
+    for (const uint32_t value : values) number(value, 4);
     return *this;
   }
-
-  DwarfEncoder& uleb(const char* label, uint64_t value) {
-    item(label);
-    for (; value >= 0x80; value >>= 7) put(0x80 | (value & 0x7f));
-    return put(value);
+  DwarfEncoder& uleb(const char*, uint64_t value) {
+    for (; value >= 0x80; value >>= 7) number(0x80 | (value & 0x7f), 1);
+    return number(value, 1);
   }
-  // With padding: `bytes` bytes in all.
-  DwarfEncoder& long_uleb(const char* label, uint64_t value, size_t bytes) {
-    item(label);
-    for (size_t i = 1; i < bytes; ++i, value >>= 7) put(0x80 | (value & 0x7f));
-    return put(value & 0x7f);
-  }
-  DwarfEncoder& sleb(const char* label, int64_t value) {
-    item(label);
-    for (; value < -0x40 || value >= 0x40; value >>= 7) put(0x80 | (static_cast<uint64_t>(value) & 0x7f));
-    return put(static_cast<uint64_t>(value) & 0x7f);
+  DwarfEncoder& sleb(const char*, int64_t value) {
+    for (; value < -0x40 || value >= 0x40; value >>= 7)
+      number(0x80 | (static_cast<uint64_t>(value) & 0x7f), 1);
+    return number(static_cast<uint64_t>(value) & 0x7f, 1);
   }
   DwarfEncoder& string(const char* label, std::string_view text) {
-    item(label);
-    for (const char character : text) put(static_cast<unsigned char>(character));
-    return put(0);
+    return bytes(label, text_bytes(text)).number(0, 1);
   }
-  DwarfEncoder& bytes(const char* label, const Bytes& bytes) {
-    item(label);
+  DwarfEncoder& bytes(const char*, const Bytes& bytes) {
     bytes_.insert(bytes_.end(), bytes.begin(), bytes.end());
     return *this;
   }
@@ -65,12 +50,9 @@ class DwarfEncoder {
   DwarfEncoder& sized(const char* label, size_t width, const Contents& contents, int64_t larger = 0) {
     DwarfEncoder inner(order_);
     contents(inner);
-    const uint64_t size = static_cast<uint64_t>(static_cast<int64_t>(inner.bytes_.size()) + larger);
-    width == 0 ? uleb(label, size) : number(label, size, width);
-    for (const auto& [offset, inner_label] : inner.items_)
-      items_.emplace_back(bytes_.size() + offset, inner_label);
-    bytes_.insert(bytes_.end(), inner.bytes_.begin(), inner.bytes_.end());
-    return *this;
+    const uint64_t size = static_cast<uint64_t>(static_cast<int64_t>(inner.size()) + larger);
+    width == 0 ? uleb(label, size) : number(size, width);
+    return bytes(label, inner.done());
   }
   DwarfEncoder& unit(const Contents& contents) { return sized("unit_length", 4, contents); }
 
@@ -113,23 +95,8 @@ class DwarfEncoder {
   ByteOrder order() const { return order_; }
   const Bytes& done() const { return bytes_; }
 
-  // The item that a byte belongs to.
-  std::string label_at(size_t offset) const {
-    std::string found = "nothing";
-    for (const auto& [start, label] : items_) {
-      if (start <= offset) found = std::string(label) + " at " + std::to_string(start);
-    }
-    return found;
-  }
-
  private:
-  DwarfEncoder& put(uint64_t byte) {
-    bytes_.push_back(static_cast<unsigned char>(byte));
-    return *this;
-  }
-  void item(const char* label) { items_.emplace_back(bytes_.size(), label); }
-  DwarfEncoder& number(const char* label, uint64_t value, size_t width) {
-    item(label);
+  DwarfEncoder& number(uint64_t value, size_t width) {
     bytes_.resize(bytes_.size() + width);
     put_number(bytes_, bytes_.size() - width, value, width, order_);
     return *this;
@@ -137,17 +104,14 @@ class DwarfEncoder {
 
   ByteOrder order_;
   Bytes bytes_;
-  std::vector<std::pair<size_t, const char*>> items_;
 };
 
-// Whether bytes are those of the description; tells the first item that is not.
 inline testing::AssertionResult reads_as(const Bytes& bytes, const DwarfEncoder& expected) {
-  const Bytes& wanted = expected.done();
-  if (bytes == wanted) return testing::AssertionSuccess();
-  const auto difference = std::mismatch(bytes.begin(), bytes.end(), wanted.begin(), wanted.end());
-  const size_t offset = static_cast<size_t>(difference.first - bytes.begin());
-  return testing::AssertionFailure() << "sizes " << bytes.size() << " and " << wanted.size()
-                                     << ", other byte at " << offset << ", in " << expected.label_at(offset);
+  if (bytes == expected.done()) return testing::AssertionSuccess();
+  const auto other =
+      std::mismatch(bytes.begin(), bytes.end(), expected.done().begin(), expected.done().end());
+  return testing::AssertionFailure() << "sizes " << bytes.size() << " and " << expected.size()
+                                     << ", other byte at " << other.first - bytes.begin();
 }
 
 }  // namespace ambielf::test
