@@ -23,38 +23,6 @@ void fill_entry(Emit& out, uint16_t count) {
 
 }  // namespace
 
-ObjectBuilder& ObjectBuilder::section(const std::string& name, uint32_t type, const Bytes& contents,
-                                      const SectionFields& fields) {
-  sections_.push_back({name, type, contents, fields});
-  return *this;
-}
-
-ObjectBuilder& ObjectBuilder::segment(const Elf32_Phdr& phdr) {
-  segments_.push_back(phdr);
-  return *this;
-}
-
-ObjectBuilder& ObjectBuilder::header(std::function<void(Elf32_Ehdr&)> change) {
-  header_changes_.push_back(std::move(change));
-  return *this;
-}
-
-ObjectBuilder& ObjectBuilder::without_name_table() {
-  has_name_table_ = false;
-  return *this;
-}
-
-ObjectBuilder& ObjectBuilder::name_table(std::function<void(Bytes&)> change) {
-  name_table_change_ = std::move(change);
-  return *this;
-}
-
-ObjectBuilder& ObjectBuilder::wider_entries(uint16_t section_headers, uint16_t program_headers) {
-  more_per_shdr_ = section_headers;
-  more_per_phdr_ = program_headers;
-  return *this;
-}
-
 Object ObjectBuilder::build() const {
   std::vector<Section> sections = sections_;
   sections.insert(sections.begin(), {"", SHT_NULL, {}, {}});

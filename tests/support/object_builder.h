@@ -11,6 +11,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 
 #include "support/bytes.h"
 
@@ -48,20 +49,29 @@ class ObjectBuilder {
   explicit ObjectBuilder(ByteOrder order) : order_(order) {}
 
   ObjectBuilder& section(const std::string& name, uint32_t type, const Bytes& contents = {},
-                         const SectionFields& fields = {});
+                         const SectionFields& fields = {}) {
+    sections_.push_back({name, type, contents, fields});
+    return *this;
+  }
   ObjectBuilder& section(const std::string& name, uint32_t type, const char* contents,
                          const SectionFields& fields = {}) {
     return section(name, type, text_bytes(contents), fields);
   }
-  ObjectBuilder& segment(const Elf32_Phdr& phdr);
+  ObjectBuilder& segment(const Elf32_Phdr& phdr) { return segments_.push_back(phdr), *this; }
   // Changes the header just before it is written, all other fields being set.
-  ObjectBuilder& header(std::function<void(Elf32_Ehdr&)> change);
+  ObjectBuilder& header(std::function<void(Elf32_Ehdr&)> change) {
+    return header_changes_.push_back(std::move(change)), *this;
+  }
   // No ".shstrtab"; e_shstrndx is 0 unless `header` says otherwise, and sh_name 0.
-  ObjectBuilder& without_name_table();
+  ObjectBuilder& without_name_table() { return has_name_table_ = false, *this; }
   // Changes the contents of ".shstrtab", its terminators included.
-  ObjectBuilder& name_table(std::function<void(Bytes&)> change);
+  ObjectBuilder& name_table(std::function<void(Bytes&)> change) {
+    return name_table_change_ = std::move(change), *this;
+  }
   // Bytes behind each record of a table, and so in e_shentsize and e_phentsize.
-  ObjectBuilder& wider_entries(uint16_t section_headers, uint16_t program_headers);
+  ObjectBuilder& wider_entries(uint16_t section_headers, uint16_t program_headers) {
+    return more_per_shdr_ = section_headers, more_per_phdr_ = program_headers, *this;
+  }
 
   // The index of the section that was added last, and of the name table once all are added.
   uint16_t last() const { return static_cast<uint16_t>(sections_.size()); }
