@@ -45,18 +45,11 @@ TEST_P(AllocatedArrays, GoByTheFlagOfTheLoad) {
   EXPECT_TRUE(converted.comes_back());
 }
 
-// Others convert as ever: a type of 18 comes from the name in a file of the foreign order alone.
+// Others convert as ever.
 TEST_P(AllocatedArrays, AreNoneOfTheirNeighbours) {
-  const uint32_t alloc = SHF_ALLOC;
   EXPECT_NE(open(array("a", SHT_LNNO, 6, 0)).contents(1), contents());
-  EXPECT_NE(open(array("a", SHT_HASH, 4, alloc)).contents(1), contents());
-  EXPECT_NE(open(array("a", SHT_WORDS3, 12, alloc)).contents(1), contents());
-  WayBack relocations = open(array(".rela.lnno.a", SHT_RELA, 12, alloc));
-  EXPECT_NE(relocations.contents(1), contents());
-  EXPECT_EQ(relocations.data(1)->d_type, static_cast<uint32_t>(ELF_T_RELA));
-  if (foreign()) {
-    EXPECT_EQ(open(array(".lnno.a", SHT_COFFDBG, 8, alloc)).data(1)->d_size, 4u * 6);
-  }
+  EXPECT_NE(open(array("a", SHT_WORDS3, 12, SHF_ALLOC)).contents(1), contents());
+  EXPECT_NE(open(array(".rela.lnno.a", SHT_RELA, 12, SHF_ALLOC)).contents(1), contents());
 }
 
 }  // namespace

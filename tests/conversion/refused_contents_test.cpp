@@ -53,12 +53,6 @@ TEST_P(RefusedContents, GoBackAsTheyAre) {
   EXPECT_TRUE(in.comes_back());
 }
 
-TEST_P(RefusedContents, GoBackAsTheyAreWhereNobodyLooked) {
-  WayBack in = open(object(order()), refuse);
-  for (const size_t index : {1, 2}) EXPECT_TRUE(in.scn(index));
-  EXPECT_TRUE(in.comes_back());
-}
-
 TEST_P(RefusedContents, ConvertedByTheCallerAndSaidToBeGoBackConverted) {
   WayBack in = open_refused();
   for (const size_t index : {1, 2}) {

@@ -122,41 +122,5 @@ TEST_P(TranslatedUnits, AreRememberedForACopy) {
   EXPECT_TRUE(object.comes_back());
 }
 
-// What a load that memory ran out on left alone counts for the bytes of the load, and not where others have come.
-TEST_P(TranslatedUnits, OfALoadCutShortCountForItsBytesAlone) {
-  if (by_image()) return;
-  for (size_t nth = 1; nth < 100; ++nth) {
-    SCOPED_TRACE(nth);
-    const Bytes file = encode(order(), units(sound, 3)).done();
-    const Bytes memory = encode(other(order()), units(sound, 3)).done();
-    WayBack object = open(builder()
-                              .section(".debug_abbrev", SHT_PROGBITS, encode(order(), abbreviations).done())
-                              .section(".debug_info", SHT_PROGBITS, file)
-                              .build());
-    bool happened = false;
-    {
-      const FailingAllocation failing(nth);
-      elf_getscn(object, info);
-      happened = failing.happened();
-    }
-    elf_errno();
-    Elf_Data* const block = object.data(info);
-    ASSERT_TRUE(block);
-    const bool whole = object.contents(info) == memory;
-    EXPECT_TRUE(whole || happened);
-    Bytes replaced = memory;
-    const bool cut_in_the_middle = !whole && object.contents(info) != file;
-    if (cut_in_the_middle) {
-      // In the same place, and in another.
-      std::copy(memory.begin(), memory.end(), static_cast<unsigned char*>(block->d_buf));
-      EXPECT_TRUE(object.comes_back());
-      block->d_buf = replaced.data();
-    }
-    EXPECT_TRUE(object.comes_back());
-    if (!happened) return;
-  }
-  FAIL() << "never got through";
-}
-
 }  // namespace
 }  // namespace ambielf::test

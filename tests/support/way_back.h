@@ -102,12 +102,6 @@ class EveryWayBack : public testing::TestWithParam<OrderAndRoad> {
   }
 };
 
-// The contents of a block.
-inline Bytes bytes_of(const Elf_Data& block) {
-  const unsigned char* const bytes = static_cast<const unsigned char*>(block.d_buf);
-  return {bytes, bytes + block.d_size};
-}
-
 }  // namespace ambielf::test
 
 #endif
