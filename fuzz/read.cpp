@@ -38,7 +38,8 @@ void convert_refused(Elf* elf) {
     Elf_Scn* const scn = elf_getscn(elf, i);
     const bool refused = elf_errno() == 98;
     Elf_Data* const data = scn != nullptr && refused ? elf_getdata(scn, nullptr) : nullptr;
-    if (data != nullptr) elf32_xlatetom(data, data, foreign_encoding);
+    // A section that claims gigabytes costs time and shows nothing more.
+    if (data != nullptr && data->d_size <= 65536) elf32_xlatetom(data, data, foreign_encoding);
   }
 }
 
