@@ -17,7 +17,7 @@ INSTANTIATE_EVERY_ORDER_AND_ROAD(AllocatedArrays);
 
 TEST_P(AllocatedArrays, StayAsTheFileHasThem) {
   for (const uint32_t type : {SHT_LNNO, SHT_SDB, SHT_RELA_LNNO_UP, SHT_RELA_LNNO_DOWN}) {
-    for (const uint32_t entry_size : {0, 4, 6, 8, 12, 18, 20, 36}) {
+    for (const uint32_t entry_size : {0U, 4U, 6U, 8U, 12U, 18U, 20U, 36U}) {
       for (const char* const name :
            {".preinit_array", ".lnno.a", ".coff.SDB", ".debug_line", ".debug_info"}) {
         SCOPED_TRACE(std::to_string(type) + " entries of " + std::to_string(entry_size) + " in " + name);

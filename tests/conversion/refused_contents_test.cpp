@@ -12,7 +12,7 @@ class RefusedContents : public EveryWayBack {
   // Words, and debug information that needs no abbreviations; both in the file's order.
   WayBack open_refused() const {
     WayBack in = open(object(order()), refuse);
-    for (const size_t index : {1, 2}) {
+    for (const size_t index : std::initializer_list<size_t>{1, 2}) {
       EXPECT_EQ(in.contents(index), raw(index, order()));
       EXPECT_EQ(elf_errno(), 98);
     }
@@ -40,7 +40,7 @@ INSTANTIATE_EVERY_ORDER_AND_ROAD(RefusedContents);
 
 TEST_P(RefusedContents, GoBackAsTheyAre) {
   WayBack in = open_refused();
-  for (const size_t index : {1, 2}) {
+  for (const size_t index : std::initializer_list<size_t>{1, 2}) {
     // Neither of these is a conversion of the block.
     Elf_Data* const block = in.data(index);
     Bytes room(block->d_size);
@@ -55,7 +55,7 @@ TEST_P(RefusedContents, GoBackAsTheyAre) {
 
 TEST_P(RefusedContents, ConvertedByTheCallerAndSaidToBeGoBackConverted) {
   WayBack in = open_refused();
-  for (const size_t index : {1, 2}) {
+  for (const size_t index : std::initializer_list<size_t>{1, 2}) {
     const Bytes converted = raw(index, other(order()));
     std::copy(converted.begin(), converted.end(), static_cast<unsigned char*>(in.data(index)->d_buf));
     EXPECT_EQ(elf_setswapbehavior(in.scn(index),
@@ -69,7 +69,7 @@ TEST_P(RefusedContents, ConvertedInPlaceGoBackConverted) {
   if (!foreign())
     return;  // contents in the host's order convert to no other in place that they have a way back from
   WayBack in = open_refused();
-  for (const size_t index : {1, 2}) {
+  for (const size_t index : std::initializer_list<size_t>{1, 2}) {
     Elf_Data* const block = in.data(index);
     EXPECT_EQ(elf32_xlatetom(block, block, static_cast<unsigned>(order())), block);
     EXPECT_EQ(in.contents(index), raw(index, other(order())));
