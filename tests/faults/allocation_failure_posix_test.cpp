@@ -51,7 +51,7 @@ INSTANTIATE_EVERY_SCENARIO(AllocationFailure);
 
 TEST_P(AllocationFailure, HasACodeAndNoConsequence) {
   const auto& [scenario, order] = GetParam();
-  const auto run = [&](ShortOfMemory& calls) {
+  const auto run = [&scenario = scenario, order = order](ShortOfMemory& calls) {
     const TempFile file(scenario.input(order));
     Scene scene{calls, order, file};
     scenario.run(scene);
