@@ -171,7 +171,7 @@ class Program {
     const bool constant = block->d_buf == names;
     if (constant && reverses_source) return;
     const bool in_place = (argument & 1) != 0 && !constant;
-    Elf_Data target = *block;
+    Elf_Data target = static_cast<const Elf_Data&>(*block);
     if (!in_place) {
       buffers_.push_back(std::make_unique<unsigned char[]>(largest_block));
       target.d_buf = buffers_.back().get();

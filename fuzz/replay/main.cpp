@@ -136,6 +136,7 @@ int main(int argc, char** argv) {
   }
   std::sort(files.begin(), files.end());
   std::vector<Bytes> seeds;
+  seeds.reserve(files.size());
   for (const std::filesystem::path& file : files) seeds.push_back(read(file));
 
   failed_input = std::string(argv[0]) + ".failed";

@@ -42,6 +42,7 @@ struct Conversion {
   Purpose purpose;
   DataDesc& block;
   unsigned char* bytes;
+  uint32_t present;  // of the block's bytes; what the input did not have is zeros, which need no conversion
   DestBuffer& destination;
   uint32_t type;
   bool value_before_swap;   // true: the bytes are in host order; false: the sink receives host order
@@ -55,10 +56,6 @@ struct Conversion {
  private:
   int32_t walk(SectionKind kind);
   int32_t swap_records();
-  // The bytes that may not be zero: what the input did not have is zeros, which need no conversion.
-  uint32_t present() const {
-    return on_load() ? std::min(block.d_size, block.scn->found.present) : block.d_size;
-  }
 };
 
 int32_t count_of(uint32_t size, uint32_t entry) {
@@ -67,7 +64,7 @@ int32_t count_of(uint32_t size, uint32_t entry) {
 
 int32_t Conversion::walk(SectionKind kind) {
   const DebugWalk walk = {purpose, kind, block, value_before_swap, written};
-  if (!walk_debug_section(walk, bytes, present(), destination)) {
+  if (!walk_debug_section(walk, bytes, present, destination)) {
     elf_set_error(ERR_MEMORY);
     // What a load has converted by then must be converted back later, so the load succeeds.
     if (!on_load()) return -1;
@@ -101,7 +98,7 @@ int32_t Conversion::swap_records() {
     return count_of(size, entry);
   }
   const uint32_t records =
-      static_cast<uint32_t>(std::min<uint64_t>(count, (uint64_t{present()} + entry - 1) / entry));
+      static_cast<uint32_t>(std::min<uint64_t>(count, (uint64_t{present} + entry - 1) / entry));
   const uint32_t sent = records * record;
   if (entry == record) {
     if (records != 0) swap_run(bytes, destination, records, type);
@@ -125,15 +122,17 @@ int32_t Conversion::swap_records() {
 bool convert_found(Elf_Scn& scn, SectionKind kind) {
   if (!scn.make_data()) return false;
   FoundContents& found = scn.found;
-  if (found.size == 0) return true;
+  DataDesc* const block = scn.first_data();
+  if (block == nullptr || found.size == 0) return true;
   CharDestBuffer in_place(found.buf);
-  Conversion load = {Conversion::Purpose::load, *scn.first_data(), found.buf, in_place, found.type,
+  const uint32_t present = std::min(found.size, found.present);
+  Conversion load = {Conversion::Purpose::load, *block,   found.buf, present, in_place, found.type,
                      !scn.elf->foreign(),       found.buf};
   found.left_raw = load.run(kind) == -1;
   return true;
 }
 
-int32_t convert(DataDesc& block, unsigned char* bytes, DestBuffer& destination, uint32_t type) {
+int32_t convert(DataDesc& block, void* bytes, DestBuffer& destination, uint32_t type) {
   if (type > greatest_data_type) {
     elf_set_error(ERR_DATA_TYPE);
     return -1;
@@ -142,7 +141,13 @@ int32_t convert(DataDesc& block, unsigned char* bytes, DestBuffer& destination, 
   Elf& elf = *scn.elf;
   if (!elf.load_names()) return -1;
   if (block.d_size == 0 || !swap_is_due(scn) || scn.is_in_file_order(block)) return 0;
-  Conversion conversion = {Conversion::Purpose::to_file, block, bytes, destination, type, elf.foreign()};
+  Conversion conversion = {Conversion::Purpose::to_file,
+                           block,
+                           static_cast<unsigned char*>(bytes),
+                           block.d_size,
+                           destination,
+                           type,
+                           elf.foreign()};
   return conversion.run(elf.section_kind(scn.index));
 }
 
@@ -158,6 +163,7 @@ int32_t translate(DataDesc& block, void* to, bool to_file) {
   Conversion translation = {Conversion::Purpose::translation,
                             block,
                             static_cast<unsigned char*>(block.d_buf),
+                            block.d_size,
                             sink,
                             block.d_type,
                             to_file,

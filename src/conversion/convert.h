@@ -31,7 +31,7 @@ bool convert_found(Elf_Scn& scn, SectionKind kind);
 // Returns a positive count, when exactly d_size bytes have reached the sink; 0 if nothing was converted, when nothing
 // has reached the sink and the caller copies the bytes if it needs them there; -1 after 4, 67, 82, or the code of a
 // failed load of the name table.
-int32_t convert(DataDesc& block, unsigned char* bytes, DestBuffer& destination, uint32_t type);
+int32_t convert(DataDesc& block, void* bytes, DestBuffer& destination, uint32_t type);
 
 // Converts the block from its d_buf to `to`, which may be the same, whatever the swap behaviour says: from host order
 // with `to_file`, else to host order. Returns as convert does. Throws std::bad_alloc before it has written anything.

@@ -81,8 +81,7 @@ class ImageWriter {
 
   bool send(DataDesc& block) {
     if (!old_.make_way(position_ + block.d_size)) return false;
-    const int32_t result =
-        convert(block, static_cast<unsigned char*>(block.d_buf), destination_, block.d_type);
+    const int32_t result = convert(block, block.d_buf, destination_, block.d_type);
     if (result == 0) destination_.copy(block.d_buf, block.d_size);
     return result != -1;
   }

@@ -18,11 +18,11 @@ void Abbreviations::read_set(Cursor& cursor) {
     cursor.leb128();  // tag
     Abbreviation entry = {code, attributes_.size(), 0, cursor.uleb128() != 0};
     while (cursor.ok()) {
-      const AttributeSpec spec = {static_cast<uint32_t>(cursor.uleb128()),
-                                  static_cast<uint32_t>(cursor.uleb128())};
-      if (spec.attribute == 0) break;
-      if (spec.form == DW_FORM_implicit_const) cursor.leb128();
-      if (!is_empty(spec.form)) attributes_.push_back(spec);
+      const AttributeForm stated = {static_cast<uint32_t>(cursor.uleb128()),
+                                    static_cast<uint32_t>(cursor.uleb128())};
+      if (stated.attribute == 0) break;
+      if (stated.form == DW_FORM_implicit_const) cursor.leb128();
+      if (!is_empty(stated.form)) attributes_.push_back(stated);
     }
     if (!cursor.ok()) break;
     entry.count = attributes_.size() - entry.first;

@@ -13,7 +13,7 @@
 
 namespace ambielf::tools::flip {
 
-struct AttributeSpec {
+struct AttributeForm {
   uint32_t attribute;
   uint32_t form;
 };
@@ -35,7 +35,7 @@ class Abbreviations {
   Set find_set(uint64_t offset) const;
   // The set's abbreviation of that code, or null.
   static const Abbreviation* find(Set set, uint64_t code);
-  std::span<const AttributeSpec> attributes(const Abbreviation& abbreviation) const {
+  std::span<const AttributeForm> attributes(const Abbreviation& abbreviation) const {
     return std::span(attributes_).subspan(abbreviation.first, abbreviation.count);
   }
 
@@ -50,7 +50,7 @@ class Abbreviations {
 
   std::vector<SetPlace> sets_;         // by offset
   std::vector<Abbreviation> entries_;  // those of a set by code
-  std::vector<AttributeSpec> attributes_;
+  std::vector<AttributeForm> attributes_;
 };
 
 }  // namespace ambielf::tools::flip

@@ -17,7 +17,7 @@ void expect(Cursor& cursor, bool holds) {
 
 void walk_arange(Cursor& cursor) {
   const uint64_t start = cursor.offset();
-  constexpr uint64_t tuple = 2 * address_size;
+  constexpr uint64_t tuple = uint64_t{2} * address_size;
   cursor.word();  // unit_length
   expect(cursor, cursor.half() == 2);
   cursor.word();  // debug_info_offset

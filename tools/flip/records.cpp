@@ -174,8 +174,8 @@ void walk_vendor(Cursor& cursor) {
 
 // The registers that a file uses, and the value of gp.
 void walk_reginfo(Cursor& cursor, uint64_t size) {
-  constexpr uint64_t of_32_bits = 6 * 4;
-  constexpr uint64_t of_64_bits = 6 * 4 + 8;  // a word of padding behind the first, and a wide gp
+  constexpr uint64_t of_32_bits = 24;
+  constexpr uint64_t of_64_bits = 32;  // a word of padding behind the first, and a wide gp
   if (size != of_32_bits && size != of_64_bits) return cursor.fail();
   cursor.numbers(6, 4);
   if (size == of_64_bits) cursor.number(8);

@@ -89,12 +89,12 @@ void UnitWalk::walk_entries(Cursor& cursor, Abbreviations::Set set) {
     }
     const Abbreviation* const entry = Abbreviations::find(set, cursor.uleb128());
     if (entry == nullptr) return cursor.fail();
-    for (const AttributeSpec& spec : abbreviations_.attributes(*entry)) {
+    for (const AttributeForm& stated : abbreviations_.attributes(*entry)) {
       const uint64_t place = cursor.offset();
-      const uint32_t value = walk_value(cursor, spec.attribute, spec.form);
+      const uint32_t value = walk_value(cursor, stated.attribute, stated.form);
       if (!cursor.ok()) return;
-      if (loc_ != nullptr && (spec.form == DW_FORM_sec_offset || spec.form == DW_FORM_data4))
-        note_place(spec.attribute, spec.form, place, value);
+      if (loc_ != nullptr && (stated.form == DW_FORM_sec_offset || stated.form == DW_FORM_data4))
+        note_place(stated.attribute, stated.form, place, value);
     }
     if (entry->has_children) ++open_lists;
   } while (open_lists != 0 && cursor.ok());
