@@ -15,11 +15,17 @@
  *    blocks. Sizes, offsets and alignments are in bytes. Only ELFCLASS32 is supported.
  *
  * 2. Failures. A function that fails returns its failure value (NULL, 0 or -1, as stated below) and stores
- *    one code, which elf_errno reads and clears and elf_errmsg puts in words. Success neither stores nor
- *    clears a code, so a code is meaningful only after a failure value. The end of a walk is a failure too,
- *    with a code that says so. What a failing call has done before it fails stays done. "Codes" lists what a
- *    function can report, in the order of its checks. Running out of memory gives 4 unless another code is
- *    listed. The library prints nothing, and no exception leaves it.
+ *    one code, which elf_errno reads and clears and elf_errmsg puts in words. Success clears no code, and
+ *    stores none with the two exceptions below, so a code is meaningful only after a failure value. The end
+ *    of a walk is a failure too, with a code that says so. What a failing call has done before it fails stays
+ *    done. "Codes" lists what a function can report, in the order of its checks. Running out of memory gives 4
+ *    unless another code is listed. The library prints nothing, and no exception leaves it.
+ *
+ *    A section whose contents could not be converted, or only in part, is loaded all the same, and the code
+ *    stays: see elf_getscn. Converting .debug_info needs .debug_abbrev; without it units keep their bodies as
+ *    they are, and whatever converts them (a load, elf_update, elf32_xlatetof, elf32_xlatetom, elf_end of an
+ *    image) succeeds and leaves a code: 32 there is no .debug_abbrev, 37 it has no contents, 28 or another
+ *    code of elf_getscn if it can't be loaded.
  *
  * 3. Ownership. Descriptors, sections, blocks and the records that functions return belong to the library.
  *    The caller owns the file id, a memory image, every buffer that it stores in Elf_Data::d_buf, and the
@@ -263,7 +269,8 @@ AMBIELF_API void elf_fill(int fill);
  *
  * If `ref` is an archive, the member whose header is at the file position is opened or, if it is open already,
  * gets one more reference. If `ref` is a stand-alone object, that descriptor gets one more reference. elf_end
- * gives a reference back.
+ * gives a reference back. A member that failed to open is open all the same: the next call gives it without a
+ * code and with what had been loaded before the failure. As a rule, that is no ELF header.
  *
  * e_version tells the byte order of an object; e_ident[EI_DATA] in the file is ignored, and set to that order in
  * memory. If the file's end cuts off a header or a table entry, the missing bytes read as zeros. The library
@@ -278,22 +285,26 @@ AMBIELF_API void elf_fill(int fill);
  *        the file's record, an archive, a descriptor, anything else.
  *        Without `ref`: 5 the file's size can't be had or is above 4 GiB - 1; 8 nothing can be read; 6
  *        neither an object nor an archive; 20 ELF_C_RDWR on an archive; 10 a bad first header or symbol
- *        table in an archive; 11 a bad member header; 12 an archive without members; 39 cmd is none of
- *        the three.
+ *        table in an archive; 11 a bad member header; 12 an archive without members; 88, 89, 17 no seek;
+ *        39 cmd is none of the three.
  *        For the headers of an object: 88, 89, 17 no seek; 8 no read; 6 a member that is no object; 27,
  *        100 an entry size of the section, program header table that is too small.
- *        With `ref`: 87 ELF_C_RDWR, but the descriptor was not opened so; 88, 89, 17 the position can't
- *        be had; 60 it is a member; 13 no member starts at the position; 20 a member for writing; 39 as
- *        above.
+ *        With `ref`: 87 ELF_C_RDWR, but the descriptor was not opened so; 48 it has 65535 references; 88, 89,
+ *        17 the position can't be had; 60 it is a member; 13 no member starts at the position; 20 a member for
+ *        writing; 39 as above.
  */
 AMBIELF_API Elf* elf_begin(int fildes, Elf_Cmd cmd, Elf* ref);
 
 /** Opens an object that lies in memory, for reading.
  *
  * The image is used in place. While the descriptor lives, the header and the contents of loaded sections may be
- * in another byte order than the file's, so the caller must not read them through the image. elf_end restores
- * the image, except for e_ident[EI_DATA], which keeps the byte order that was found, and for the caller's
- * changes. Whatever reaches past the image reads as zeros. elf_version need not have been called.
+ * in another byte order than the file's, so the caller must not read them through the image. Whatever reaches
+ * past the image reads as zeros. elf_version need not have been called.
+ *
+ * elf_end restores the image, except for three things. e_ident[EI_DATA] keeps the byte order that was found. The
+ * offsets in relocations of line numbers (.rela.lnno.*) of the other byte order stay rescaled. The caller's
+ * changes stay; and as elf_end goes by the header's EI_DATA, and by the type, name and swap behaviour that a
+ * section has then, contents are not restored if the caller has changed these without converting them.
  *
  * @param image  the object's first byte, writable, at any alignment; it must outlive the descriptor
  * @param size   bytes in the image, at most 4 GiB - 1
@@ -357,17 +368,22 @@ AMBIELF_API char* elf_getident(Elf* elf, size_t* size);
 /** Gives a section, and loads its contents when it is first asked for.
  *
  * Loading moves the file position. It asks the controller of elf_setreadswapcontroller for the swap behaviour
- * and converts the contents accordingly. Contents that cannot be converted do not fail the load; they stay in
- * file order and the code is stored. In a file of the other byte order the section's name must be readable.
+ * and converts the contents accordingly. In a file of the other byte order the section's name must be readable.
+ *
+ * A load can succeed and leave a code: 98 the controller gave an invalid answer, and the contents stay in file
+ * order; 4 memory ran out while a debug section was converted, and its last units stay in file order; 32, 37 or a
+ * code of loading .debug_abbrev, for .debug_info (convention 2); 4, 88, 89, 17, 8 the name table can't be read,
+ * which a file of the host's byte order does not need.
  *
  * @param elf    the descriptor of an object
  * @param index  0 to the number of sections - 1
  * @return the section, always the same for this index; or NULL
  * @codes 32 elf is NULL; 70 bad magic number; 21 no such section; 42 not loaded before elf_cntl ended
- *        loading; 4, 74, 31 no memory for the section, its contents, its block; 88, 89, 17 no seek; 8 no
- *        read; 25, 68, 37, 26 no name to be had in a file of the other byte order: no name table, no
- *        string table or an offset behind its end, a table without contents, anything else; 28 a type
- *        above 21
+ *        loading; 4, 31 no memory for the section or its contents, for its block; 88, 89, 17 no seek; 8 no
+ *        read; 25, 21, 68, 37 no name to be had in a file of the other byte order, because there is no name
+ *        table, e_shstrndx names no section, it names no string table or the name lies behind its end, the
+ *        table has no contents; 28 a type above 21, also that of the name table in a file of the other byte
+ *        order
  */
 AMBIELF_API Elf_Scn* elf_getscn(Elf* elf, size_t index);
 
@@ -463,9 +479,10 @@ AMBIELF_API uint32_t elf32_fsize(uint32_t type, uint32_t count, uint32_t version
  * @param encoding  ELFDATA2LSB or ELFDATA2MSB
  * @return dst; or NULL, without a code if there was nothing to convert
  * @codes 32 dst or src is NULL; 72 bad magic number; 41 dst is smaller than src; 24 another encoding; 47
- *        src has no section; 53 no descriptor; 44 no ELF header; 67 no such type; 82 a type that can't
- *        be converted; 4, 8, 17, 31, 88, 89 the section name table could not be loaded, for which it needs memory
- *        and the file
+ *        src has no section; 53 no descriptor; 44 no ELF header; 32 d_size of src is above 0, and d_buf of dst
+ *        or src is NULL; 67 no such type; 4, 8, 17, 31, 88, 89 the section name table could not be loaded, for
+ *        which it needs memory and the file; 82 a type that can't be converted; 4 no memory to convert a debug
+ *        section
  */
 AMBIELF_API Elf_Data* elf32_xlatetof(Elf_Data* dst, const Elf_Data* src, unsigned encoding);
 
@@ -486,7 +503,7 @@ AMBIELF_API Elf_Data* elf32_xlatetom(Elf_Data* dst, const Elf_Data* src, unsigne
  * @param section   the section
  * @param behavior  one of the ELF_SWAP values
  * @return 0, or -1
- * @codes 98 another value; the old one stays
+ * @codes 32 section is NULL; 98 another value, and the old one stays
  */
 AMBIELF_API int elf_setswapbehavior(Elf_Scn* section, int behavior);
 
@@ -495,7 +512,8 @@ AMBIELF_API int elf_setswapbehavior(Elf_Scn* section, int behavior);
  *
  * @param elf         the descriptor
  * @param controller  the function; NULL for the default, which answers ELF_SWAP_TO_HOST
- * @return the function that was installed before
+ * @return the function that was installed before, or NULL
+ * @codes 32 elf is NULL
  */
 AMBIELF_API Elf_ReadSwapController elf_setreadswapcontroller(Elf* elf, Elf_ReadSwapController controller);
 
@@ -542,7 +560,8 @@ AMBIELF_API Elf_Scn* elf_newscn(Elf* elf);
  *
  * @param scn  a section of a stand-alone object, not of an image
  * @return the live block, or NULL
- * @codes 32 scn is NULL; 71 bad magic number; 20 of an archive, a member or an image; 31 no memory
+ * @codes 32 scn is NULL; 71 bad magic number; 20 of an archive, a member or an image; 4, 31 no memory for the
+ *        section's list of blocks, for the block
  */
 AMBIELF_API Elf_Data* elf_newdata(Elf_Scn* scn);
 
@@ -616,6 +635,11 @@ AMBIELF_API unsigned elf_flagdata(Elf_Data* data, Elf_Cmd cmd, unsigned flags);
  * the old file. A program header linked to a section by elf32_setphdrdata gets the section's sh_offset as
  * p_offset. To overwrite a file that was read, first set its position to 0. The file is never truncated.
  *
+ * Old contents that the output would overwrite before they have been copied are kept in memory, and beyond 16
+ * MiB in a temporary file: in the folder of the environment variable TMPDIR (TMP on Windows), without it in the
+ * system's. Writing uses a duplicate of the file id and closes it. On POSIX systems this releases the record locks (fcntl) that the
+ * process holds on the file.
+ *
  * @param elf  the descriptor of a stand-alone object, not of an image
  * @param cmd  ELF_C_NULL to lay out only; ELF_C_WRITE to lay out and write; the other commands do nothing
  * @return the size of the file in bytes; 1 with ELF_C_WRITE if the descriptor was not dirty; 0 for a
@@ -623,13 +647,15 @@ AMBIELF_API unsigned elf_flagdata(Elf_Data* data, Elf_Cmd cmd, unsigned flags);
  *         file.
  * @codes 32 elf is NULL; 70 bad magic number; 65 no such command; 61 ELF_C_WRITE, but opened with
  *        ELF_C_READ.
- *        Layout: 9 an archive, a member or an image; 22 no ELF header; 24 e_ident[EI_DATA] is above 2;
- *        33 e_version is above 1; 25 sections out of order; 29 a block without a section header, or a
- *        file too large for 32 bits; 30 under ELF_F_LAYOUT, blocks reach past sh_size.
- *        Writing: 81 no file; 88, 89, 17, 97, 93, 94, 95, 96, 50 the file id can't be used; 42 after
- *        elf_cntl; 35 sections out of order; 43 a section or block starts behind the running position,
- *        or has no sh_name; 37 a block without d_buf; 8 an old section can't be read; 4, 31 no memory; 82,
- *        67, 98 a block can't be converted; 79, 86, 64 the file can't be written
+ *        Layout: 4, 31 no memory for a list of blocks, for a block; 9 an archive, a member or an image; 22 no
+ *        ELF header; 24 e_ident[EI_DATA] is above 2; 33 e_version is above 1; 29 the file would have 2 GiB or
+ *        more; 30 under ELF_F_LAYOUT, blocks reach past sh_size.
+ *        Writing: 4, 31, 8, 88, 89, 17 the name table or .debug_abbrev, for a block that must be converted, can't
+ *        be loaded; 88, 89, 17, 97, 93, 94, 95, 96, 50 the file id can't be used, or no temporary file be made;
+ *        42 after elf_cntl; 43 a section or block starts before the end of the one before, or has no sh_name;
+ *        37 a block without d_buf; 30 blocks of a section without sh_name reach past sh_size; 67, 82 a block
+ *        can't be converted; 5, 8 the old file's size, an old section can't be read; 4 no memory; 79, 86, 64
+ *        the file can't be written
  */
 AMBIELF_API int32_t elf_update(Elf* elf, Elf_Cmd cmd);
 
@@ -667,8 +693,8 @@ AMBIELF_API void elf32_freeshdrtab(void* table);
  * @param elf    the descriptor of an object
  * @param index  of the program header, 0 to e_phnum - 1
  * @return the live block, or NULL
- * @codes 32 elf is NULL; 99 no such index; 100 no record; 101 no section matches, or it has no block;
- *        the codes of elf_getscn
+ * @codes 32 elf is NULL; 99 no such index; 101 no section matches, or it has no block; 4, 31 no memory for the
+ *        block; the codes of elf_getscn
  */
 AMBIELF_API Elf_Data* elf32_getphdrdata(Elf* elf, unsigned index);
 
