@@ -10,6 +10,7 @@ add_test(NAME check/headers COMMAND ${scripts}/check-headers)
 add_test(NAME check/includes COMMAND ${scripts}/check-includes)
 add_test(NAME check/test_share COMMAND ${scripts}/check-test-share)
 add_test(NAME check/documents COMMAND ${scripts}/check-documents)
+add_test(NAME check/codes COMMAND ${scripts}/check-codes)
 # Runs after all tests, each of which adds to the list.
 add_test(NAME check/reported_codes COMMAND ${scripts}/check-reported-codes ${reported_codes})
 set_tests_properties(check/reported_codes PROPERTIES FIXTURES_REQUIRED all_tests)

@@ -433,8 +433,8 @@ AMBIELF_API Elf_Data* elf_getdata(Elf_Scn* scn, Elf_Data* data);
  * @param section  index of a section of type SHT_STRTAB, above 0
  * @param offset   bytes from the start of the section
  * @return the string, which must not be written; or NULL
- * @codes 32 elf is NULL; 25 section is 0; 70 bad magic number; the codes of elf_getscn; 27 no section header;
- *        68 not a string table, or the offset lies behind its end; 37 no block holds the offset
+ * @codes 32 elf is NULL; 25 section is 0; 70 bad magic number; the codes of elf_getscn; 68 not a string table, or
+ *        the offset lies behind its end; 37 no block holds the offset
  */
 AMBIELF_API char* elf_strptr(Elf* elf, size_t section, size_t offset);
 
