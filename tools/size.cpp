@@ -1,10 +1,11 @@
-// ambielf size: the sizes of an object's code and constants, data, and zeros.
+// ambielf size: the sizes of an object's code and constants, data, and zeros; or a picture of where its bytes go.
 #include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
 
 #include "commands.h"
 #include "inputs.h"
+#include "map.h"
 #include "output.h"
 
 namespace ambielf::tools {
@@ -13,7 +14,7 @@ namespace {
 
 struct Options {
   std::vector<std::string> files;
-  bool totals = false;
+  bool totals = false, map = false;
 };
 
 struct Sizes {
@@ -43,7 +44,20 @@ void print(Output& out, const Sizes& sizes, std::string_view name, std::string_v
   out.character('\n');
 }
 
+void draw(const Options& options, Report& report) {
+  Map map;
+  for (const std::string& file : options.files) {
+    for_each_object(report, file, [&](const Input& input) { map.add(input); });
+  }
+  Output out;
+  report.attempt("size", [&] {
+    map.print(out);
+    out.flush();
+  });
+}
+
 void run(const Options& options, Report& report) {
+  if (options.map) return draw(options, report);
   Output out;
   Sizes total;
   bool has_title = false;
@@ -72,7 +86,9 @@ void add_size(CLI::App& app, Report& report) {
   const auto options = std::make_shared<Options>();
   CLI::App* const command = app.add_subcommand("size", "Prints the sizes of code, data and zeros.");
   command->add_option("FILE", options->files, "Objects and archives")->required();
-  command->add_flag("-t,--totals", options->totals, "Print the sums over all objects as well");
+  CLI::Option* const totals =
+      command->add_flag("-t,--totals", options->totals, "Print the sums over all objects as well");
+  command->add_flag("--map", options->map, "Draw where the bytes go, as an SVG picture")->excludes(totals);
   command->callback([options, &report] { run(*options, report); });
 }
 

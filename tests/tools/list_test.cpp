@@ -128,6 +128,29 @@ TEST_F(List, RefusesWhatIsNoObjectOf32BitsByName) {
   }
 }
 
+TEST_F(List, DrawsWhereTheBytesGo) {
+  write("object.o", sample(ByteOrder::big).bytes);
+  std::string names;
+  while (names.size() < 70000) names += "<\xff\x01";
+  ObjectBuilder many(ByteOrder::little);  // sections that overlap, with names as long as the table
+  for (uint32_t i = 0; i < 59999; ++i) {
+    many.section("", SHT_PROGBITS, "", {.size = 1 + i % 64 * 1000, .name = i / 3 * 3});
+  }
+  many.section("", SHT_STRTAB, text_bytes(names));
+  many.header([](Elf32_Ehdr& header) { header.e_shstrndx = 60000; });
+  write("many.o", many.build().bytes);
+  const Ending run = run_tool("size --map object.o many.o");
+  EXPECT_EQ(std::pair(run.status, run.errors), std::pair(0, std::string()));
+  for (const char* const part :
+       {"<title>.text, 8 bytes at 0x34</title>", ">data                4 bytes   0.5 %<", ">gap  ",
+        ">overlap  ", ">&lt;&#255;^A&lt;&#255;^A&lt;", "...</text>", ">and 59963 others<"}) {
+    EXPECT_NE(run.output.find(part), std::string::npos) << part << run.output.substr(0, 3000);
+  }
+  EXPECT_LT(run.output.size(), 1000000U);
+  EXPECT_EQ(run.output.substr(run.output.size() - 7), "</svg>\n");
+  EXPECT_EQ(run_tool("size -t --map object.o").status, 2);
+}
+
 // Behind the end of the file stand zeros, which would be millions of symbols.
 TEST_F(List, RefusesASymbolTableThatTheFileDoesNotHold) {
   write("object.o",
