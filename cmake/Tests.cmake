@@ -45,7 +45,14 @@ add_library(ambielf_test_support INTERFACE)
 target_compile_options(ambielf_test_support INTERFACE ${ambielf_test_options})
 target_link_libraries(ambielf_test_support INTERFACE GTest::gtest)
 target_include_directories(ambielf_test_support INTERFACE ${PROJECT_SOURCE_DIR}/tests)
+# Tests start programs as ctest starts the tests. On Windows these have left the emulator behind by then.
+set(emulator "")
+if(CMAKE_CROSSCOMPILING_EMULATOR AND NOT WIN32)
+  list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " emulator)
+  string(APPEND emulator " ")
+endif()
 target_compile_definitions(ambielf_test_support INTERFACE
+  AMBIELF_TEST_EMULATOR="${emulator}"
   AMBIELF_TEST_DATA="${PROJECT_SOURCE_DIR}/tests/data" AMBIELF_TEST_SCRATCH="${PROJECT_BINARY_DIR}/scratch"
   AMBIELF_EXAMPLES_DIR="${PROJECT_BINARY_DIR}/examples"
   AMBIELF_TOOL="${PROJECT_BINARY_DIR}/tools/ambielf${CMAKE_EXECUTABLE_SUFFIX}")

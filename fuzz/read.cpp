@@ -92,7 +92,7 @@ void count_in_one_byte(Bytes& bytes) {
 // and what translation makes of those, by translation to memory.
 void translate_back(Elf* elf, const Bytes& file) {
   const Elf32_Ehdr* const header = elf32_getehdr(elf);
-  if (header == nullptr || elf_getident(elf, nullptr)[EI_DATA] != ELFDATA2MSB) return;
+  if (header == nullptr || elf_getident(elf, nullptr)[EI_DATA] != foreign_encoding) return;
   for (Elf_Scn* scn = nullptr; (scn = elf_nextscn(elf, scn)) != nullptr;) {
     const Elf32_Shdr& shdr = *elf32_getshdr(scn);
     Elf_Data* const block = elf_getdata(scn, nullptr);
@@ -105,7 +105,7 @@ void translate_back(Elf* elf, const Bytes& file) {
     Bytes there(block->d_size);
     Elf_Data target = *block;
     target.d_buf = there.data();
-    if (elf32_xlatetof(&target, block, ELFDATA2MSB) == nullptr || there != in_file)
+    if (elf32_xlatetof(&target, block, foreign_encoding) == nullptr || there != in_file)
       fault("the way back to the file");
     const Bytes in_memory(static_cast<unsigned char*>(block->d_buf),
                           static_cast<unsigned char*>(block->d_buf) + block->d_size);
@@ -113,7 +113,7 @@ void translate_back(Elf* elf, const Bytes& file) {
     Bytes again(block->d_size);
     block->d_buf = there.data();
     target.d_buf = again.data();
-    elf32_xlatetom(&target, block, ELFDATA2MSB);
+    elf32_xlatetom(&target, block, foreign_encoding);
     block->d_buf = before;
     if (again != in_memory) fault("the way back to memory");
   }

@@ -49,8 +49,8 @@ void swap_symbols(const unsigned char* source, unsigned char* destination, size_
   }
 }
 
-// A line-number record takes 6 bytes in memory and 8 in a file of the other byte order, so an offset into a table
-// of such records is scaled.
+// A line-number record takes 6 bytes in memory and 8 in a big-endian file, so an offset into a table of such records is
+// scaled.
 uint32_t rescaled(uint32_t offset, uint32_t type) {
   if (type == ELF_T_RELA_LNNO_UP) return offset / 6 * 8;
   if (type == ELF_T_RELA_LNNO_DOWN) return (offset >> 3) * 6;

@@ -27,6 +27,11 @@ const RecordLayout& record_layout(uint32_t type);
 // The data type of the contents of a section of type `sh_type`; ELF_T_NONE after 28 if that is above 21.
 uint32_t data_type_of_section(uint32_t sh_type);
 
+// Whether the records are relocations of line numbers, whose offsets are rescaled.
+constexpr bool is_line_relocation(uint32_t type) {
+  return type == ELF_T_RELA_LNNO_UP || type == ELF_T_RELA_LNNO_DOWN;
+}
+
 // The d_type of a loaded block of `type`: ELF_T_BYTE for a narrowed debug record, ELF_T_RELA for a rescaled
 // relocation.
 uint32_t visible_type(uint32_t type);

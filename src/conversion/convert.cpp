@@ -78,6 +78,11 @@ uint32_t entry_size(const DataDesc& block, uint32_t type) {
   return stated != 0 ? stated : record_layout(type).size;
 }
 
+// The number of entries of which at least the first byte is present.
+uint32_t begun_entries(uint32_t present, uint32_t entry) {
+  return present / entry + (present % entry != 0 ? 1 : 0);
+}
+
 // Whether records of the type can be swapped or the block has none. False after 82.
 bool has_rule(const DataDesc& block, uint32_t type) {
   if (record_layout(type).swappable || block.d_size < entry_size(block, type)) return true;
@@ -97,8 +102,7 @@ int32_t Conversion::swap_records() {
     if (destination.differsFrom(bytes)) destination.copy(bytes, size);
     return count_of(size, entry);
   }
-  const uint32_t records =
-      static_cast<uint32_t>(std::min<uint64_t>(count, (uint64_t{present} + entry - 1) / entry));
+  const uint32_t records = std::min(count, begun_entries(present, entry));
   const uint32_t sent = records * record;
   if (entry == record) {
     if (records != 0) swap_run(bytes, destination, records, type);
@@ -117,6 +121,16 @@ int32_t Conversion::swap_records() {
   return count_of(size, entry);
 }
 
+// For relocations that are in host order but not rescaled: swaps them where they lie. The conversion that follows
+// rescales them and swaps them back.
+void turn_relocations(unsigned char* bytes, uint32_t count, uint32_t entry) {
+  if (entry < sizeof(Elf32_Rela)) return;
+  for (uint32_t i = 0; i < count; ++i) {
+    unsigned char* const relocation = bytes + size_t{i} * entry;
+    swap_block(relocation, relocation, 1, ELF_T_RELA);
+  }
+}
+
 }  // namespace
 
 bool convert_found(Elf_Scn& scn, SectionKind kind) {
@@ -126,7 +140,13 @@ bool convert_found(Elf_Scn& scn, SectionKind kind) {
   if (block == nullptr || found.size == 0) return true;
   CharDestBuffer in_place(found.buf);
   const uint32_t present = std::min(found.size, found.present);
-  Conversion load = {Conversion::Purpose::load, *block,   found.buf, present, in_place, found.type,
+  uint32_t type = found.type;
+  if (is_line_relocation(type) && !rescaling_is_due(scn)) type = ELF_T_RELA;
+  if (!swap_is_due(scn)) {
+    const uint32_t entry = entry_size(*block, type);
+    turn_relocations(found.buf, std::min(found.size / entry, begun_entries(present, entry)), entry);
+  }
+  Conversion load = {Conversion::Purpose::load, *block,   found.buf, present, in_place, type,
                      !scn.elf->foreign(),       found.buf};
   found.left_raw = load.run(kind) == -1;
   return true;

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 
+#include "byteorder/data_types.h"
 #include "byteorder/dest_buffer.h"
 #include "conversion/swap_policy.h"
 #include "descriptors/elf.h"
@@ -18,7 +19,7 @@ namespace ambielf {
 // name means.
 inline bool conversion_is_due(const Elf_Scn& scn, uint32_t type, SectionKind kind) {
   return (type != ELF_T_BYTE || is_walked(kind)) && !scn.found.left_raw && !scn.found.never_converted &&
-         swap_is_due(scn);
+         (swap_is_due(scn) || (is_line_relocation(type) && rescaling_is_due(scn)));
 }
 
 // Makes the block of the found contents and converts it. Call this only if a conversion is due. False after 31 or 4. A

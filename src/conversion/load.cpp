@@ -100,7 +100,8 @@ bool SectionLoad::run() {
 }
 
 // Loads the name table if that has not happened yet, and finds the section's name. In a file of the host's byte order
-// the load does not need a name. False after a report.
+// the load does not need a name: if that is big-endian, a section without one has no COFF records. False after a
+// report.
 bool SectionLoad::find_name() {
   const size_t table = elf_.name_table();
   const bool loads_names = table != SHN_UNDEF && elf_.loaded_scn(table) == nullptr;
@@ -112,7 +113,8 @@ bool SectionLoad::find_name() {
     }
   } else {
     if (loads_names) elf_.load_names();  // its code stays stored, but does not fail this load
-    if (elf_.read_swap_controller == default_read_swap_controller) return true;
+    if (!elf_.has_wide_coff_records() && elf_.read_swap_controller == default_read_swap_controller)
+      return true;
     name_ = elf_.section_name(scn_.index);
   }
   kind_ = kind_of(name_);
@@ -137,12 +139,12 @@ bool SectionLoad::fetch_name() {
   return static_cast<bool>(name_);
 }
 
-// The name alone decides what relocations of line numbers are, whatever the type. In a file of the other byte order
-// their offsets refer to wider records. False after 28 if the type is unknown.
+// The name alone decides what relocations of line numbers are, whatever the type. Their offsets refer to wider records.
+// False after 28 if the type is unknown.
 bool SectionLoad::settle_type() {
-  if (elf_.foreign() && kind_ == SectionKind::line_relocations) {
+  if (elf_.has_wide_coff_records() && kind_ == SectionKind::line_relocations) {
     edited_ = true;
-    shdr_.sh_type = elf_.encoding() == ELFDATA2LSB ? SHT_RELA_LNNO_UP : SHT_RELA_LNNO_DOWN;
+    shdr_.sh_type = SHT_RELA_LNNO_DOWN;
   }
   if (shdr_.sh_type <= greatest_section_type) return true;
   if (passed_over_ || pass_over()) elf_set_error(ERR_SECTION_TYPE);
@@ -181,31 +183,24 @@ bool SectionLoad::read_into_block() {
   return scn_.keep_block(std::move(block));
 }
 
-// In a file of the other byte order COFF records may be wider than in memory.
 bool SectionLoad::narrow_coff() {
-  if (!elf_.foreign() || shdr_.sh_type != SHT_COFFDBG) return true;
-  const bool lsb = elf_.encoding() == ELFDATA2LSB;
-  if (kind_ == SectionKind::coff_lines) {
-    return narrow(SHT_LNNO, lsb ? 6 : 8, record_layout(ELF_T_LNNO).size);
-  }
-  if (kind_ == SectionKind::coff_symbols) {
-    return narrow(SHT_SDB, lsb ? 18 : 20, record_layout(ELF_T_SDB).size);
-  }
+  if (!elf_.has_wide_coff_records() || shdr_.sh_type != SHT_COFFDBG) return true;
+  if (kind_ == SectionKind::coff_lines) return narrow(SHT_LNNO, 8, record_layout(ELF_T_LNNO).size);
+  if (kind_ == SectionKind::coff_symbols) return narrow(SHT_SDB, 20, record_layout(ELF_T_SDB).size);
   return true;
 }
 
-// Copies the records to a block where each takes `target_record` bytes. Drops the last bytes of wider records, and the
+// Copies the records to a block where each takes `target_record` bytes. Drops the last bytes of each record, and the
 // bytes after the last whole record.
 bool SectionLoad::narrow(uint32_t sh_type, uint32_t source_record, uint32_t target_record) {
   const uint32_t count = shdr_.sh_size / source_record;
-  const uint32_t copied = std::min(source_record, target_record);
   MemoryBlock block = zeroed_block(uint64_t{count} * target_record + 1);
   if (!block) return false_after(ERR_MEMORY);
   unsigned char* const bytes = block.get();
   const uint32_t present_records = (found_.present + source_record - 1) / source_record;
   const uint32_t records = std::min(count, present_records);
   for (uint32_t i = 0; i < records; ++i) {
-    std::memcpy(bytes + size_t{i} * target_record, found_.buf + size_t{i} * source_record, copied);
+    std::memcpy(bytes + size_t{i} * target_record, found_.buf + size_t{i} * source_record, target_record);
   }
   if (!scn_.keep_block(std::move(block))) return false;
   edited_ = true;

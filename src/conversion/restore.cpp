@@ -10,8 +10,8 @@ void restoreToFileOrder(Elf_Scn& scn, SectionKind kind) {
   const FoundContents& found = scn.found;
   // For relocations of line numbers the load has decided by name, whatever the section's type. Rescaling cannot be
   // undone, but the byte order is restored.
-  const bool line_relocations = found.type == ELF_T_RELA_LNNO_UP || found.type == ELF_T_RELA_LNNO_DOWN;
-  const uint32_t type = line_relocations ? uint32_t{ELF_T_RELA} : data_type_of_section(scn.shdr->sh_type);
+  const uint32_t type =
+      is_line_relocation(found.type) ? uint32_t{ELF_T_RELA} : data_type_of_section(scn.shdr->sh_type);
   if (type == ELF_T_NONE || !conversion_is_due(scn, type, kind)) return;
   CharDestBuffer in_place(found.buf);
   // The way back must not need memory, so a block that was never made is described by a local one.

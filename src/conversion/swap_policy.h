@@ -29,6 +29,14 @@ inline bool swap_is_due(const Elf_Scn& scn) {
   return order_in_memory(scn.swap_behavior, encoding) != encoding;
 }
 
+// Whether a load rescales the offsets of relocations of line numbers. A little-endian host does so where it swaps the
+// records. Others do it in the same places, so that a file gives the same records on all hosts.
+inline bool rescaling_is_due(const Elf_Scn& scn) {
+  const int32_t behavior = scn.swap_behavior;
+  const uint8_t encoding = scn.elf->encoding();
+  return order_in_memory(behavior == ELF_SWAP_TO_HOST ? ELF_SWAP_TO_LSB : behavior, encoding) != encoding;
+}
+
 }  // namespace ambielf
 
 #endif

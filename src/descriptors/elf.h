@@ -98,6 +98,8 @@ struct Elf : public ambielf::ByteSwap {
   // e_ident[EI_DATA] in memory: the byte order of the file.
   uint8_t encoding() const { return ehdr[EI_DATA]; }
   bool foreign() const { return encoding() != ambielf::elf_host_encoding(); }
+  // In big-endian files COFF records are wider than in memory, whatever the host. Sections' names tell where they are.
+  bool has_wide_coff_records() const { return encoding() == ELFDATA2MSB; }
   // e_shstrndx.
   size_t name_table() const { return ambielf::load<uint16_t>(ehdr + offsetof(Elf32_Ehdr, e_shstrndx)); }
   uint32_t file_version() const { return ambielf::load<uint32_t>(ehdr + offsetof(Elf32_Ehdr, e_version)); }

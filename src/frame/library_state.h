@@ -7,9 +7,8 @@
 
 namespace ambielf {
 
-// The host's byte order as a value of e_ident[EI_DATA]: 1, ELFDATA2LSB.
-static_assert(std::endian::native == std::endian::little, "the library is for little-endian hosts");
-constexpr uint8_t elf_host_encoding() { return 1; }
+// The host's byte order as a value of e_ident[EI_DATA]: 1, ELFDATA2LSB, or 2, ELFDATA2MSB.
+constexpr uint8_t elf_host_encoding() { return std::endian::native == std::endian::little ? 1 : 2; }
 
 // 0 until elf_version has accepted a version, then 1.
 unsigned work_version();

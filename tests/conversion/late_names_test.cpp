@@ -7,7 +7,7 @@
 namespace ambielf::test {
 namespace {
 
-constexpr unsigned foreign_encoding = static_cast<unsigned>(order_of_host) ^ 3;
+constexpr unsigned foreign_encoding = static_cast<unsigned>(other_order);
 
 // The number is one of 4 bytes, or in the second form two numbers of 2.
 void abbreviations(DwarfEncoder& e) { e.abbrev(1, false, {{0x03, 0x06}}).u8("end of set", 0); }

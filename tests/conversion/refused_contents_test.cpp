@@ -47,8 +47,8 @@ TEST_P(RefusedContents, GoBackAsTheyAre) {
     Elf_Data elsewhere = *block;
     elsewhere.d_buf = room.data();
     EXPECT_TRUE(failed(elf_setswapbehavior(in.scn(index), 5), -1, 98));
-    EXPECT_EQ(elf32_xlatetom(&elsewhere, block, static_cast<unsigned>(other(order_of_host))), &elsewhere);
-    EXPECT_EQ(elf32_xlatetom(block, block, static_cast<unsigned>(order_of_host)), block);
+    EXPECT_EQ(elf32_xlatetom(&elsewhere, block, static_cast<unsigned>(other_order)), &elsewhere);
+    EXPECT_EQ(elf32_xlatetom(block, block, static_cast<unsigned>(host_order)), block);
   }
   EXPECT_TRUE(in.comes_back());
 }

@@ -10,7 +10,7 @@ namespace ambielf::test {
 namespace {
 
 constexpr size_t info = 2;
-constexpr unsigned foreign_encoding = static_cast<unsigned>(order_of_host) ^ 3;
+constexpr unsigned foreign_encoding = static_cast<unsigned>(other_order);
 
 void abbreviations(DwarfEncoder& e) { e.abbrev(1, false, {{0x03, 0x06}}).u8("end of set", 0); }
 
@@ -116,7 +116,7 @@ TEST_P(TranslatedUnits, AreRememberedForACopy) {
   WayBack object = open_object();
   Elf_Data* const block = object.data(info);
   Buffer copy(*block);
-  EXPECT_EQ(elf32_xlatetom(&copy.data, block, static_cast<unsigned>(order_of_host)), &copy.data);
+  EXPECT_EQ(elf32_xlatetom(&copy.data, block, static_cast<unsigned>(host_order)), &copy.data);
   std::memset(block->d_buf, 0, block->d_size);
   block->d_buf = copy.bytes.data();
   EXPECT_TRUE(object.comes_back());

@@ -77,10 +77,13 @@ TEST_F(Guide, ReadTellsWhyAFileCannotBeRead) {
 }
 
 TEST_F(Guide, ByteOrderShowsTheSymbolAsTheFileAndAsTheHostHaveIt) {
-  EXPECT_EQ(output_of_program("byte_order", data_file(greeting("big"))),
-            "as in the file: st_size 0x08000000\nas the host has it: st_size 0x00000008\n");
-  EXPECT_EQ(output_of_program("byte_order", data_file(greeting("little"))),
-            "as in the file: st_size 0x00000008\nas the host has it: st_size 0x00000008\n");
+  const std::string in_host_order = "st_size 0x00000008\n", in_other_order = "st_size 0x08000000\n";
+  for (const char* order : orders) {
+    EXPECT_EQ(
+        output_of_program("byte_order", data_file(greeting(order))),
+        "as in the file: " + (order == std::string(name_of(host_order)) ? in_host_order : in_other_order) +
+            "as the host has it: " + in_host_order);
+  }
 }
 
 TEST_F(Guide, ImageLoadsEverySection) {
@@ -151,9 +154,6 @@ TEST_F(Guide, FlipTurnsAnObjectOverAndBack) {
     EXPECT_EQ(output_of_program("read", "f.o"), greeting_listing) << order;
     const std::string flipped = file_bytes("f.o");
     EXPECT_EQ(flipped[EI_DATA], order == orders[0] ? ELFDATA2LSB : ELFDATA2MSB);
-    EXPECT_EQ(output_of_program("byte_order", "f.o").substr(0, 38),
-              order == orders[0] ? "as in the file: st_size 0x00000008\nas "
-                                 : "as in the file: st_size 0x08000000\nas ");
     for (int i = 0; i < 2; ++i) output_of_program("flip", "f.o");
     EXPECT_EQ(file_bytes("f.o"), flipped);
   }

@@ -15,10 +15,10 @@ struct Ending {
   std::string errors;
 };
 
-// `arguments` is the rest of the command line, for the shell. The working directory is a scratch directory of the
-// test.
+// In a cross build an emulator may run the program. `arguments` is the rest of the command line, for the shell. The
+// working directory is a scratch directory of the test.
 inline Ending run_program(const std::string& path, const std::string& arguments) {
-  std::string command = "\"" + path + "\" " + arguments + " >run.output 2>run.errors";
+  std::string command = AMBIELF_TEST_EMULATOR "\"" + path + "\" " + arguments + " >run.output 2>run.errors";
 #ifdef _WIN32
   command = "\"" + command + "\"";  // the shell takes one pair of quotation marks off
   const int status = std::system(command.c_str());

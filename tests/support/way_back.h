@@ -3,15 +3,10 @@
 #ifndef AMBIELF_TESTS_SUPPORT_WAY_BACK_H
 #define AMBIELF_TESTS_SUPPORT_WAY_BACK_H
 
-#include <bit>
-
 #include "descriptors/elf.h"
 #include "support/debug_object.h"
 
 namespace ambielf::test {
-
-inline constexpr ByteOrder order_of_host =
-    std::endian::native == std::endian::little ? ByteOrder::little : ByteOrder::big;
 
 inline int hold_as_lsb(const Elf32_Shdr*, const char*) { return ELF_SWAP_TO_LSB; }
 inline int hold_as_msb(const Elf32_Shdr*, const char*) { return ELF_SWAP_TO_MSB; }
@@ -94,7 +89,7 @@ class EveryWayBack : public testing::TestWithParam<OrderAndRoad> {
   ByteOrder order() const { return GetParam().order; }
   Road road() const { return GetParam().road; }
   bool by_image() const { return road() == Road::image; }
-  bool foreign() const { return order() != order_of_host; }
+  bool foreign() const { return order() == other_order; }
   ObjectBuilder builder() const { return ObjectBuilder(order()); }
   Emit emit() const { return Emit(order()); }
   WayBack open(const Object& object, Elf_ReadSwapController controller = nullptr) const {
