@@ -4,7 +4,6 @@
 // A section is a sequence of entries. A CIE says how the pointers of the FDEs that name it are held, so all CIEs are
 // looked up before the entries are walked.
 #include <algorithm>
-#include <array>
 
 #include "flip/converters.h"
 #include "flip/values.h"
@@ -14,34 +13,29 @@ namespace {
 
 // DW_CFA_*, by their low six bits where the high two are 0; operands as in the table of expressions:
 //   a  an address in the encoding of the CIE   l  a LEB128 number   e  a length in LEB128, and an expression
-constexpr std::array<const char*, 64> operands_of = [] {
-  std::array<const char*, 64> table{};
-  const auto set = [&](unsigned from, unsigned to, const char* operands) {
-    for (unsigned op = from; op <= to; ++op) table[op] = operands;
-  };
-  set(0x00, 0x00, "");    // nop
-  set(0x01, 0x01, "a");   // set_loc
-  set(0x02, 0x02, "1");   // advance_loc1
-  set(0x03, 0x03, "2");   // advance_loc2
-  set(0x04, 0x04, "4");   // advance_loc4
-  set(0x05, 0x05, "ll");  // offset_extended
-  set(0x06, 0x08, "l");   // restore_extended, undefined, same_value
-  set(0x09, 0x09, "ll");  // register
-  set(0x0a, 0x0b, "");    // remember_state, restore_state
-  set(0x0c, 0x0c, "ll");  // def_cfa
-  set(0x0d, 0x0e, "l");   // def_cfa_register, def_cfa_offset
-  set(0x0f, 0x0f, "e");   // def_cfa_expression
-  set(0x10, 0x10, "le");  // expression
-  set(0x11, 0x12, "ll");  // offset_extended_sf, def_cfa_sf
-  set(0x13, 0x13, "l");   // def_cfa_offset_sf
-  set(0x14, 0x15, "ll");  // val_offset, val_offset_sf
-  set(0x16, 0x16, "le");  // val_expression
-  set(0x1d, 0x1d, "8");   // MIPS_advance_loc8
-  set(0x2d, 0x2d, "");    // GNU_window_save
-  set(0x2e, 0x2e, "l");   // GNU_args_size
-  set(0x2f, 0x2f, "ll");  // GNU_negative_offset_extended
-  return table;
-}();
+constexpr auto operands_of = operand_table<64>({
+    {0x00, 0x00, ""},    // nop
+    {0x01, 0x01, "a"},   // set_loc
+    {0x02, 0x02, "1"},   // advance_loc1
+    {0x03, 0x03, "2"},   // advance_loc2
+    {0x04, 0x04, "4"},   // advance_loc4
+    {0x05, 0x05, "ll"},  // offset_extended
+    {0x06, 0x08, "l"},   // restore_extended, undefined, same_value
+    {0x09, 0x09, "ll"},  // register
+    {0x0a, 0x0b, ""},    // remember_state, restore_state
+    {0x0c, 0x0c, "ll"},  // def_cfa
+    {0x0d, 0x0e, "l"},   // def_cfa_register, def_cfa_offset
+    {0x0f, 0x0f, "e"},   // def_cfa_expression
+    {0x10, 0x10, "le"},  // expression
+    {0x11, 0x12, "ll"},  // offset_extended_sf, def_cfa_sf
+    {0x13, 0x13, "l"},   // def_cfa_offset_sf
+    {0x14, 0x15, "ll"},  // val_offset, val_offset_sf
+    {0x16, 0x16, "le"},  // val_expression
+    {0x1d, 0x1d, "8"},   // MIPS_advance_loc8
+    {0x2d, 0x2d, ""},    // GNU_window_save
+    {0x2e, 0x2e, "l"},   // GNU_args_size
+    {0x2f, 0x2f, "ll"},  // GNU_negative_offset_extended
+});
 
 struct Cie {
   uint64_t offset;

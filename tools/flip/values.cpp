@@ -57,65 +57,56 @@ bool holds_expression(uint32_t attribute) {
   return false;
 }
 
-using Operands = std::array<const char*, 256>;
-
-constexpr Operands operand_table() {
-  Operands table{};
-  const auto set = [&](unsigned from, unsigned to, const char* operands) {
-    for (unsigned op = from; op <= to; ++op) table[op] = operands;
-  };
-  set(0x03, 0x03, "4");   // addr
-  set(0x06, 0x06, "");    // deref
-  set(0x08, 0x09, "1");   // const1u, const1s
-  set(0x0a, 0x0b, "2");   // const2u, const2s
-  set(0x0c, 0x0d, "4");   // const4u, const4s
-  set(0x0e, 0x0f, "8");   // const8u, const8s
-  set(0x10, 0x11, "l");   // constu, consts
-  set(0x12, 0x14, "");    // dup to over
-  set(0x15, 0x15, "1");   // pick
-  set(0x16, 0x22, "");    // swap to plus
-  set(0x23, 0x23, "l");   // plus_uconst
-  set(0x24, 0x27, "");    // shl to xor
-  set(0x28, 0x28, "2");   // bra
-  set(0x29, 0x2e, "");    // eq to ne
-  set(0x2f, 0x2f, "2");   // skip
-  set(0x30, 0x6f, "");    // lit0 to reg31
-  set(0x70, 0x8f, "l");   // breg0 to breg31
-  set(0x90, 0x91, "l");   // regx, fbreg
-  set(0x92, 0x92, "ll");  // bregx
-  set(0x93, 0x93, "l");   // piece
-  set(0x94, 0x95, "1");   // deref_size, xderef_size
-  set(0x96, 0x97, "");    // nop, push_object_address
-  set(0x98, 0x98, "2");   // call2
-  set(0x99, 0x9a, "4");   // call4, call_ref
-  set(0x9b, 0x9c, "");    // form_tls_address, call_frame_cfa
-  set(0x9d, 0x9d, "ll");  // bit_piece
-  set(0x9e, 0x9e, "b");   // implicit_value
-  set(0x9f, 0x9f, "");    // stack_value
-  set(0xa0, 0xa0, "4l");  // implicit_pointer
-  set(0xa1, 0xa2, "l");   // addrx, constx
-  set(0xa3, 0xa3, "e");   // entry_value
-  set(0xa4, 0xa4, "ls");  // const_type
-  set(0xa5, 0xa5, "ll");  // regval_type
-  set(0xa6, 0xa7, "1l");  // deref_type, xderef_type
-  set(0xa8, 0xa9, "l");   // convert, reinterpret
-  set(0xe0, 0xe0, "");    // GNU_push_tls_address
-  set(0xf0, 0xf0, "");    // GNU_uninit
-  set(0xf1, 0xf1, "p");   // GNU_encoded_addr
-  set(0xf2, 0xf2, "4l");  // GNU_implicit_pointer
-  set(0xf3, 0xf3, "e");   // GNU_entry_value
-  set(0xf4, 0xf4, "ls");  // GNU_const_type
-  set(0xf5, 0xf5, "ll");  // GNU_regval_type
-  set(0xf6, 0xf6, "1l");  // GNU_deref_type
-  set(0xf7, 0xf7, "l");   // GNU_convert
-  set(0xf9, 0xf9, "l");   // GNU_reinterpret
-  set(0xfa, 0xfa, "4");   // GNU_parameter_ref
-  set(0xfb, 0xfc, "l");   // GNU_addr_index, GNU_const_index
-  set(0xfd, 0xfd, "4");   // GNU_variable_value
-  return table;
-}
-
-constexpr Operands operands_of = operand_table();
+constexpr auto operands_of = operand_table<256>({
+    {0x03, 0x03, "4"},   // addr
+    {0x06, 0x06, ""},    // deref
+    {0x08, 0x09, "1"},   // const1u, const1s
+    {0x0a, 0x0b, "2"},   // const2u, const2s
+    {0x0c, 0x0d, "4"},   // const4u, const4s
+    {0x0e, 0x0f, "8"},   // const8u, const8s
+    {0x10, 0x11, "l"},   // constu, consts
+    {0x12, 0x14, ""},    // dup to over
+    {0x15, 0x15, "1"},   // pick
+    {0x16, 0x22, ""},    // swap to plus
+    {0x23, 0x23, "l"},   // plus_uconst
+    {0x24, 0x27, ""},    // shl to xor
+    {0x28, 0x28, "2"},   // bra
+    {0x29, 0x2e, ""},    // eq to ne
+    {0x2f, 0x2f, "2"},   // skip
+    {0x30, 0x6f, ""},    // lit0 to reg31
+    {0x70, 0x8f, "l"},   // breg0 to breg31
+    {0x90, 0x91, "l"},   // regx, fbreg
+    {0x92, 0x92, "ll"},  // bregx
+    {0x93, 0x93, "l"},   // piece
+    {0x94, 0x95, "1"},   // deref_size, xderef_size
+    {0x96, 0x97, ""},    // nop, push_object_address
+    {0x98, 0x98, "2"},   // call2
+    {0x99, 0x9a, "4"},   // call4, call_ref
+    {0x9b, 0x9c, ""},    // form_tls_address, call_frame_cfa
+    {0x9d, 0x9d, "ll"},  // bit_piece
+    {0x9e, 0x9e, "b"},   // implicit_value
+    {0x9f, 0x9f, ""},    // stack_value
+    {0xa0, 0xa0, "4l"},  // implicit_pointer
+    {0xa1, 0xa2, "l"},   // addrx, constx
+    {0xa3, 0xa3, "e"},   // entry_value
+    {0xa4, 0xa4, "ls"},  // const_type
+    {0xa5, 0xa5, "ll"},  // regval_type
+    {0xa6, 0xa7, "1l"},  // deref_type, xderef_type
+    {0xa8, 0xa9, "l"},   // convert, reinterpret
+    {0xe0, 0xe0, ""},    // GNU_push_tls_address
+    {0xf0, 0xf0, ""},    // GNU_uninit
+    {0xf1, 0xf1, "p"},   // GNU_encoded_addr
+    {0xf2, 0xf2, "4l"},  // GNU_implicit_pointer
+    {0xf3, 0xf3, "e"},   // GNU_entry_value
+    {0xf4, 0xf4, "ls"},  // GNU_const_type
+    {0xf5, 0xf5, "ll"},  // GNU_regval_type
+    {0xf6, 0xf6, "1l"},  // GNU_deref_type
+    {0xf7, 0xf7, "l"},   // GNU_convert
+    {0xf9, 0xf9, "l"},   // GNU_reinterpret
+    {0xfa, 0xfa, "4"},   // GNU_parameter_ref
+    {0xfb, 0xfc, "l"},   // GNU_addr_index, GNU_const_index
+    {0xfd, 0xfd, "4"},   // GNU_variable_value
+});
 
 void walk_operand(Cursor& cursor, char item) {
   switch (item) {

@@ -3,7 +3,10 @@
 #ifndef AMBIELF_TOOLS_FLIP_VALUES_H
 #define AMBIELF_TOOLS_FLIP_VALUES_H
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 
 #include "flip/cursor.h"
 
@@ -37,6 +40,22 @@ constexpr bool is_empty(uint32_t form) {
 // Passes a value; a form of unknown size fails. The attribute tells whether a block holds an expression. The result is
 // the value of a number of 4 bytes, else 0.
 uint32_t walk_value(Cursor& cursor, uint32_t attribute, uint32_t form);
+
+// The operands of the operations from `from` to `to`, a letter each.
+struct OperandRow {
+  unsigned from, to;
+  const char* operands;
+};
+
+// The operands of each operation; a null pointer for one in no row.
+template <size_t count>
+constexpr std::array<const char*, count> operand_table(std::initializer_list<OperandRow> rows) {
+  std::array<const char*, count> table{};
+  for (const OperandRow& row : rows) {
+    for (unsigned operation = row.from; operation <= row.to; ++operation) table[operation] = row.operands;
+  }
+  return table;
+}
 
 // Passes an expression of `length` bytes; an operation of unknown size fails.
 void walk_expression(Cursor& cursor, uint64_t length);
