@@ -19,17 +19,20 @@ Json& Json::string(std::string_view key, std::string_view value) {
 Json& Json::begin(std::string_view key, char bracket) {
   before(key);
   out_.character(bracket);
+  open_ += bracket == '{' ? '}' : ']';
   is_first_ = true;
   return *this;
 }
 
 Json& Json::end(char bracket) {
   out_.character(bracket);
+  open_.pop_back();
   is_first_ = false;
   return *this;
 }
 
 void Json::before(std::string_view key) {
+  out_.refuse_excess();
   if (!is_first_) out_.character(',');
   is_first_ = false;
   if (key.empty()) return;

@@ -1,6 +1,7 @@
 // ambielf list: shows what objects consist of.
 #include <CLI/CLI.hpp>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "commands.h"
@@ -28,16 +29,16 @@ void run(Options options, Report& report) {
   for (const std::string& file : options.files) {
     for_each_object(report, file, [&](const Input& input) {
       out.limit(Output::limit_for(input.size));
+      const bool follows = !std::exchange(is_first, false);
       if (options.json) {
-        out.text(is_first ? "\n" : ",\n");
+        out.text(follows ? ",\n" : "\n");
         list_as_json(input, options.parts, out, report);
       } else {
         if (options.files.size() > 1 || input.is_member()) {
-          out.text(is_first ? "File: " : "\nFile: ").name(input.name()).character('\n');
+          out.text(follows ? "\nFile: " : "File: ").name(input.name()).character('\n');
         }
         list_as_text(input, options.parts, out, report);
       }
-      is_first = false;
     });
     out.limit(UINT64_MAX);
   }

@@ -12,6 +12,11 @@ class JsonListing {
       : input_(input), object_(input.object), names_(object_.header()), json_(out), report_(report) {}
 
   void all(const Parts& parts) {
+    json_.whole([&] { show(parts); });
+  }
+
+ private:
+  void show(const Parts& parts) {
     json_.begin_object().string("file", input_.path);
     if (input_.is_member()) json_.string("member", input_.member);
     if (parts.header) header();
@@ -24,7 +29,6 @@ class JsonListing {
     json_.end_object();
   }
 
- private:
   void header() {
     const Elf32_Ehdr& h = object_.header();
     json_.begin_object("header").string("byte_order", object_.encoding() == ELFDATA2MSB ? "big" : "little");
@@ -130,7 +134,7 @@ class JsonListing {
   void each(std::string_view key, uint32_t type, uint32_t other_type) {
     json_.begin_list(key);
     for_each_section(input_, report_, type, other_type,
-                     [&](const Section& section) { (this->*Show)(section); });
+                     [&](const Section& section) { json_.whole([&] { (this->*Show)(section); }); });
     json_.end_list();
   }
 

@@ -43,7 +43,10 @@ Output& Output::long_text(std::string_view text) {
   return *this;
 }
 
+void Output::stop() { throw Stop(too_long); }
+
 Output& Output::name(std::string_view name, size_t width) {
+  refuse_excess();
   const size_t controls = static_cast<size_t>(std::count_if(name.begin(), name.end(), is_control));
   if (controls == 0) {
     text(name);
@@ -78,12 +81,7 @@ Output& Output::spaces(size_t count) {
 }
 
 void Output::flush() {
-  if (used_ > left_) {
-    used_ = 0;
-    left_ = 0;
-    throw Stop(too_long);
-  }
-  left_ -= used_;
+  flushed_ += used_;
   const size_t written = std::fwrite(buffer_.data(), 1, used_, stdout);
   const bool whole = written == used_ && std::fflush(stdout) == 0;
   used_ = 0;

@@ -35,19 +35,28 @@ class Output {
 
   void flush();
 
-  // Limits further output to `bytes`; more throws a Stop. Hostile files have short records with long names, which
-  // would keep a listing busy for hours. limit_for gives the limit for a file.
-  void limit(uint64_t bytes) { left_ = bytes > UINT64_MAX - used_ ? UINT64_MAX : bytes + used_; }
+  // Limits further output to `bytes`. Hostile files have short records with long names, which would keep a listing
+  // busy for hours. limit_for gives the limit for a file.
+  void limit(uint64_t bytes) {
+    const uint64_t so_far = flushed_ + used_;
+    most_ = bytes > UINT64_MAX - so_far ? UINT64_MAX : so_far + bytes;
+  }
+  // Throws a Stop if there is more than that. name() calls it, too, before it prints.
+  void refuse_excess() const {
+    if (flushed_ + used_ > most_) stop();
+  }
   static uint64_t limit_for(uint64_t file_size) { return (uint64_t{64} << 20) + 64 * file_size; }
   static constexpr const char* too_long =
       "its records and names overlap so much that the listing would be out of proportion to the file";
 
  private:
   Output& long_text(std::string_view text);
+  [[noreturn]] static void stop();
 
   std::string buffer_;
   size_t used_ = 0;
-  uint64_t left_ = UINT64_MAX;
+  uint64_t flushed_ = 0;
+  uint64_t most_ = UINT64_MAX;
 };
 
 }  // namespace ambielf::tools

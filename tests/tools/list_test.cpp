@@ -176,6 +176,13 @@ TEST_F(List, RefusesNamesOutOfProportion) {
   const Ending run = run_tool("symbols object.o");
   EXPECT_EQ(run.status, 1);
   EXPECT_NE(run.errors.find("out of proportion"), std::string::npos) << run.errors;
+
+  write("small.o", sample(ByteOrder::big).bytes);
+  const Ending listing = run_tool("list --json -sn object.o small.o");
+  EXPECT_EQ(listing.status, 1);
+  EXPECT_NE(listing.errors.find("out of proportion"), std::string::npos) << listing.errors;
+  EXPECT_NE(listing.output.find("}]}]},\n{\"file\":\"small.o\",\"symbol_tables\":["),
+            std::string::npos);
 }
 
 }  // namespace
