@@ -284,7 +284,8 @@ class Program {
     for (const auto& [block, bytes] : expected) {
       const uint64_t offset = uint64_t{block->scn->shdr->sh_offset} + static_cast<uint32_t>(block->d_off);
       demand(fits(offset, bytes.size(), image.size()));
-      demand(bytes.empty() || std::memcmp(&image[offset], bytes.data(), bytes.size()) == 0);
+      demand(bytes.empty() ||
+             std::memcmp(&image[static_cast<size_t>(offset)], bytes.data(), bytes.size()) == 0);
     }
     for (size_t i = 0; i < untouched.size(); ++i) {
       if (elf->loaded_scn(i) != nullptr || untouched[i].empty()) continue;

@@ -41,17 +41,18 @@ std::string_view Note::type_name() const {
 }
 
 bool for_each_note(std::string_view bytes, unsigned encoding, const std::function<void(const Note&)>& visit) {
-  constexpr uint64_t header = 12;
+  constexpr size_t header = 12;
   const auto padded = [](uint64_t size) { return (size + 3) & ~uint64_t{3}; };
   while (bytes.size() >= header) {
-    const uint64_t owner_size = load<uint32_t>(bytes.data(), encoding);
-    const uint64_t size = load<uint32_t>(bytes.data() + 4, encoding);
+    const uint32_t owner_size = load<uint32_t>(bytes.data(), encoding);
+    const uint32_t size = load<uint32_t>(bytes.data() + 4, encoding);
     const uint64_t description = header + padded(owner_size);
     if (description > bytes.size() || size > bytes.size() - description) return false;
     std::string_view owner = bytes.substr(header, owner_size);
     owner = owner.substr(0, owner.find('\0'));
-    visit({owner, bytes.substr(description, size), load<uint32_t>(bytes.data() + 8, encoding)});
-    bytes.remove_prefix(std::min<uint64_t>(bytes.size(), description + padded(size)));
+    visit({owner, bytes.substr(static_cast<size_t>(description), size),
+           load<uint32_t>(bytes.data() + 8, encoding)});
+    bytes.remove_prefix(static_cast<size_t>(std::min<uint64_t>(bytes.size(), description + padded(size))));
   }
   return bytes.empty();
 }

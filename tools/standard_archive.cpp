@@ -13,11 +13,11 @@ constexpr std::string_view magic = "!<arch>\n";
 constexpr const char* needs_64_bits = "is an archive with a symbol table of 64 bits, which is not read";
 
 // The header: name, date, user, group, mode, size, end mark, all of them text.
-constexpr uint64_t header_size = 60, name_size = 16, size_field = 48, size_size = 10, end_field = 58;
+constexpr size_t header_size = 60, name_size = 16, size_field = 48, size_size = 10, end_field = 58;
 
 // Longer than any file name, so that in a table of long names without line ends the members' names are not as long as
 // the table.
-constexpr uint64_t longest_name = 1024;
+constexpr size_t longest_name = 1024;
 
 [[noreturn]] void fail(const std::string& what, uint64_t offset) {
   throw Refusal(what + " at offset " + std::to_string(offset) + " of the archive");
@@ -49,7 +49,7 @@ StandardArchive::StandardArchive(std::string_view bytes) : bytes_(bytes), at_(ma
 
 std::optional<StandardArchive::Member> StandardArchive::next() {
   while (at_ < bytes_.size()) {
-    const uint64_t header = at_;
+    const size_t header = static_cast<size_t>(at_);
     at_ = bytes_.size();  // unless the header is sound
     if (bytes_.size() - header < header_size) fail("a member's header is cut short", header);
     const std::optional<uint64_t> size = decimal(bytes_.substr(header + size_field, size_size));
@@ -57,7 +57,7 @@ std::optional<StandardArchive::Member> StandardArchive::next() {
     if (*size > bytes_.size() - header - header_size)
       fail("a member reaches past the end of the file", header);
 
-    std::string_view contents = bytes_.substr(header + header_size, *size);
+    std::string_view contents = bytes_.substr(header + header_size, static_cast<size_t>(*size));
     std::string_view name = without_trailing(bytes_.substr(header, name_size), ' ');
     if (name == "/SYM64/") throw Refusal(needs_64_bits);
     const uint64_t behind = header + header_size + *size;
@@ -87,7 +87,7 @@ std::optional<StandardArchive::Member> StandardArchive::next() {
 // In the table a name ends with "/" and a newline, or only with a newline.
 std::string_view StandardArchive::long_name(uint64_t offset) const {
   if (offset >= long_names_.size()) throw Refusal("a member's name lies outside the table of long names");
-  std::string_view name = long_names_.substr(offset, longest_name + 2);
+  std::string_view name = long_names_.substr(static_cast<size_t>(offset), longest_name + 2);
   const size_t end = name.find('\n');
   if (end == std::string_view::npos) throw Refusal("a long name has no end");
   name = name.substr(0, end);
@@ -97,20 +97,20 @@ std::string_view StandardArchive::long_name(uint64_t offset) const {
 
 std::string_view StandardArchive::take_name(uint64_t length, std::string_view& contents) {
   if (length > contents.size() || length > longest_name) throw Refusal("a member's name is too long");
-  const std::string_view name = contents.substr(0, length);
-  contents.remove_prefix(length);
+  const std::string_view name = contents.substr(0, static_cast<size_t>(length));
+  contents.remove_prefix(name.size());
   return without_trailing(name, '\0');
 }
 
 // The number of symbols, an offset for each, their names; all numbers are big-endian.
 std::vector<StandardArchive::Symbol> StandardArchive::symbols() const {
   if (symbol_table_.empty()) return {};
-  const uint64_t count = symbol_table_.size() < 4 ? 0 : big_endian(symbol_table_, 0);
-  if (4 + 4 * count > symbol_table_.size()) throw Refusal("the symbol table is cut short");
+  const size_t count = symbol_table_.size() < 4 ? 0 : big_endian(symbol_table_, 0);
+  if (symbol_table_.size() / 4 < uint64_t{count} + 1) throw Refusal("the symbol table is cut short");
   std::string_view names = symbol_table_.substr(4 + 4 * count);
   std::vector<Symbol> symbols;
   symbols.reserve(count);
-  for (uint64_t i = 0; i < count; ++i) {
+  for (size_t i = 0; i < count; ++i) {
     const size_t end = names.find('\0');
     if (end == std::string_view::npos) throw Refusal("a symbol's name has no end");
     symbols.push_back({names.substr(0, end), big_endian(symbol_table_, 4 + 4 * i)});

@@ -91,11 +91,11 @@ class ArchiveCheck {
   // A member is bounded by itself: it reads as the same bytes in a file of their own, where these have an e_ident.
   bool reads_as_alone(Elf* elf, const SlowHeader& member) const {
     static const MemoryFile file;
-    const uint64_t size =
-        std::min<uint64_t>(static_cast<uint64_t>(std::max<int64_t>(member.size, 0)),
-                           bytes_.size() - std::min<uint64_t>(member.contents, bytes_.size()));
+    const size_t place = static_cast<size_t>(std::min<uint64_t>(member.contents, bytes_.size()));
+    const size_t size = static_cast<size_t>(
+        std::min<uint64_t>(static_cast<uint64_t>(std::max<int64_t>(member.size, 0)), bytes_.size() - place));
     if (size < EI_NIDENT) return true;
-    const auto start = bytes_.begin() + static_cast<long>(std::min<uint64_t>(member.contents, bytes_.size()));
+    const auto start = bytes_.begin() + static_cast<long>(place);
     file.set(Bytes(start, start + static_cast<long>(size)));
     Elf* const alone = elf_begin(file.id(), ELF_C_READ, nullptr);
     if (alone == nullptr || elf_kind(alone) == ELF_K_AR) {

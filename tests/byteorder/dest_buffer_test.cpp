@@ -43,21 +43,17 @@ TEST(Sinks, ReceiveTheSameBytesInOrder) {
 }
 
 TEST(Sinks, SwappedValueIsTheHostNumberOfTheToldSide) {
-  const struct {
-    uint16_t width;
-    bool before;
-    uint32_t value;
-  } rows[] = {{4, true, 0x0483020F}, {4, false, 0x0F028304}, {2, true, 0x020F},
-              {2, false, 0x0F02},    {1, true, 0x0F},        {1, false, 0x0F}};  // of a source in host order
-  for (const auto& row : rows) {
-    const Bytes source = {0x0F, 0x02, 0x83, 0x04};
-    const auto results = received_by_each_sink(4, [&](DestBuffer& sink) {
-      const unsigned char* cursor = source.data();
-      EXPECT_EQ(sink.copySwappedValue(&cursor, row.width, row.before), row.value) << row.width << row.before;
-      EXPECT_EQ(cursor, source.data() + row.width);
-    });
-    for (const Bytes& result : results) {
-      EXPECT_EQ(result, Bytes(source.rend() - row.width, source.rend())) << row.width;
+  const Bytes source = {0x0F, 0x02, 0x83, 0x04};
+  for (const uint16_t width : std::initializer_list<uint16_t>{4, 2, 1}) {
+    for (const bool before : {true, false}) {
+      const uint32_t value = get_number(source, 0, width, before ? host_order : other_order);
+      const auto results = received_by_each_sink(4, [&](DestBuffer& sink) {
+        const unsigned char* cursor = source.data();
+        EXPECT_EQ(sink.copySwappedValue(&cursor, width, before), value) << width << before;
+        EXPECT_EQ(cursor, source.data() + width);
+      });
+      for (const Bytes& result : results)
+        EXPECT_EQ(result, Bytes(source.rend() - width, source.rend())) << width;
     }
   }
 }

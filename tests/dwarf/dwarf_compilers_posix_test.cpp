@@ -81,6 +81,7 @@ TEST(DwarfOfCompilers, ReadelfPrintsTheSameOfBothOrders) {
     const Bytes big{std::istreambuf_iterator<char>(file), {}};
     Input in(Road::image, big);
     ASSERT_TRUE(in.elf()) << name;
+    elf_setreadswapcontroller(in, [](const Elf32_Shdr*, const char*) -> int { return ELF_SWAP_TO_LSB; });
     ObjectBuilder little(ByteOrder::little);
     little.header([&](Elf32_Ehdr& h) {
       h.e_type = ET_EXEC;

@@ -26,9 +26,9 @@ void see_that_only_begin_demands_a_version() {
   EXPECT_EQ(elf_errno(), 0);
 }
 
-// In a process of its own: a version that was accepted stays so for the life of the process.
+// In a process of its own: a version that was accepted stays so for the life of the process. Death tests come first, so
+// none has been accepted in this one.
 TEST(LibraryStateDeathTest, OnlyBeginDemandsAVersion) {
-  GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT(
       {
         see_that_only_begin_demands_a_version();

@@ -44,7 +44,10 @@ Abbreviations::Set Abbreviations::find_set(uint64_t offset) const {
 }
 
 const Abbreviation* Abbreviations::find(Set set, uint64_t code) {
-  if (code - 1 < set.size() && set[code - 1].code == code) return &set[code - 1];  // they are numbered from 1
+  if (code - 1 < set.size()) {  // they are numbered from 1
+    const Abbreviation& likely = set[static_cast<size_t>(code - 1)];
+    if (likely.code == code) return &likely;
+  }
   const auto found =
       std::lower_bound(set.begin(), set.end(), code,
                        [](const Abbreviation& entry, uint64_t wanted) { return entry.code < wanted; });

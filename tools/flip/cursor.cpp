@@ -27,26 +27,26 @@ uint64_t Cursor::number(unsigned width) {
 void Cursor::numbers(uint64_t count, unsigned width) {
   if (count > remaining() / width) return fail();
   if (width > 1) note(offset_, count, width);
-  offset_ += count * width;
+  offset_ += static_cast<size_t>(count * width);
 }
 
 void Cursor::skip(uint64_t bytes) {
   if (bytes > remaining()) return fail();
-  offset_ += bytes;
+  offset_ += static_cast<size_t>(bytes);
 }
 
 void Cursor::move_to(uint64_t offset) {
   if (!ok_) return;
   if (offset > end_) return fail();
-  offset_ = offset;
+  offset_ = static_cast<size_t>(offset);
 }
 
 uint64_t Cursor::uleb128() {
-  constexpr uint64_t longest = 16;
-  const uint64_t limit = std::min(remaining(), longest);
+  constexpr size_t longest = 16;
+  const size_t limit = std::min(remaining(), longest);
   uint64_t value = 0;
   bool wide = false;
-  for (uint64_t i = 0; i < limit; ++i) {
+  for (size_t i = 0; i < limit; ++i) {
     const unsigned char byte = section_[offset_ + i];
     const uint64_t bits = byte & 0x7f;
     const uint64_t shift = 7 * i;
@@ -90,7 +90,7 @@ uint32_t Cursor::peek_word() {
 void Cursor::enter_unit(uint64_t size) {
   if (size > remaining()) return fail();
   kept_ = runs_.size();
-  end_ = offset_ + size;
+  end_ = offset_ + static_cast<size_t>(size);
 }
 
 void Cursor::cut_unit() {

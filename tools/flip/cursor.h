@@ -46,9 +46,9 @@ class Cursor {
   bool ok() const { return ok_; }
   bool at_end() const { return offset_ == end_; }
   // From the section's start.
-  uint64_t offset() const { return offset_; }
+  size_t offset() const { return offset_; }
   // To the unit's end.
-  uint64_t remaining() const { return end_ - offset_; }
+  size_t remaining() const { return end_ - offset_; }
   // The unit can't be walked.
   void fail();
 
@@ -99,8 +99,8 @@ class Cursor {
   ByteOrder order_;
   bool notes_;
   bool ok_ = true;
-  uint64_t offset_ = 0;
-  uint64_t end_;
+  size_t offset_ = 0;
+  size_t end_;
   size_t kept_ = 0;  // runs of the units before
   std::vector<Run> runs_;
 };

@@ -30,7 +30,8 @@ void make_loadable(std::string& image) {
     encoding = object.encoding();
     uint64_t place = uint64_t{object.header().e_shoff} + offsetof(Elf32_Shdr, sh_type);
     for (const Elf32_Shdr& header : object.section_headers()) {
-      if (header.sh_type == SHT_MIPS_DWARF_ && place + 4 <= image.size()) places.push_back(place);
+      if (header.sh_type == SHT_MIPS_DWARF_ && place + 4 <= image.size())
+        places.push_back(static_cast<size_t>(place));
       place += sizeof(Elf32_Shdr);
     }
     if (object.header().e_machine != EM_MIPS) return;

@@ -134,9 +134,9 @@ void walk_note(Cursor& cursor, Bytes section, uint64_t alignment) {
   const auto pad = [&] {
     const uint64_t past = (cursor.offset() - start) % alignment;
     // The last note may lack its padding.
-    if (past != 0) cursor.skip(std::min(alignment - past, cursor.remaining()));
+    if (past != 0) cursor.skip(std::min<uint64_t>(alignment - past, cursor.remaining()));
   };
-  const uint64_t name_size = cursor.word();
+  const uint32_t name_size = cursor.word();
   const uint64_t size = cursor.word();
   const uint32_t type = cursor.word();
   const uint64_t name_place = cursor.offset();
