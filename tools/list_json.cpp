@@ -1,6 +1,7 @@
 // Listings for programs. Numbers are decimal, because JSON has no others; a number with a name is shown with both.
 #include "json.h"
 #include "listing.h"
+#include "segment_sections.h"
 
 namespace ambielf::tools {
 
@@ -97,7 +98,7 @@ class JsonListing {
   }
 
   void dynamic(const Section& section) {
-    const Dynamic dynamic = dynamic_entries(object_, section);
+    const Dynamic dynamic = dynamic_entries(records_.object(), section);
     begin(section).begin_list("entries");
     for (size_t i = 0; i < dynamic.count; ++i) {
       const Elf32_Dyn entry = dynamic.entries[i];
@@ -133,7 +134,7 @@ class JsonListing {
   template <void (JsonListing::*Show)(const Section&)>
   void each(std::string_view key, uint32_t type, uint32_t other_type) {
     json_.begin_list(key);
-    for_each_section(input_, report_, type, other_type,
+    for_each_section(input_, records_.object(), report_, type, other_type,
                      [&](const Section& section) { json_.whole([&] { (this->*Show)(section); }); });
     json_.end_list();
   }
@@ -147,7 +148,8 @@ class JsonListing {
   const Input& input_;
   const Object& object_;
   const Names names_;
-  LinkedSymbols linked_{object_};
+  const SegmentSections records_{input_};
+  LinkedSymbols linked_{records_.object()};
   Json json_;
   Report& report_;
 };

@@ -1,5 +1,6 @@
 // Listings for people: the lines of readelf, if it has such lines.
 #include "listing.h"
+#include "segment_sections.h"
 
 namespace ambielf::tools {
 
@@ -121,7 +122,7 @@ class TextListing {
   }
 
   void dynamic(const Section& section) {
-    const Dynamic dynamic = dynamic_entries(object_, section);
+    const Dynamic dynamic = dynamic_entries(records_.object(), section);
     out_.text("\nDynamic section at offset 0x").hex(section.header().sh_offset).text(" contains ");
     counted(dynamic.count, "entry", "entries");
     out_.text(":\n  Tag        Type                         Name/Value\n");
@@ -156,7 +157,7 @@ class TextListing {
 
   template <void (TextListing::*Show)(const Section&)>
   void each(uint32_t type, uint32_t other_type) {
-    for_each_section(input_, report_, type, other_type,
+    for_each_section(input_, records_.object(), report_, type, other_type,
                      [&](const Section& section) { (this->*Show)(section); });
   }
 
@@ -218,7 +219,8 @@ class TextListing {
   const Input& input_;
   const Object& object_;
   const Names names_;
-  LinkedSymbols linked_{object_};
+  const SegmentSections records_{input_};
+  LinkedSymbols linked_{records_.object()};
   Output& out_;
   Report& report_;
 };

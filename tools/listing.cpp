@@ -57,12 +57,19 @@ bool for_each_note(std::string_view bytes, unsigned encoding, const std::functio
   return bytes.empty();
 }
 
-void for_each_section(const Input& input, Report& report, uint32_t type, uint32_t other_type,
-                      const std::function<void(const Section&)>& work) {
-  for (const Section section : input.object.sections()) {
+void for_each_section(const Input& input, const Object& object, Report& report, uint32_t type,
+                      uint32_t other_type, const std::function<void(const Section&)>& work) {
+  for (const Section section : object.sections()) {
     if (section.type() != type && section.type() != other_type) continue;
     const auto place = [&] { return input.name() + ": section " + std::to_string(section.index()); };
-    report.attempt_part(place, [&] { work(section); });
+    report.attempt_part(place, [&] {
+      // There the library gives zeros, of which a header may claim 4 GiB.
+      const Elf32_Shdr& header = section.header();
+      if (uint64_t{header.sh_offset} + header.sh_size > input.size) {
+        throw Refusal("reaches past the end of the file");
+      }
+      work(section);
+    });
   }
 }
 

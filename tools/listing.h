@@ -59,9 +59,10 @@ struct Note {
 // bytes were notes.
 bool for_each_note(std::string_view bytes, unsigned encoding, const std::function<void(const Note&)>& visit);
 
-// Calls `work` for each section of one of two types, and reports its exceptions under the section's name.
-void for_each_section(const Input& input, Report& report, uint32_t type, uint32_t other_type,
-                      const std::function<void(const Section&)>& work);
+// Calls `work` for each section of one of two types in `object`, which is the input's or a copy with sections. Reports
+// its exceptions under the section's name.
+void for_each_section(const Input& input, const Object& object, Report& report, uint32_t type,
+                      uint32_t other_type, const std::function<void(const Section&)>& work);
 
 }  // namespace ambielf::tools
 

@@ -161,6 +161,45 @@ TEST_F(List, RefusesASymbolTableThatTheFileDoesNotHold) {
   const Ending run = run_tool("symbols object.o");
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.errors, "ambielf: object.o: its symbol table reaches past the end of the file\n");
+  EXPECT_EQ(run_tool("list -s object.o").errors,
+            "ambielf: object.o: section 1: reaches past the end of the file\n");
+}
+
+// The program headers still lead to what the sections held.
+TEST_F(List, FindsTheRecordsOfAnObjectWithoutSections) {
+  for (const ByteOrder order : orders) {
+    const Bytes memory =
+        Emit(order)  // at offset 0x34, address 0x1034
+            .words({DT_HASH, 0x1074, DT_STRTAB, 0x10c4, DT_STRSZ, 15, DT_SYMTAB, 0x1088, DT_REL, 0x10a8})
+            .words({DT_RELSZ, 8, DT_SONAME, 10, DT_NULL, 0})
+            .words({1, 2, 1, 0, 0})  // 0x74, the hash table: a bucket, two symbols
+            .zeros(16)               // 0x88, the symbols
+            .symbol(1, 0x1234, 4, 0x12, 0, 1)
+            .words({0x1050, 1 << 8 | 2})  // 0xa8, the relocation
+            .words({4, 2, 3})             // 0xb0, the note
+            .string("GNU")
+            .bytes({0xab, 0xcd, 0, 0})
+            .text({"\0function\0libx\0", 15});  // 0xc4
+    write("object.o", ObjectBuilder(order)
+                          .section("", SHT_PROGBITS, memory)
+                          .segment({PT_LOAD, 0, 0x1000, 0, 0x200, 0x200, PF_R, 4})
+                          .segment({PT_DYNAMIC, 0x34, 0x1034, 0, 0x1000, 0x1000, PF_R, 4})
+                          .segment({PT_NOTE, 0xb0, 0x10b0, 0, 18, 18, PF_R, 4})
+                          .header([](Elf32_Ehdr& header) {
+                            header.e_shoff = header.e_shnum = header.e_shstrndx = 0,
+                            header.e_machine = EM_ARM;
+                          })
+                          .build()
+                          .bytes);
+    const Ending run = run_tool("list object.o");
+    EXPECT_EQ(std::pair(run.status, run.errors), std::pair(0, std::string()));
+    for (const char* const line :
+         {"There are no sections", "contains 8 entries:\n", "Library soname: [libx]\n",
+          "Symbol table 'DT_SYMTAB' contains 2 entries:\n", " FUNC    GLOBAL DEFAULT    1 function\n",
+          "00001050  00000102 R_ARM_ABS32            00001234   function\n", "NT_GNU_BUILD_ID abcd\n"}) {
+      EXPECT_NE(run.output.find(line), std::string::npos) << line << run.output;
+    }
+  }
 }
 
 // Many symbols whose names are the rest of one long string: sorted and printed, they would take hours.
@@ -181,8 +220,7 @@ TEST_F(List, RefusesNamesOutOfProportion) {
   const Ending listing = run_tool("list --json -sn object.o small.o");
   EXPECT_EQ(listing.status, 1);
   EXPECT_NE(listing.errors.find("out of proportion"), std::string::npos) << listing.errors;
-  EXPECT_NE(listing.output.find("}]}]},\n{\"file\":\"small.o\",\"symbol_tables\":["),
-            std::string::npos);
+  EXPECT_NE(listing.output.find("}]}]},\n{\"file\":\"small.o\",\"symbol_tables\":["), std::string::npos);
 }
 
 }  // namespace
