@@ -43,8 +43,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
   const AbbrevStore store(abbrev.get(), static_cast<uint32_t>(abbrev_size));
   const UnitOffsets not_relocated;
-  InfoUnitWalker info(store, not_relocated);
-  LineUnitWalker line;
+  WalkMemory memory;
+  InfoUnitWalker info(store, not_relocated, memory);
+  LineUnitWalker line(memory);
   UnitWalker& walker = is_line ? static_cast<UnitWalker&>(line) : info;
   const uint32_t length = static_cast<uint32_t>(block_size);
 
@@ -52,15 +53,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const std::unique_ptr<unsigned char[]> second = copy_of(original, block_size);
   RawUnits passed;
   CharDestBuffer other_place(second.get());
-  demand(walk_units({block.get(), length, host_order}, walker, nullptr, passed, other_place));
+  demand(walk_units({block.get(), length, host_order}, walker, nullptr, &passed, other_place));
   demand(other_place.bytesWritten() == length && std::memcmp(block.get(), original, block_size) == 0);
   CharDestBuffer in_place(block.get());
-  demand(walk_units({block.get(), length, host_order}, walker, nullptr, passed, in_place));
+  demand(walk_units({block.get(), length, host_order}, walker, nullptr, &passed, in_place));
   demand(in_place.bytesWritten() == length && std::memcmp(block.get(), second.get(), block_size) == 0);
 
   RawUnits passed_back;
   CharDestBuffer back(block.get());
-  demand(walk_units({block.get(), length, !host_order}, walker, &passed, passed_back, back));
+  demand(walk_units({block.get(), length, !host_order}, walker, &passed, &passed_back, back));
   demand(std::memcmp(block.get(), original, block_size) == 0);
   return 0;
 }

@@ -210,9 +210,9 @@ class Program {
         if (scn.is_in_file_order(*block)) continue;
         all.push_back({block.get(), Bytes(block->d_size)});
         CharDestBuffer sink(all.back().bytes.data());
-        InfoUnitWalker walker(store, not_relocated);
-        RawUnits unconverted;
-        walk_units({bytes_of(*block), block->d_size, elf.foreign()}, walker, nullptr, unconverted, sink);
+        WalkMemory memory;
+        InfoUnitWalker walker(store, not_relocated, memory);
+        walk_units({bytes_of(*block), block->d_size, elf.foreign()}, walker, nullptr, nullptr, sink);
       }
     });
     return all;

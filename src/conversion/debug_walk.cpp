@@ -38,7 +38,8 @@ void prepare(const DebugWalk& walk, const UnitBlock& units, InfoWalk& info) {
 bool walk_debug_section(const DebugWalk& walk, const unsigned char* data, uint32_t size,
                         DestBuffer& destination) {
   const UnitBlock units = {data, size, walk.value_before_swap};
-  WalkRecords& records = walk.block.scn->elf->walk_records;
+  Elf& elf = *walk.block.scn->elf;
+  WalkRecords& records = elf.walk_records;
   InfoWalk info;
   try {
     // This may load .debug_abbrev, and so call the controller, which may convert whatever it likes.
@@ -51,14 +52,17 @@ bool walk_debug_section(const DebugWalk& walk, const unsigned char* data, uint32
   }
   const WalkRecord* const before = records.at(data);
   WalkRecord record;
+  RawUnits* const unconverted = walk.written != nullptr ? &record.unconverted : nullptr;
+  WalkMemory own_memory;
+  WalkMemory& memory = elf.is_image() ? elf.walk_memory : own_memory;
   bool complete;
   if (walk.kind == SectionKind::debug_line) {
-    LineUnitWalker walker;
-    complete = walk_units(units, walker, unconverted_of(before), record.unconverted, destination);
+    LineUnitWalker walker(memory);
+    complete = walk_units(units, walker, unconverted_of(before), unconverted, destination);
   } else {
     const bool use_record = walk.purpose == DebugWalk::Purpose::to_file && before != nullptr;
-    InfoUnitWalker walker(*info.store, use_record ? before->offsets : info.relocated);
-    complete = walk_units(units, walker, unconverted_of(before), record.unconverted, destination);
+    InfoUnitWalker walker(*info.store, use_record ? before->offsets : info.relocated, memory);
+    complete = walk_units(units, walker, unconverted_of(before), unconverted, destination);
     record.offsets = std::move(info.relocated);
   }
   if (walk.written != nullptr) records.note(walk.written, std::move(record));

@@ -26,6 +26,7 @@
 #include "descriptors/shared_bytes.h"
 #include "descriptors/table_string.h"
 #include "descriptors/upward.h"
+#include "dwarf/walk_memory.h"
 #include "dwarf/walk_records.h"
 #include "frame/checked.h"
 #include "frame/memory_block.h"
@@ -160,6 +161,7 @@ struct Elf : public ambielf::ByteSwap {
   // incomplete here.
   std::shared_ptr<ambielf::DebugCompanions> debug_companions;
   ambielf::WalkRecords walk_records;
+  ambielf::WalkMemory walk_memory;  // of an image
 
   // Makes `ehdr` a block of 52 zero bytes. False after 4.
   bool make_header_block();

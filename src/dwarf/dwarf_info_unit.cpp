@@ -82,7 +82,7 @@ void InfoUnitWalker::walkDie(DwarfStream& stream, const AbbrevSet& set) {
     const AbbrevEntry* const entry = AbbrevStore::find(set, stream.copyUleb128Value());
     if (entry == nullptr) continue;
     if (entry->attributes != AttrPlans::nothing)
-      store_.plans().walkAttributes(stream, entry->attributes, expressions_);
+      store_.plans().walkAttributes(stream, entry->attributes, memory().expressions);
     if (entry->has_children != 0) ++open_lists;
   } while (open_lists != 0 && stream.ok());
 }

@@ -72,16 +72,18 @@ void walk_published_extended(DwarfStream& stream) {
 
 // An entry format, the number of entries, and the entries. If the format takes no bytes, neither do the entries.
 void LineUnitWalker::walk_entry_table(DwarfStream& stream) {
-  plans_.clear();
-  plans_.begin();
+  AttrPlans& plans = memory().plans;
+  plans.clear();
+  plans.begin();
   for (uint32_t pairs = stream.copySwappedValue(1); pairs != 0 && stream.ok(); --pairs) {
     stream.copyLeb128();  // content type
-    plans_.add({no_attribute, static_cast<uint32_t>(stream.copyUleb128Value())});
+    plans.add({no_attribute, static_cast<uint32_t>(stream.copyUleb128Value())});
   }
-  const AttrPlan entry = plans_.end();
+  const AttrPlan entry = plans.end();
   const uint64_t count = stream.copyUleb128Value();
   if (entry == AttrPlans::nothing) return;
-  for (uint64_t i = 0; i < count && stream.ok(); ++i) plans_.walkAttributes(stream, entry, expressions_);
+  for (uint64_t i = 0; i < count && stream.ok(); ++i)
+    plans.walkAttributes(stream, entry, memory().expressions);
 }
 
 void LineUnitWalker::walk_program_header(DwarfStream& stream, Program& program) {

@@ -39,7 +39,7 @@ class BlockUnits {
 class BlockWalk {
  public:
   BlockWalk(const UnitBlock& block, UnitWalker& walker, const RawUnits* before)
-      : block_(block), units_(block, before), walker_(walker) {}
+      : block_(block), units_(block, before), walker_(walker), swaps_(walker.memory().swaps) {}
 
   // The unit at `offset`, or whatever is there instead. If it could be walked, `converts` is true and swaps() has its
   // numbers.
@@ -56,7 +56,7 @@ class BlockWalk {
   const UnitBlock& block_;
   const BlockUnits units_;
   UnitWalker& walker_;
-  SwapList swaps_;
+  SwapList& swaps_;
 };
 
 BlockWalk::Place BlockWalk::measure(uint32_t offset) {
@@ -72,9 +72,9 @@ BlockWalk::Place BlockWalk::measure(uint32_t offset) {
 
 }  // namespace
 
-bool walk_units(const UnitBlock& block, UnitWalker& walker, const RawUnits* before, RawUnits& unconverted,
+bool walk_units(const UnitBlock& block, UnitWalker& walker, const RawUnits* before, RawUnits* unconverted,
                 DestBuffer& destination) {
-  unconverted = RawUnits(block.value_before_swap);
+  if (unconverted != nullptr) *unconverted = RawUnits(block.value_before_swap);
   BlockWalk walk(block, walker, before);
   bool complete = true;
   uint32_t sent = 0;  // unconverted bytes wait until a converted unit follows
@@ -83,10 +83,11 @@ bool walk_units(const UnitBlock& block, UnitWalker& walker, const RawUnits* befo
     BlockWalk::Place place = {block.size - offset, 0, false};
     try {
       place = walk.measure(offset);
-      if (!place.converts || place.header != 0) unconverted.add(offset, place.length, place.header);
+      if (unconverted != nullptr && (!place.converts || place.header != 0))
+        unconverted->add(offset, place.length, place.header);
     } catch (const std::exception&) {  // out of memory, or a container at its limit
       place = {block.size - offset, 0, false};
-      unconverted.stop(offset);
+      if (unconverted != nullptr) unconverted->stop(offset);
       complete = false;
     }
     if (place.converts) {
@@ -97,7 +98,7 @@ bool walk_units(const UnitBlock& block, UnitWalker& walker, const RawUnits* befo
     offset += place.length;
   }
   destination.move(block.bytes + sent, block.size - sent);
-  unconverted.seal(block.bytes, block.size);
+  if (unconverted != nullptr) unconverted->seal(block.bytes, block.size);
   return complete;
 }
 

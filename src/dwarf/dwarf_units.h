@@ -11,11 +11,10 @@
 
 #include "byteorder/dest_buffer.h"
 #include "dwarf/dwarf_abbrev.h"
-#include "dwarf/dwarf_attributes.h"
-#include "dwarf/dwarf_expression.h"
 #include "dwarf/dwarf_stream.h"
 #include "dwarf/raw_units.h"
 #include "dwarf/unit_offsets.h"
+#include "dwarf/walk_memory.h"
 
 namespace ambielf {
 
@@ -29,17 +28,22 @@ class UnitWalker {
   // plain bytes. Throws std::bad_alloc.
   virtual uint32_t walk(DwarfStream& stream, uint32_t offset, bool header_only) = 0;
 
+  WalkMemory& memory() const { return memory_; }
+
  protected:
-  UnitWalker() = default;
+  explicit UnitWalker(WalkMemory& memory) : memory_(memory) {}
   UnitWalker(const UnitWalker&) = default;
-  UnitWalker& operator=(const UnitWalker&) = default;
+  UnitWalker& operator=(const UnitWalker&) = delete;
+
+ private:
+  WalkMemory& memory_;
 };
 
-// A unit of .debug_info. Borrows the store, and the offsets of units with relocated headers.
+// A unit of .debug_info. Borrows the store, the offsets of units with relocated headers, and the memory.
 class InfoUnitWalker : public UnitWalker {
  public:
-  InfoUnitWalker(const AbbrevStore& store, const UnitOffsets& relocated)
-      : store_(store), relocated_(relocated) {}
+  InfoUnitWalker(const AbbrevStore& store, const UnitOffsets& relocated, WalkMemory& memory)
+      : UnitWalker(memory), store_(store), relocated_(relocated) {}
   uint32_t walk(DwarfStream& stream, uint32_t offset, bool header_only) override;
 
  private:
@@ -47,12 +51,12 @@ class InfoUnitWalker : public UnitWalker {
 
   const AbbrevStore& store_;
   const UnitOffsets& relocated_;
-  ExpressionWalker expressions_;
 };
 
 // A unit of .debug_line: its header with the tables, then the line program.
 class LineUnitWalker : public UnitWalker {
  public:
+  explicit LineUnitWalker(WalkMemory& memory) : UnitWalker(memory) {}
   uint32_t walk(DwarfStream& stream, uint32_t offset, bool header_only) override;
 
  private:
@@ -60,9 +64,6 @@ class LineUnitWalker : public UnitWalker {
 
   void walk_program_header(DwarfStream& stream, Program& program);
   void walk_entry_table(DwarfStream& stream);
-
-  AttrPlans plans_;
-  ExpressionWalker expressions_;
 };
 
 // A block of units. `value_before_swap` tells whether its bytes are in host order.
@@ -73,12 +74,12 @@ struct UnitBlock {
 };
 
 // Sends the block to the sink with its units converted. The sink's write position may be the block itself. Exactly
-// `size` bytes reach the sink. `unconverted` becomes the list of the places that were left unconverted. `before` is
-// the list of the walk that wrote the block, or null; if that went in the opposite direction, it tells what this walk
-// must leave unconverted.
+// `size` bytes reach the sink. `unconverted`, if not null, becomes the list of the places that were left unconverted.
+// `before` is the list of the walk that wrote the block, or null; if that went in the opposite direction, it tells what
+// this walk must leave unconverted.
 //
 // False if memory ran out: from some unit on, all bytes are left unconverted and listed as such.
-bool walk_units(const UnitBlock& block, UnitWalker& walker, const RawUnits* before, RawUnits& unconverted,
+bool walk_units(const UnitBlock& block, UnitWalker& walker, const RawUnits* before, RawUnits* unconverted,
                 DestBuffer& destination);
 
 // Where the headers of the block's units name their abbreviations: the offsets of those fields in the block,

@@ -71,16 +71,17 @@ struct Scene {
 // An object with something of everything that loading has to do.
 inline Bytes sample(ByteOrder order) {
   const auto debug = [&](const std::string& text) { return DwarfText(text, order).bytes(); };
+  const std::string line = "h5 b4 b0 w0 b1 b1 b1 bfb be b1 b1 u1 u1f u1 w1020304 b0 b0 b0 b5 b2 w1020304";
   return ObjectBuilder(order)
       .segment({PT_LOAD, 1, 2, 3, 4, 5, 6, 7})
       .section(".symtab", SHT_SYMTAB, Emit(order).zeros(16).symbol(1, 2, 3, 4, 5, 6), {.entsize = 16})
       .section(".wide", SHT_HASH, Emit(order).words({1, 2, 3, 4}), {.entsize = 8})
       .section(".lnno.a", SHT_COFFDBG, Emit(order).u32(7).u16(9).u16(0))
-      .section(".debug_abbrev", SHT_PROGBITS, debug(abbreviation(1, false, "u10 u6") + "b0"))
-      .section(".debug_info", SHT_PROGBITS, debug(unit("h2 w0 b4 u1 w1020304")))
-      .section(".debug_line", SHT_PROGBITS, "no line program")
+      .section(".debug_abbrev", SHT_PROGBITS, debug(abbreviation(1, false, "u10 u6 u2 u18") + "b0"))
+      .section(".debug_info", SHT_PROGBITS, debug(unit("h4 w0 b4 u1 w1020304 u3 xa30150")))
+      .section(".debug_line", SHT_PROGBITS, debug(unit(line) + "'no-unit'"))
       .section(".open", SHT_STRTAB, "open")
-      .section("overlay", SHT_PROGBITS, "", {.offset = 40, .size = 100})
+      .section("overlay", SHT_PROGBITS, "", {.offset = 40, .size = 20})
       .build()
       .bytes;
 }
@@ -106,7 +107,7 @@ inline void see_sections(Scene& scene, Elf* elf) {
 }
 
 inline void see_tables_and_sections(Scene& scene, Elf* elf) {
-  elf_setreadswapcontroller(elf, hold_in_other_order);
+  if (scene.order == host_order) elf_setreadswapcontroller(elf, hold_in_other_order);
   Elf32_Phdr* const phdrs = scene.calls([&] { return elf32_getphdr(elf); });
   scene.see(phdrs, sizeof(Elf32_Phdr));
   elf32_freeshdrtab(phdrs);
