@@ -54,7 +54,9 @@ constexpr RecordLayout layouts[] = {
 };
 static_assert(std::size(layouts) == greatest_data_type + 1);
 
-constexpr uint8_t section_types[] = {
+}  // namespace
+
+const uint8_t section_data_types[] = {
     /* SHT_NULL */ ELF_T_BYTE,
     /* SHT_PROGBITS */ ELF_T_BYTE,
     /* SHT_SYMTAB */ ELF_T_SYM,
@@ -78,17 +80,8 @@ constexpr uint8_t section_types[] = {
     /* SHT_WORDS3 */ ELF_T_WORDS3,
     /* SHT_WORDS4 */ ELF_T_WORDS4,
 };
-static_assert(std::size(section_types) == greatest_section_type + 1);
-
-}  // namespace
 
 const RecordLayout& record_layout(uint32_t type) { return layouts[type]; }
-
-uint32_t data_type_of_section(uint32_t sh_type) {
-  if (sh_type <= greatest_section_type) return section_types[sh_type];
-  elf_set_error(ERR_SECTION_TYPE);
-  return ELF_T_NONE;
-}
 
 uint32_t visible_type(uint32_t type) {
   switch (type) {

@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <span>
 
+#include "frame/error.h"
+
 namespace ambielf {
 
 // One row of the table of records. A field of one byte stays as it is; a wider field is a number in the file's byte
@@ -24,8 +26,15 @@ inline constexpr uint32_t greatest_section_type = SHT_WORDS4;
 // The row of a data type, 0 to greatest_data_type.
 const RecordLayout& record_layout(uint32_t type);
 
+// The data type of the contents of each section type.
+extern const uint8_t section_data_types[greatest_section_type + 1];
+
 // The data type of the contents of a section of type `sh_type`; ELF_T_NONE after 28 if that is above 21.
-uint32_t data_type_of_section(uint32_t sh_type);
+inline uint32_t data_type_of_section(uint32_t sh_type) {
+  if (sh_type <= greatest_section_type) return section_data_types[sh_type];
+  elf_set_error(ERR_SECTION_TYPE);
+  return ELF_T_NONE;
+}
 
 // Whether the records are relocations of line numbers, whose offsets are rescaled.
 constexpr bool is_line_relocation(uint32_t type) {

@@ -5,6 +5,7 @@
 // file position moves as if its contents had been read, but nothing is read.
 #include <algorithm>
 #include <cstring>
+#include <optional>
 #include <string>
 
 #include "byteorder/data_types.h"
@@ -30,16 +31,16 @@ class SectionLoad {
         found_(scn.found),
         elf_(*scn.elf),
         shdr_(*scn.shdr),
-        before_(*scn.shdr),
         has_name_(scn.index != elf_.name_table()) {}
   // sh_type changes only during the load. A narrowed section keeps its new size and entry size, unless the load fails:
   // then the next attempt must find the old ones.
   ~SectionLoad() {
-    if (!edited_) return;
-    shdr_.sh_type = before_.sh_type;
+    if (!loaded_) elf_.give_back_contents(taken_, excess_);
+    if (!before_) return;
+    shdr_.sh_type = before_->sh_type;
     if (loaded_) return;
-    shdr_.sh_size = before_.sh_size;
-    shdr_.sh_entsize = before_.sh_entsize;
+    shdr_.sh_size = before_->sh_size;
+    shdr_.sh_entsize = before_->sh_entsize;
   }
   SectionLoad(const SectionLoad&) = delete;
   SectionLoad& operator=(const SectionLoad&) = delete;
@@ -60,10 +61,11 @@ class SectionLoad {
   FoundContents& found_;
   Elf& elf_;
   Elf32_Shdr& shdr_;
-  const Elf32_Shdr before_;
+  std::optional<Elf32_Shdr> before_;  // the header before the load edited it
   const bool has_name_;
-  bool edited_ = false;
   bool loaded_ = false;
+  uint32_t taken_ = 0;   // bytes of the object's contents that this load has taken
+  uint64_t excess_ = 0;  // of them, drawn on the shared allowance
   bool passed_over_ = false;
   TableString name_;
   SectionKind kind_ = SectionKind::plain;
@@ -74,12 +76,11 @@ bool SectionLoad::run() {
   if (!settle_type()) return false;
   const uint32_t size = shdr_.sh_size;
   found_.present = static_cast<uint32_t>(present_bytes(shdr_.sh_offset, size, elf_.object_size()));
-  if (!elf_.afford_contents(size, found_.present)) return false_after(ERR_MEMORY);
-  if (!locate()) return false;
-  const uint32_t present = found_.present;
-  if (!narrow_coff()) return false;
+  if (!elf_.take_contents(size, found_.present, excess_)) return false_after(ERR_MEMORY);
+  taken_ = found_.present;
+  if (!locate() || !narrow_coff()) return false;
 
-  const bool array = !edited_ && is_allocated_array(shdr_);
+  const bool array = !before_ && is_allocated_array(shdr_);
   const uint32_t type = array ? uint32_t{ELF_T_BYTE} : data_type_of_section(shdr_.sh_type);
   // Conversion packs entries that are wider than their records. That cannot be undone, so it never happens in the
   // caller's image.
@@ -95,7 +96,6 @@ bool SectionLoad::run() {
   } else if (conversion_is_due(scn_, type, kind_) && !convert_found(scn_, kind_)) {
     return false;
   }
-  elf_.count_contents(size, present);
   return loaded_ = true;
 }
 
@@ -143,7 +143,7 @@ bool SectionLoad::fetch_name() {
 // False after 28 if the type is unknown.
 bool SectionLoad::settle_type() {
   if (elf_.has_wide_coff_records() && kind_ == SectionKind::line_relocations) {
-    edited_ = true;
+    before_ = shdr_;
     shdr_.sh_type = SHT_RELA_LNNO_DOWN;
   }
   if (shdr_.sh_type <= greatest_section_type) return true;
@@ -203,7 +203,7 @@ bool SectionLoad::narrow(uint32_t sh_type, uint32_t source_record, uint32_t targ
     std::memcpy(bytes + size_t{i} * target_record, found_.buf + size_t{i} * source_record, target_record);
   }
   if (!scn_.keep_block(std::move(block))) return false;
-  edited_ = true;
+  before_ = shdr_;
   shdr_.sh_type = sh_type;
   shdr_.sh_size = count * target_record;
   shdr_.sh_entsize = target_record;

@@ -58,9 +58,8 @@ Elf32_Shdr* Elf::get_shdr(size_t index) const {
 Elf_Scn* Elf::load_scn(size_t index) {
   if (index >= shdrs.size()) return null_after(ERR_NO_SECTION);
   if (cntl_command != ELF_C_NULL) return null_after(ERR_FDDONE_FDREAD);
-  if (scns.is_being_made(index)) return null_after(ERR_NO_SECTION);
   SectionTable::Candidate scn = scns.make(this, index);
-  if (!scn) return null_after(ERR_MEMORY);
+  if (!scn) return null_after(scns.is_being_made(index) ? ERR_NO_SECTION : ERR_MEMORY);
   return scn->initialize(shdrs[index]) ? scns.enter(std::move(scn)) : nullptr;
 }
 
@@ -123,8 +122,7 @@ TableString Elf::section_name(size_t index) {
   return table != nullptr ? table->string_at(shdrs[index]->sh_name) : TableString{};
 }
 
-uint64_t Elf::object_size() const {
-  if (is_image()) return file_desc->image_size;
+uint64_t Elf::size_in_file() const {
   if (ar_member == nullptr) return file_desc->file_size;
   return present_bytes(member_offset, member_size_, file_desc->file_size);
 }

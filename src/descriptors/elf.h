@@ -107,7 +107,7 @@ struct Elf : public ambielf::ByteSwap {
   bool is_image() const { return file_desc->is_image; }
 
   // The size of the file, of the image, or of the member, in bytes.
-  uint64_t object_size() const;
+  uint64_t object_size() const { return is_image() ? file_desc->image_size : size_in_file(); }
 
   // Reads up to `size` bytes at `offset` of the object, in file order; the rest of `to` is left alone. The position of
   // a file ends just past them. Returns the number of bytes; -1 after 8 or the code of a failed seek.
@@ -120,17 +120,25 @@ struct Elf : public ambielf::ByteSwap {
   // Moves the file position as read_object would, but reads nothing. False after the code of a failed seek.
   bool pass_object(uint64_t offset, uint64_t size);
 
-  // Whether contents of `size` bytes, of which the input has `present`, may be loaded. A hostile header table may put
-  // thousands of sections over the same bytes. The sections of a sound object share none, so an object always gets
-  // contents up to its own size; what exceeds that draws on an allowance that all objects in the input share. Files and
-  // images count alike, whether or not a section's bytes are copied.
-  bool afford_contents(uint64_t size, uint64_t present) const {
-    const uint64_t excess = excess_of(size, present);
-    return excess == 0 || file_desc->excess_contents + excess <= file_desc->excess_allowance();
+  // Takes contents of `size` bytes, of which the input has `present`, from what may be loaded, and sets `excess`. A
+  // hostile header table may put thousands of sections over the same bytes. The sections of a sound object share none, so
+  // an object always gets contents up to its own size; what exceeds that, the excess, draws on an allowance that all
+  // objects in the input share. Files and images count alike, whether or not a section's bytes are copied.
+  // False, without a report, if the allowance does not suffice; then nothing is taken.
+  bool take_contents(uint64_t size, uint64_t present, uint64_t& excess) {
+    const uint64_t wanted = contents_taken_ + present;
+    if (size != present || wanted > object_size()) {
+      const uint64_t beyond = excess_of(size, present);
+      if (beyond != 0 && file_desc->excess_contents + beyond > file_desc->excess_allowance()) return false;
+      file_desc->excess_contents += beyond;
+      excess = beyond;
+    }
+    contents_taken_ = wanted;
+    return true;
   }
-  void count_contents(uint64_t size, uint64_t present) {
-    file_desc->excess_contents += excess_of(size, present);
-    contents_taken_ += present;
+  void give_back_contents(uint64_t present, uint64_t excess) {
+    file_desc->excess_contents -= excess;
+    contents_taken_ -= present;
   }
 
   // Whether a section shares bytes of the image with the header or with another section.
@@ -175,6 +183,7 @@ struct Elf : public ambielf::ByteSwap {
     const uint64_t own = object_size();
     return absent + (wanted <= own ? 0 : std::min(present, wanted - own));
   }
+  uint64_t size_in_file() const;
   bool init_ElfHdr();
   bool init_ScnTab();
   bool init_PHdrTab();

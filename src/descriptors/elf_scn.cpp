@@ -9,12 +9,6 @@
 
 using namespace ambielf;
 
-bool Elf_Scn::initialize(Elf32_Shdr* header) {
-  shdr = header;
-  if (shdr == nullptr) return false_after(ERR_SECTION_HEADER);
-  return shdr->sh_type == SHT_NULL || shdr->sh_type == SHT_NOBITS || load_contents(*this);
-}
-
 bool Elf_Scn::keep_block(MemoryBlock block) {
   if (!make_contents()) return false;
   if (contents_->blocks.add(std::move(block))) return true;
@@ -68,11 +62,7 @@ DataDesc* Elf_Scn::get_data(const Elf_Data* prev) {
   return list[++last_given].get();
 }
 
-TableString Elf_Scn::string_at(uint64_t offset, Answer answer) const {
-  if (data().empty()) {
-    if (offset >= found.size) return {};
-    return {reinterpret_cast<char*>(found.buf) + offset, found.size - offset};
-  }
+TableString Elf_Scn::string_in_blocks(uint64_t offset, Answer answer) const {
   // In a new table the caller sets the blocks' offsets, which may leave gaps.
   const int64_t wanted = static_cast<int64_t>(offset);
   for (const std::unique_ptr<DataDesc>& block : data()) {

@@ -13,6 +13,8 @@
 #include "descriptors/data_desc.h"
 #include "descriptors/garbage_collector.h"
 #include "descriptors/table_string.h"
+#include "descriptors/upward.h"
+#include "frame/error.h"
 #include "frame/one_or_many.h"
 
 namespace ambielf {
@@ -46,7 +48,11 @@ struct Elf_Scn {
   Elf_Scn& operator=(const Elf_Scn&) = delete;
 
   // Takes the section's header and loads its contents. False after a report.
-  bool initialize(Elf32_Shdr* header);
+  bool initialize(Elf32_Shdr* header) {
+    shdr = header;
+    if (shdr == nullptr) return ambielf::false_after(ambielf::ERR_SECTION_HEADER);
+    return shdr->sh_type == SHT_NULL || shdr->sh_type == SHT_NOBITS || ambielf::load_contents(*this);
+  }
 
   // Whether the section has a block, already made or only found.
   bool has_data() const { return found.buf != nullptr || !data().empty(); }
@@ -86,7 +92,11 @@ struct Elf_Scn {
   // The string at an offset in the section. Null, without a report, if no block has it. For elf_strptr the first block
   // that ends at or after the offset decides.
   enum class Answer : uint8_t { block_that_holds_it, first_block_to_reach_it };
-  ambielf::TableString string_at(uint64_t offset, Answer answer = Answer::block_that_holds_it) const;
+  ambielf::TableString string_at(uint64_t offset, Answer answer = Answer::block_that_holds_it) const {
+    if (!data().empty()) return string_in_blocks(offset, answer);
+    if (offset >= found.size) return {};
+    return {reinterpret_cast<char*>(found.buf) + offset, found.size - offset};
+  }
 
   // Takes ownership of memory for contents. False after 4 or 74.
   bool keep_block(ambielf::MemoryBlock block);
@@ -100,6 +110,7 @@ struct Elf_Scn {
   ambielf::FoundContents found;
 
  private:
+  ambielf::TableString string_in_blocks(uint64_t offset, Answer answer) const;
   bool make_found_block();
   bool make_contents();
   ambielf::DataDesc* add_block();

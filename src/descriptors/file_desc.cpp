@@ -46,9 +46,4 @@ bool FileDesc::read_probe(unsigned char* probe, uint64_t* size) {
   return true;
 }
 
-unsigned char* FileDesc::image_base() const {
-  if (!is_image || image == nullptr) return null_after(ERR_IMAGE_BASE);
-  return reinterpret_cast<unsigned char*>(image);
-}
-
 }  // namespace ambielf

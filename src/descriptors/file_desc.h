@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "frame/error.h"
 #include "frame/library_state.h"
 
 namespace ambielf {
@@ -32,7 +33,10 @@ struct FileDesc {
   uint64_t excess_allowance() const { return (uint64_t{1} << 20) + input_size() / 4; }
 
   // The start of the image, or null after 7.
-  unsigned char* image_base() const;
+  unsigned char* image_base() const {
+    if (!is_image || image == nullptr) return null_after(ERR_IMAGE_BASE);
+    return reinterpret_cast<unsigned char*>(image);
+  }
 
   int file_id = -1;
   uint64_t file_size = 0;  // 0 for ELF_C_WRITE and for an image

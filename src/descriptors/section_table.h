@@ -6,7 +6,6 @@
 #ifndef AMBIELF_DESCRIPTORS_SECTION_TABLE_H
 #define AMBIELF_DESCRIPTORS_SECTION_TABLE_H
 
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -18,11 +17,12 @@
 namespace ambielf {
 
 class SectionTable {
+  enum class State : uint8_t { absent, being_made, present };
   struct Slab;
   struct EndSection {
     Slab* slab;
     void operator()(Elf_Scn* scn) const {
-      slab->being_made &= ~Slab::bit(scn->index);
+      slab->state(scn->index) = State::absent;
       scn->~Elf_Scn();
     }
   };
@@ -41,31 +41,32 @@ class SectionTable {
   // The section at `index`, or null if there is none; `index` may be anything.
   Elf_Scn* operator[](size_t index) const {
     Slab* const slab = find_slab(index);
-    return slab != nullptr && (slab->present & Slab::bit(index)) != 0 ? slab->place(index) : nullptr;
+    return slab != nullptr && slab->state(index) == State::present ? slab->place(index) : nullptr;
   }
 
   // Calls visit(Elf_Scn&) for the sections in the table, in order. `visit` must not add sections.
   template <class Visit>
   void for_each(Visit visit) const {
     for (const std::unique_ptr<Slab>& slab : slabs_) {
-      for (uint32_t left = slab ? slab->present : 0; left != 0; left &= left - 1) {
-        visit(*slab->place(static_cast<size_t>(std::countr_zero(left))));
+      for (size_t i = 0; slab && i < slab_size; ++i) {
+        if (slab->state(i) == State::present) visit(*slab->place(i));
       }
     }
   }
 
   // Whether there is a candidate at `index`.
   bool is_being_made(size_t index) const {
-    const Slab* const slab = find_slab(index);
-    return slab != nullptr && (slab->being_made & Slab::bit(index)) != 0;
+    Slab* const slab = find_slab(index);
+    return slab != nullptr && slab->state(index) == State::being_made;
   }
 
-  // Makes a section at an index where the table has none. Null if memory is short; may throw std::bad_alloc.
+  // Makes a section at an index where the table has none. Null if there is a candidate already or memory is short; may
+  // throw std::bad_alloc.
   Candidate make(Elf* owner, size_t index) {
     Slab* slab = find_slab(index);
     if (slab == nullptr) slab = make_slab(index);
-    if (slab == nullptr) return {nullptr, {nullptr}};
-    slab->being_made |= Slab::bit(index);
+    if (slab == nullptr || slab->state(index) == State::being_made) return {nullptr, {nullptr}};
+    slab->state(index) = State::being_made;
     return {new (slab->place(index)) Elf_Scn(owner, index), {slab}};
   }
 
@@ -73,8 +74,7 @@ class SectionTable {
   Elf_Scn* enter(Candidate candidate) {
     Slab& slab = *candidate.get_deleter().slab;
     Elf_Scn* const scn = candidate.release();
-    slab.being_made &= ~Slab::bit(scn->index);
-    slab.present |= Slab::bit(scn->index);
+    slab.state(scn->index) = State::present;
     return scn;
   }
 
@@ -82,12 +82,10 @@ class SectionTable {
   static constexpr size_t slab_size = 32;
 
   struct Slab {
-    static uint32_t bit(size_t index) { return uint32_t{1} << (index % slab_size); }
+    State& state(size_t index) { return states[index % slab_size]; }
     Elf_Scn* place(size_t index) { return reinterpret_cast<Elf_Scn*>(places) + index % slab_size; }
 
-    // One bit for each place.
-    uint32_t present = 0;
-    uint32_t being_made = 0;
+    State states[slab_size] = {};
     alignas(Elf_Scn) unsigned char places[slab_size * sizeof(Elf_Scn)];
   };
 
