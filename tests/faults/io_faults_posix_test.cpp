@@ -230,6 +230,27 @@ TEST_P(IoFaults, AFileMayBeCutWhileItIsOpen) {
   }
 }
 
+// The member is handed out again, with the tables that were read before.
+TEST(IoTables, ThatCannotBeReadAreEmpty) {
+  for (const ByteOrder order : both_orders) {
+    for (const bool programs : {false, true}) {
+      const TempFile file(ArchiveBuilder(order).member("m", sample(order)).build().bytes);
+      const ElfOwner archive(elf_begin(file.id(), ELF_C_READ, nullptr));
+      const int64_t position = file.position();
+      armed = {.call = Call::read, .at = programs ? 2 : 1, .error = EIO};
+      EXPECT_TRUE(failed(elf_begin(file.id(), ELF_C_READ, archive.get()), nullptr, 8));
+      armed = {};
+      file.seek(position);
+      Elf* const member = elf_begin(file.id(), ELF_C_READ, archive.get());
+      ASSERT_NE(member, nullptr);
+      const size_t none = programs ? elf32_getehdr(member)->e_shnum : 0;
+      EXPECT_TRUE(none == 0 || elf_getscn(member, none - 1) != nullptr);
+      EXPECT_TRUE(failed(elf_getscn(member, none), nullptr, 21));
+      EXPECT_TRUE(failed(elf32_getphdrdata(member, 0), nullptr, 99));
+    }
+  }
+}
+
 TEST(IoCost, SectionsThatCannotHaveANameAreNotReadOverAndOver) {
   // All over the same bytes, in a file of the foreign order whose name table is none.
   constexpr int sections = 1000;
