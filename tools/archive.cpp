@@ -3,7 +3,6 @@
 //
 // The whole archive is built in memory, because the symbol table comes first and its size depends on every object. The
 // numbers of the table are in the byte order of the first object.
-#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
 
@@ -15,11 +14,6 @@
 namespace ambielf::tools {
 
 namespace {
-
-struct Options {
-  std::string archive;
-  std::vector<std::string> objects;
-};
 
 // An undefined symbol although its section is not 0: a small one, expected near the global pointer.
 constexpr unsigned mips_small_undefined = 0xff04;
@@ -122,7 +116,9 @@ void ArchiveBuilder::write(OutputFile& out) const {
   out.write(members_);
 }
 
-void run(const Options& options, Report& report) {
+}  // namespace
+
+void run_archive(const ArchiveOptions& options, Report& report) {
   ArchiveBuilder builder;
   bool complete = true;
   for (const std::string& object : options.objects) {
@@ -134,18 +130,6 @@ void run(const Options& options, Report& report) {
     builder.write(out);
     out.commit();
   });
-}
-
-}  // namespace
-
-void add_archive(CLI::App& app, Report& report) {
-  const auto options = std::make_shared<Options>();
-  CLI::App* const command =
-      app.add_subcommand("archive", "Builds an archive of the library's format from objects.");
-  command->add_option("OUT", options->archive, "The archive to write")->required();
-  command->add_option("OBJECT", options->objects, "The objects, in the order that they get in it")
-      ->required();
-  command->callback([options, &report] { run(*options, report); });
 }
 
 }  // namespace ambielf::tools

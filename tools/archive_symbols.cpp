@@ -1,5 +1,4 @@
 // ambielf archive-symbols: the symbol table of an archive: its members and the symbols that each defines.
-#include <CLI/CLI.hpp>
 #include <string>
 #include <unordered_map>
 
@@ -31,17 +30,11 @@ void print(const std::string& file, Report& report, Output& out) {
 
 }  // namespace
 
-void add_archive_symbols(CLI::App& app, Report& report) {
-  const auto file = std::make_shared<std::string>();
-  CLI::App* const command = app.add_subcommand(
-      "archive-symbols", "Prints the symbol table of an archive, a MEMBER and SYMBOL a line.");
-  command->add_option("FILE", *file, "The archive")->required();
-  command->callback([file, &report] {
-    report.attempt(*file, [&] {
-      Output out;
-      report.attempt(*file, [&] { print(*file, report, out); });
-      out.flush();
-    });
+void run_archive_symbols(const std::string& file, Report& report) {
+  report.attempt(file, [&] {
+    Output out;
+    report.attempt(file, [&] { print(file, report, out); });
+    out.flush();
   });
 }
 

@@ -3,7 +3,6 @@
 // The archive does not decide where its members go: a name that is not a plain file name is refused, and nothing is
 // written through a symbolic link. If several members have the same name, none is lost: the second becomes NAME.2,
 // unless a member has that name, and so on.
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
@@ -18,12 +17,6 @@
 namespace ambielf::tools {
 
 namespace {
-
-struct Options {
-  std::string file;
-  std::vector<std::string> members;  // all, if there are none
-  std::string directory = ".";
-};
 
 // The same characters on every system, so that an archive extracts alike: separators, drives, control characters.
 bool is_plain(std::string_view name) {
@@ -71,45 +64,36 @@ void write(const ArchiveMember& member, const std::string& path) {
   out.commit();
 }
 
-void extract(const Options& options, Report& report) {
-  const Contents contents(options.file);
-  const ArchiveFile archive(options.file, contents);
-  FileNames names(archive);
-  std::unordered_map<std::string_view, bool> found;
-  for (const std::string& name : options.members) found.emplace(name, false);
-
-  archive.each_member([&](const ArchiveMember& member) {
-    if (!options.members.empty()) {
-      const auto wanted = found.find(member.name());
-      if (wanted == found.end()) return;
-      wanted->second = true;
-    }
-    const std::string shown = options.file + "(" + std::string(member.name()) + ")";
-    report.attempt(shown, [&] {
-      if (!is_plain(member.name()))
-        throw Refusal("is not written: its name is not that of a file in a folder");
-      const std::string name = names.next(member.name());
-      write(member, (std::filesystem::path(options.directory) / name).string());
-      if (name != member.name())
-        report.warning(shown, "is written as " + name + ", another member has its name");
-    });
-  });
-  for (const std::string& name : options.members) {
-    if (!found.at(name)) report.failure(options.file, "has no member " + name);
-  }
-}
-
 }  // namespace
 
-void add_extract(CLI::App& app, Report& report) {
-  const auto options = std::make_shared<Options>();
-  CLI::App* const command = app.add_subcommand("extract", "Writes the members of an archive to files.");
-  command->add_option("FILE", options->file, "The archive")->required();
-  command->add_option("MEMBER", options->members, "Write these members only");
-  command->add_option("-C,--directory", options->directory, "Write to this folder, not the current one")
-      ->check(CLI::ExistingDirectory);
-  command->callback(
-      [options, &report] { report.attempt(options->file, [&] { extract(*options, report); }); });
+void run_extract(const ExtractOptions& options, Report& report) {
+  report.attempt(options.file, [&] {
+    const Contents contents(options.file);
+    const ArchiveFile archive(options.file, contents);
+    FileNames names(archive);
+    std::unordered_map<std::string_view, bool> found;
+    for (const std::string& name : options.members) found.emplace(name, false);
+
+    archive.each_member([&](const ArchiveMember& member) {
+      if (!options.members.empty()) {
+        const auto wanted = found.find(member.name());
+        if (wanted == found.end()) return;
+        wanted->second = true;
+      }
+      const std::string shown = options.file + "(" + std::string(member.name()) + ")";
+      report.attempt(shown, [&] {
+        if (!is_plain(member.name()))
+          throw Refusal("is not written: its name is not that of a file in a folder");
+        const std::string name = names.next(member.name());
+        write(member, (std::filesystem::path(options.directory) / name).string());
+        if (name != member.name())
+          report.warning(shown, "is written as " + name + ", another member has its name");
+      });
+    });
+    for (const std::string& name : options.members) {
+      if (!found.at(name)) report.failure(options.file, "has no member " + name);
+    }
+  });
 }
 
 }  // namespace ambielf::tools

@@ -1,7 +1,5 @@
 // ambielf flip: a whole object in the other byte order.
-#include <CLI/CLI.hpp>
 #include <filesystem>
-#include <memory>
 #include <string>
 
 #include "commands.h"
@@ -17,12 +15,6 @@ namespace {
 using flip::FlippedObject;
 using flip::FlippedSection;
 using flip::Outcome;
-
-struct Options {
-  std::string in;
-  std::string out;
-  bool report = false;
-};
 
 std::string words_of(const Outcome& outcome) {
   const auto [converted, left] = outcome.tally;
@@ -58,26 +50,19 @@ void warn(const FlippedObject& object, const std::string& path, Report& report) 
   if (count > most) report.warning(path, std::to_string(count - most) + " more sections with such faults");
 }
 
-void run(const Options& options, Report& report) {
-  const Contents input(options.in);
-  if (kind_of(input.view()) != FileKind::object) throw Refusal("is an archive; only objects are flipped");
-  const FlippedObject object = flip::flip_object(input.view());
-  OutputFile out(options.out);
-  out.write(object.bytes);
-  out.commit(std::filesystem::status(options.in).permissions());
-  if (options.report) print(object);
-  warn(object, options.in, report);
-}
-
 }  // namespace
 
-void add_flip(CLI::App& app, Report& report) {
-  const auto options = std::make_shared<Options>();
-  CLI::App* const command = app.add_subcommand("flip", "Writes an object in the other byte order.");
-  command->add_option("IN", options->in, "An object")->required();
-  command->add_option("OUT", options->out, "The file to write; it may be IN")->required();
-  command->add_flag("--report", options->report, "Tell for each section what was done");
-  command->callback([options, &report] { report.attempt(options->in, [&] { run(*options, report); }); });
+void run_flip(const FlipOptions& options, Report& report) {
+  report.attempt(options.in, [&] {
+    const Contents input(options.in);
+    if (kind_of(input.view()) != FileKind::object) throw Refusal("is an archive; only objects are flipped");
+    const FlippedObject object = flip::flip_object(input.view());
+    OutputFile out(options.out);
+    out.write(object.bytes);
+    out.commit(std::filesystem::status(options.in).permissions());
+    if (options.report) print(object);
+    warn(object, options.in, report);
+  });
 }
 
 }  // namespace ambielf::tools

@@ -1,5 +1,4 @@
 // ambielf list: shows what objects consist of.
-#include <CLI/CLI.hpp>
 #include <string>
 #include <utility>
 #include <vector>
@@ -11,17 +10,13 @@ namespace ambielf::tools {
 
 namespace {
 
-struct Options {
-  std::vector<std::string> files;
-  Parts parts;
-  bool json = false;
-};
-
 bool any(const Parts& p) {
   return p.header || p.sections || p.segments || p.symbols || p.relocations || p.dynamic || p.notes;
 }
 
-void run(Options options, Report& report) {
+}  // namespace
+
+void run_list(ListOptions options, Report& report) {
   if (!any(options.parts)) options.parts = {true, true, true, true, true, true, true};
   Output out;
   bool is_first = true;
@@ -44,24 +39,6 @@ void run(Options options, Report& report) {
   }
   if (options.json) out.text("\n]\n");
   report.attempt("list", [&] { out.flush(); });
-}
-
-}  // namespace
-
-void add_list(CLI::App& app, Report& report) {
-  const auto options = std::make_shared<Options>();
-  CLI::App* const command = app.add_subcommand("list", "Shows what objects consist of.");
-  command->footer("Without options all parts are shown.");
-  command->add_option("FILE", options->files, "Objects and archives")->required();
-  command->add_flag("-H,--header", options->parts.header, "The ELF header");
-  command->add_flag("-S,--sections", options->parts.sections, "The sections");
-  command->add_flag("-l,--segments", options->parts.segments, "The program headers");
-  command->add_flag("-s,--symbols", options->parts.symbols, "The symbols");
-  command->add_flag("-r,--relocations", options->parts.relocations, "The relocations");
-  command->add_flag("-d,--dynamic", options->parts.dynamic, "The dynamic entries");
-  command->add_flag("-n,--notes", options->parts.notes, "The notes");
-  command->add_flag("--json", options->json, "A JSON list with an object for each object file");
-  command->callback([options, &report] { run(*options, report); });
 }
 
 }  // namespace ambielf::tools

@@ -6,18 +6,13 @@
 #include <functional>
 #include <string_view>
 
+#include "commands.h"
 #include "inputs.h"
 #include "names.h"
 #include "output.h"
 #include "report.h"
 
 namespace ambielf::tools {
-
-// The parts of an object to show.
-struct Parts {
-  bool header = false, sections = false, segments = false, symbols = false, relocations = false,
-       dynamic = false, notes = false;
-};
 
 void list_as_text(const Input& input, const Parts& parts, Output& out, Report& report);
 // One JSON object on one line, without a line end.

@@ -1,5 +1,4 @@
 // ambielf members: the names of an archive's members, in file order.
-#include <CLI/CLI.hpp>
 #include <string>
 
 #include "archive_file.h"
@@ -20,16 +19,11 @@ void print(const std::string& file, Output& out) {
 
 }  // namespace
 
-void add_members(CLI::App& app, Report& report) {
-  const auto file = std::make_shared<std::string>();
-  CLI::App* const command = app.add_subcommand("members", "Prints the names of an archive's members.");
-  command->add_option("FILE", *file, "The archive")->required();
-  command->callback([file, &report] {
-    report.attempt(*file, [&] {
-      Output out;
-      report.attempt(*file, [&] { print(*file, out); });  // the members before a fault are printed, too
-      out.flush();
-    });
+void run_members(const std::string& file, Report& report) {
+  report.attempt(file, [&] {
+    Output out;
+    report.attempt(file, [&] { print(file, out); });  // the members before a fault are printed, too
+    out.flush();
   });
 }
 

@@ -1,8 +1,5 @@
 // ambielf remove: writes an object without the sections of some names.
-#include <CLI/CLI.hpp>
-#include <memory>
 #include <string>
-#include <vector>
 
 #include "commands.h"
 #include "object_writer.h"
@@ -26,21 +23,11 @@ void remove(SectionRemoval& removal, const ObjectWriter& object, const std::stri
 
 }  // namespace
 
-void add_remove(CLI::App& app, Report& report) {
-  struct Arguments {
-    RewriteFiles files;
-    std::vector<std::string> names;
-  };
-  const auto arguments = std::make_shared<Arguments>();
-  CLI::App* const command = app.add_subcommand("remove", "Writes an object without some of its sections");
-  command->add_option("--section", arguments->names, "The names of the sections to remove")->required();
-  add_rewrite_files(*command, arguments->files);
-  command->callback([arguments, &report] {
-    rewrite(report, arguments->files, [&](ObjectWriter& object) {
-      SectionRemoval removal(object);
-      for (const std::string& name : arguments->names) remove(removal, object, name);
-      removal.finish();
-    });
+void run_remove(const RemoveOptions& options, Report& report) {
+  rewrite(report, options.files, [&](ObjectWriter& object) {
+    SectionRemoval removal(object);
+    for (const std::string& name : options.sections) remove(removal, object, name);
+    removal.finish();
   });
 }
 

@@ -1,19 +1,14 @@
 #include "rewrite.h"
 
-#include <CLI/CLI.hpp>
 #include <filesystem>
 
+#include "commands.h"
 #include "inputs.h"
 #include "object_writer.h"
 #include "output_file.h"
 #include "report.h"
 
 namespace ambielf::tools {
-
-void add_rewrite_files(CLI::App& command, RewriteFiles& files) {
-  command.add_option("IN", files.in, "The object to read")->required();
-  command.add_option("OUT", files.out, "The file to write; may be IN")->required();
-}
 
 void rewrite(Report& report, const RewriteFiles& files, const std::function<void(ObjectWriter&)>& edit) {
   // Opened and written in a step of its own, as Windows does not replace a file that is mapped.

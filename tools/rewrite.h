@@ -3,24 +3,12 @@
 #define AMBIELF_TOOLS_REWRITE_H
 
 #include <functional>
-#include <string>
-
-namespace CLI {
-class App;
-}
 
 namespace ambielf::tools {
 
 class ObjectWriter;
 class Report;
-
-// The files that such a command is given.
-struct RewriteFiles {
-  std::string in, out;
-};
-
-// Declares the arguments IN and OUT.
-void add_rewrite_files(CLI::App& command, RewriteFiles& files);
+struct RewriteFiles;
 
 // Writes files.in, as `edit` left it, to files.out, with its mode. What fails is reported and leaves files.out as it
 // was. The two may be one file.

@@ -1,5 +1,4 @@
 // ambielf size: the sizes of an object's code and constants, data, and zeros; or a picture of where its bytes go.
-#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
 
@@ -11,11 +10,6 @@
 namespace ambielf::tools {
 
 namespace {
-
-struct Options {
-  std::vector<std::string> files;
-  bool totals = false, map = false;
-};
 
 struct Sizes {
   uint64_t text = 0, data = 0, bss = 0;
@@ -44,7 +38,7 @@ void print(Output& out, const Sizes& sizes, std::string_view name, std::string_v
   out.character('\n');
 }
 
-void draw(const Options& options, Report& report) {
+void draw(const SizeOptions& options, Report& report) {
   Map map;
   for (const std::string& file : options.files) {
     for_each_object(report, file, [&](const Input& input) { map.add(input); });
@@ -56,7 +50,9 @@ void draw(const Options& options, Report& report) {
   });
 }
 
-void run(const Options& options, Report& report) {
+}  // namespace
+
+void run_size(const SizeOptions& options, Report& report) {
   if (options.map) return draw(options, report);
   Output out;
   Sizes total;
@@ -78,18 +74,6 @@ void run(const Options& options, Report& report) {
   }
   if (options.totals) print(out, total, "(TOTALS)", {});
   report.attempt("size", [&] { out.flush(); });
-}
-
-}  // namespace
-
-void add_size(CLI::App& app, Report& report) {
-  const auto options = std::make_shared<Options>();
-  CLI::App* const command = app.add_subcommand("size", "Prints the sizes of code, data and zeros.");
-  command->add_option("FILE", options->files, "Objects and archives")->required();
-  CLI::Option* const totals =
-      command->add_flag("-t,--totals", options->totals, "Print the sums over all objects as well");
-  command->add_flag("--map", options->map, "Draw where the bytes go, as an SVG picture")->excludes(totals);
-  command->callback([options, &report] { run(*options, report); });
 }
 
 }  // namespace ambielf::tools

@@ -1,8 +1,6 @@
 // ambielf strip: writes an object without debug information and, unless -g is given, without its symbol table.
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <array>
-#include <memory>
 #include <string_view>
 
 #include "commands.h"
@@ -48,19 +46,8 @@ void strip(ObjectWriter& object, bool keeps_symbols) {
 
 }  // namespace
 
-void add_strip(CLI::App& app, Report& report) {
-  struct Arguments {
-    RewriteFiles files;
-    bool keeps_symbols = false;
-  };
-  const auto arguments = std::make_shared<Arguments>();
-  CLI::App* const command =
-      app.add_subcommand("strip", "Writes an object without debug information and symbol table");
-  command->add_flag("-g,--strip-debug", arguments->keeps_symbols, "Remove debug information only");
-  add_rewrite_files(*command, arguments->files);
-  command->callback([arguments, &report] {
-    rewrite(report, arguments->files, [&](ObjectWriter& object) { strip(object, arguments->keeps_symbols); });
-  });
+void run_strip(const StripOptions& options, Report& report) {
+  rewrite(report, options.files, [&](ObjectWriter& object) { strip(object, options.keeps_symbols); });
 }
 
 }  // namespace ambielf::tools

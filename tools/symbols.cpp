@@ -1,5 +1,4 @@
 // ambielf symbols: the symbols of objects as nm prints them.
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstring>
 #include <string>
@@ -13,12 +12,6 @@
 namespace ambielf::tools {
 
 namespace {
-
-struct Options {
-  std::vector<std::string> files;
-  bool dynamic = false, external = false, defined = false, undefined = false;
-  bool file_names = false, by_value = false, unsorted = false, sizes = false;
-};
 
 struct Line {
   std::string_view name;
@@ -36,7 +29,7 @@ uint64_t start_of(std::string_view name) {
   return load<uint64_t>(start, ELFDATA2MSB);
 }
 
-bool is_listed(const Line& line, const Elf32_Sym& symbol, const Options& options) {
+bool is_listed(const Line& line, const Elf32_Sym& symbol, const SymbolsOptions& options) {
   if (options.external && ELF32_ST_BIND(symbol.st_info) == STB_LOCAL) return false;
   if (options.defined && line.is_undefined()) return false;
   return !options.undefined || line.is_undefined();
@@ -45,7 +38,7 @@ bool is_listed(const Line& line, const Elf32_Sym& symbol, const Options& options
 // The lines for a symbol table, in its order. The names, which may overlap, must not add up to more than a listing may
 // have, because sorting reads them all.
 std::vector<Line> lines_of(const Object& object, const Section& table, uint64_t file_size,
-                           const Options& options) {
+                           const SymbolsOptions& options) {
   if (table.header().sh_entsize != 0 && table.header().sh_entsize != sizeof(Elf32_Sym)) {
     throw Refusal("its symbol table has entries of " + std::to_string(table.header().sh_entsize) + " bytes");
   }
@@ -89,7 +82,7 @@ void sort(std::vector<Line>& lines, bool by_value) {
   }
 }
 
-void print(const std::vector<Line>& lines, const Input& input, const Options& options, Output& out) {
+void print(const std::vector<Line>& lines, const Input& input, const SymbolsOptions& options, Output& out) {
   for (const Line& line : lines) {
     if (options.file_names) out.name(input.path).character(':');
     if (options.file_names && input.is_member()) out.name(input.member).character(':');
@@ -105,7 +98,7 @@ void print(const std::vector<Line>& lines, const Input& input, const Options& op
   }
 }
 
-void list(const Input& input, const Options& options, Output& out) {
+void list(const Input& input, const SymbolsOptions& options, Output& out) {
   const uint32_t type = options.dynamic ? SHT_DYNSYM : SHT_SYMTAB;
   const Table<Elf32_Shdr> headers = input.object.section_headers();
   const auto found =
@@ -126,7 +119,9 @@ void print_title(const Input& input, bool is_only_file, bool& is_first, Output& 
   out.character('\n').name(input.is_member() ? input.member : input.path).text(":\n");
 }
 
-void run(const Options& options, Report& report) {
+}  // namespace
+
+void run_symbols(const SymbolsOptions& options, Report& report) {
   Output out;
   for (const std::string& file : options.files) {
     bool is_first = true;
@@ -138,24 +133,6 @@ void run(const Options& options, Report& report) {
   }
   out.limit(UINT64_MAX);
   report.attempt("symbols", [&] { out.flush(); });
-}
-
-}  // namespace
-
-void add_symbols(CLI::App& app, Report& report) {
-  const auto options = std::make_shared<Options>();
-  CLI::App* const command = app.add_subcommand("symbols", "Prints the symbols of objects, a line for each.");
-  command->add_option("FILE", options->files, "Objects and archives")->required();
-  command->add_flag("-D,--dynamic", options->dynamic, "The dynamic symbols instead of the others");
-  command->add_flag("-g,--external", options->external, "Only symbols that other objects see");
-  CLI::Option* const defined = command->add_flag("-U,--defined", options->defined, "Only defined symbols");
-  command->add_flag("-u,--undefined", options->undefined, "Only undefined symbols")->excludes(defined);
-  command->add_flag("-A,--file-names", options->file_names, "Put the file's name before each line");
-  CLI::Option* const by_value =
-      command->add_flag("-n,--by-value", options->by_value, "Sort by value, not by name");
-  command->add_flag("-p,--unsorted", options->unsorted, "Keep the order of the table")->excludes(by_value);
-  command->add_flag("-S,--sizes", options->sizes, "Print sizes behind the values");
-  command->callback([options, &report] { run(*options, report); });
 }
 
 }  // namespace ambielf::tools
