@@ -301,10 +301,11 @@ AMBIELF_API Elf* elf_begin(int fildes, Elf_Cmd cmd, Elf* ref);
  * in another byte order than the file's, so the caller must not read them through the image. Whatever reaches
  * past the image reads as zeros. elf_version need not have been called.
  *
- * elf_end restores the image, except for three things. e_ident[EI_DATA] keeps the byte order that was found. The
- * offsets in relocations of line numbers (.rela.lnno.*) of the other byte order stay rescaled. The caller's
- * changes stay; and as elf_end goes by the header's EI_DATA, and by the type, name and swap behaviour that a
- * section has then, contents are not restored if the caller has changed these without converting them.
+ * elf_end restores the image, except for three things. e_ident[EI_DATA] keeps the byte order that was found.
+ * Offsets that loading has rescaled in relocations of line numbers (.rela.lnno.* in a big-endian file,
+ * SHT_RELA_LNNO_UP, SHT_RELA_LNNO_DOWN) stay so. The caller's changes stay; and as elf_end goes by the header's
+ * EI_DATA, and by the type, name and swap behaviour that a section has then, contents are not restored if the
+ * caller has changed these without converting them.
  *
  * @param image  the object's first byte, writable, at any alignment; it must outlive the descriptor
  * @param size   bytes in the image, at most 4 GiB - 1
