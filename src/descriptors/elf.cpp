@@ -117,8 +117,11 @@ TableString Elf::section_name(size_t index) {
   if (ehdr == nullptr || index >= shdrs.size()) return {};
   const size_t table_index = name_table();
   if (table_index == SHN_UNDEF || index == table_index) return {};
-  const KeepError keep;
-  const Elf_Scn* const table = get_scn(table_index);
+  const Elf_Scn* table = loaded_scn(table_index);
+  if (table == nullptr) {
+    const KeepError keep;
+    table = get_scn(table_index);
+  }
   return table != nullptr ? table->string_at(shdrs[index]->sh_name) : TableString{};
 }
 
