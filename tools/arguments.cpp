@@ -119,8 +119,8 @@ class CommandLine {
   }
 
   void size() {
-    CLI::App& command =
-        add("size", "Prints the sizes of code, data and zeros.", [this] { run_size(size_, report_); });
+    CLI::App& command = add("size", "Prints the sizes of code, data and zeros, or draws where the bytes go.",
+                            [this] { run_size(size_, report_); });
     add_objects(command, size_.files);
     CLI::Option* const totals =
         command.add_flag("-t,--totals", size_.totals, "Print the sums over all objects as well");
