@@ -1,7 +1,7 @@
 # Benchmarks: bench/*.cpp form one Google Benchmark program over all of the library's code. scripts/bench runs it and
 # compares its figures with bench/targets. If other libraries are found, the same work with them is built, too.
 find_package(benchmark QUIET)
-if(NOT benchmark_FOUND OR NOT TARGET ambielf_test_support OR WIN32)
+if(NOT benchmark_FOUND OR NOT TARGET ambielf_test_support OR CMAKE_CROSSCOMPILING OR WIN32)
   return()
 endif()
 file(GLOB bench_sources CONFIGURE_DEPENDS bench/*.cpp)
