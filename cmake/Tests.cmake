@@ -59,12 +59,12 @@ target_compile_definitions(ambielf_test_support INTERFACE
 file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/scratch)
 # tests/support/failing_allocation.cpp intercepts the calls of allocators, reported_codes.cpp those of elf_errno.
 set(reported_codes ${PROJECT_BINARY_DIR}/reported_codes)
-if(WIN32)
-  set(size_letter y)
-elseif(CMAKE_SIZEOF_VOID_P EQUAL 8)
-  set(size_letter m)
-else()
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
   set(size_letter j)
+elseif(WIN32)
+  set(size_letter y)
+else()
+  set(size_letter m)
 endif()
 foreach(function IN ITEMS elf_errno malloc calloc realloc _Znw${size_letter} _Zna${size_letter}
     _Znw${size_letter}RKSt9nothrow_t _Zna${size_letter}RKSt9nothrow_t _ZNSt3pmr19new_delete_resourceEv)

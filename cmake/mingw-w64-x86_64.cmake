@@ -1,25 +1,4 @@
-# Builds for 64-bit Windows with Debian's g++-mingw-w64-x86-64-posix: `cmake --preset windows`.
-#
-# 64 bits, because Debian's wine runs such programs without a second architecture on the machine. The thread
-# model is the one that gives <mutex> and <thread>, which GoogleTest wants. Programs and the DLL take the
-# compiler's runtime in, so that none has to be shipped beside them.
-set(CMAKE_SYSTEM_NAME Windows)
+# Builds for 64-bit Windows with Debian's g++-mingw-w64-x86-64-posix: `cmake --preset windows`. Debian's wine runs such
+# programs without a second architecture on the machine.
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
-set(CMAKE_C_COMPILER x86_64-w64-mingw32-gcc-posix)
-set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
-set(CMAKE_RC_COMPILER x86_64-w64-mingw32-windres)
-
-set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
-set(CMAKE_SHARED_LINKER_FLAGS_INIT -static)
-
-set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32)
-set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
-set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
-set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
-
-# Where the machine can run Windows programs, tests run through it.
-find_program(WINE wine)
-if(WINE)
-  set(CMAKE_CROSSCOMPILING_EMULATOR ${WINE})
-endif()
+include(${CMAKE_CURRENT_LIST_DIR}/mingw-w64.cmake)

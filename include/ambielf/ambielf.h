@@ -48,6 +48,13 @@
  *    the cursor that elf_begin, elf_next and elf_rand share. elf_update writes from the current position.
  *    Nothing else may move it during a call.
  *
+ *    On Windows a file id is an entry in a table of a C run-time library, and those that the library takes and
+ *    gives are of the run-time library that it was linked with: msvcrt.dll if Debian's compilers built it. In
+ *    a program that uses another one (the UCRT, which Visual Studio uses) the same number is no file, or another
+ *    file. Such a program takes its ids from elf_open, ends them with elf_close and passes them to no function
+ *    but the library's; or it uses elf_mopen and elf_memory; or it builds the library for its own run-time
+ *    library, for which the guide has the lines.
+ *
  * 8. Threads. The error code, the work version and the fill value belong to the process, and the library locks
  *    nothing: only one thread at a time may call it, even for different descriptors.
  *
