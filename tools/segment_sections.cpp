@@ -87,7 +87,7 @@ class SegmentWalk {
       const uint64_t offset = uint64_t{segment.p_offset} + (address - segment.p_vaddr);
       if (segment.p_type != PT_LOAD || address == 0 || address < segment.p_vaddr) continue;
       if (address - segment.p_vaddr >= segment.p_filesz || offset >= file_.size()) continue;
-      return file_.substr(offset, segment.p_filesz - (address - segment.p_vaddr));
+      return file_.substr(static_cast<size_t>(offset), segment.p_filesz - (address - segment.p_vaddr));
     }
     return {};
   }
