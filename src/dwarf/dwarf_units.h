@@ -21,6 +21,7 @@ namespace ambielf {
 class UnitWalker {
  public:
   virtual ~UnitWalker() = default;
+  UnitWalker& operator=(const UnitWalker&) = delete;
 
   // Walks the unit in the stream, which starts at its length field and ends at its end. `offset` is the unit's offset
   // in its block. The stream fails if the unit cannot be walked. Returns 0; or the size of the header if only the
@@ -33,7 +34,6 @@ class UnitWalker {
  protected:
   explicit UnitWalker(WalkMemory& memory) : memory_(memory) {}
   UnitWalker(const UnitWalker&) = default;
-  UnitWalker& operator=(const UnitWalker&) = delete;
 
  private:
   WalkMemory& memory_;
