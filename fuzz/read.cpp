@@ -74,6 +74,11 @@ std::string answers(Elf* elf, size_t size, unsigned how) {
   return all;
 }
 
+// On a 32-bit host only one of the roads may find room for a section that claims gigabytes.
+bool ran_out_of_addresses(const std::string& answers) {
+  return sizeof(void*) == 4 && answers.find(" code 4\n") != std::string::npos;
+}
+
 // Tables of thousands of entries that the input does not have take time and tell little: most inputs get small ones.
 void count_in_one_byte(Bytes& bytes) {
   if (bytes.size() < sizeof(Elf32_Ehdr)) return;
@@ -153,7 +158,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (is_archive) return elf == nullptr ? 0 : (fault("an archive opens as an image"), 0);
   if (file_code != image_code && !bytes.empty()) fault("opening");
   const std::string by_image = elf != nullptr ? answers(elf, bytes.size(), how) : "";
-  if (by_file != by_image) fault("answers differ", by_file, by_image);
+  if (by_file != by_image && !ran_out_of_addresses(by_file) && !ran_out_of_addresses(by_image))
+    fault("answers differ", by_file, by_image);
   if (elf != nullptr && (how & 1) == 0) translate_back(elf, bytes);
   const bool rescaled = ambielf::test::rescales_for_good(elf);
   if (elf != nullptr) elf_end(elf);
