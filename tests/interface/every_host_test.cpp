@@ -1,5 +1,6 @@
 // A file reads the same on every host: the records of every type, and every section of the committed objects, are those
 // of a committed text, tests/data/every_host.text. If they are not, what was read is left in the scratch folder.
+#include <algorithm>
 #include <cstdio>
 
 #include "byteorder/data_types.h"
@@ -48,7 +49,9 @@ class HostText {
     records(&header, 1, ELF_T_SHDR);
     if (data == nullptr) return;  // no contents, or a type that cannot be loaded
     const uint32_t type = in.scn(index)->found.type;
-    if (type != ELF_T_BYTE) return records(data->d_buf, data->d_size / record_layout(type).size, type);
+    const uint32_t entry =
+        std::max(header.sh_entsize, record_layout(type).size);  // wider entries were packed
+    if (type != ELF_T_BYTE) return records(data->d_buf, data->d_size / entry, type);
     // The numbers between bytes, in debug sections, only have an order by translation.
     Bytes bytes(data->d_size);
     Elf_Data little = *data;
