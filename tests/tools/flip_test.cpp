@@ -44,7 +44,7 @@ void abbreviations(DwarfEncoder& out) {
 constexpr uint32_t loc_views = 0, loc_list = 4, loclists_views = 12, loclists_list = 15;
 
 void info(DwarfEncoder& out) {
-  for (const uint32_t version : {4, 5}) {
+  for (const uint32_t version : {4u, 5u}) {
     out.unit([&](DwarfEncoder& unit) {
       unit.info_header(version, 0).uleb("code", 1);
       unit.u32("location", version == 5 ? loclists_list : loc_list);
@@ -71,7 +71,7 @@ void location_list(DwarfEncoder& out) {
 
 void location_entries(DwarfEncoder& out) {
   out.u8("base_addressx", 1).uleb("index", 300).u8("base_address", 6).u32("address", 0x1020);
-  for (const unsigned kind : {2, 3, 4}) {
+  for (const unsigned kind : {2u, 3u, 4u}) {
     out.u8("indexes or offsets", kind)
         .uleb("first", 200)
         .uleb("second", 1)
@@ -101,7 +101,7 @@ void rnglists(DwarfEncoder& out) {
   out.unit([&](DwarfEncoder& unit) {
     unit.u16("version", 5).u8("address_size", 4).u8("segment_selector_size", 0).words("table", {1, 4});
     unit.u8("base_addressx", 1).uleb("index", 300).u8("base_address", 5).u32("address", 0x1020);
-    for (const unsigned kind : {2, 3, 4}) unit.u8("pair", kind).uleb("first", 200).uleb("second", 1);
+    for (const unsigned kind : {2u, 3u, 4u}) unit.u8("pair", kind).uleb("first", 200).uleb("second", 1);
     unit.u8("start_end", 6)
         .words("range", {0x10, 0x20})
         .u8("start_length", 7)
@@ -120,7 +120,7 @@ void split_locations(DwarfEncoder& out) {
 void pubnames(DwarfEncoder& out, bool has_flags) {
   out.unit([&](DwarfEncoder& unit) {
     unit.u16("version", 2).words("unit", {0x10, 0x20});
-    for (const uint32_t offset : {0x30, 0x40}) {
+    for (const uint32_t offset : {0x30u, 0x40u}) {
       unit.u32("offset", offset);
       if (has_flags) unit.u8("flags", 0x30);
       unit.string("name", "name");
@@ -149,7 +149,7 @@ void names(DwarfEncoder& out) {
         .u8("end", 0)
         .u8("end", 0)
         .bytes("padding", Bytes(2));
-    for (const uint32_t die : {0x21, 0x22})
+    for (const uint32_t die : {0x21u, 0x22u})
       unit.uleb("code", 1).u32("die", die).u16("unit", 0x102).u8("end", 0);
   });
 }
@@ -188,7 +188,7 @@ void debug_frame(DwarfEncoder& out, uint32_t cie) {
 
 // Pointers of 4 bytes, then of 2; an FDE of each; and the end.
 void eh_frame(DwarfEncoder& out) {
-  for (const unsigned encoding : {0x1b, 0x02}) {
+  for (const unsigned encoding : {0x1bu, 0x02u}) {
     const size_t cie = out.size();
     out.unit([&](DwarfEncoder& unit) {
       unit.u32("CIE_id", 0).u8("version", 1).string("augmentation", "zPLRS").uleb("code", 1).sleb("data", -4);
@@ -226,7 +226,7 @@ void notes(DwarfEncoder& out) {
 }
 
 void definitions(DwarfEncoder& out) {
-  for (const uint32_t next : {28, 0}) {
+  for (const uint32_t next : {28u, 0u}) {
     out.u16("version", 1)
         .u16("flags", 0)
         .u16("ndx", 2)
@@ -238,7 +238,7 @@ void definitions(DwarfEncoder& out) {
 
 void needs(DwarfEncoder& out) {
   out.u16("version", 1).u16("cnt", 2).words("file, aux, next", {0x55, 16, 0});
-  for (const uint32_t next : {16, 0}) {
+  for (const uint32_t next : {16u, 0u}) {
     out.u32("hash", 0x1234).u16("flags", 0).u16("other", 2).words("name, next", {0x66, next});
   }
 }
