@@ -31,7 +31,9 @@ TEST(ListPosix, PrintsTheLinesOfAnotherReader) {
     for (const char* const part : {"-S", "-s", "-r"}) {
       const std::string expected = lines("readelf -W " + std::string(part) + " object.o");
       EXPECT_FALSE(expected.empty());
-      EXPECT_EQ(lines("\"" AMBIELF_TOOL "\" list " + std::string(part) + " object.o"), expected) << triple;
+      EXPECT_EQ(lines(AMBIELF_TEST_EMULATOR "\"" AMBIELF_TOOL "\" list " + std::string(part) + " object.o"),
+                expected)
+          << triple;
     }
     EXPECT_EQ(run_tool("size object.o").output, output_of("llvm-size object.o")) << triple;
   }
