@@ -245,7 +245,8 @@ class ObjectMap {
     for (const auto& [flag, letter] : {std::pair(PF_R, 'R'), std::pair(PF_W, 'W'), std::pair(PF_X, 'E')}) {
       title += (segment.p_flags & static_cast<uint32_t>(flag)) != 0 ? letter : ' ';
     }
-    title += " " + hexadecimal(range.begin) + " + " + hexadecimal(segment.p_memsz);
+    title += ' ';
+    title += hexadecimal(range.begin) + " + " + hexadecimal(segment.p_memsz);
     const double length = width - margin - label_width;
     const uint64_t held = std::min(range.end, range.begin + segment.p_filesz);
     const auto rectangle = [&](uint64_t begin, uint64_t end, std::string_view kind, const std::string& what) {
