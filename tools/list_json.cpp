@@ -31,7 +31,7 @@ class JsonListing {
   }
 
   void header() {
-    const Elf32_Ehdr& h = object_.header();
+    const Elf32_Ehdr h = object_.header();
     json_.begin_object("header").string("byte_order", object_.encoding() == ELFDATA2MSB ? "big" : "little");
     json_.number("os_abi", h.e_ident[EI_OSABI]).number("abi_version", h.e_ident[EI_ABIVERSION]);
     json_.number("type", h.e_type).string("type_name", names_.object_type(h.e_type));

@@ -12,7 +12,7 @@ class TextListing {
       : input_(input), object_(input.object), names_(object_.header()), out_(out), report_(report) {}
 
   void header() {
-    const Elf32_Ehdr& h = object_.header();
+    const Elf32_Ehdr h = object_.header();
     out_.text("ELF Header:\n  Magic:   ");
     for (const unsigned char byte : h.e_ident) out_.hex(byte, 2).character(' ');
     const bool big = object_.encoding() == ELFDATA2MSB;

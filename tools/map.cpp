@@ -97,7 +97,7 @@ class ObjectMap {
   }
 
   void collect_parts() {
-    const Elf32_Ehdr& header = object_.header();
+    const Elf32_Ehdr header = object_.header();
     const auto add = [&](Kind kind, std::string_view title, uint64_t begin, uint64_t size,
                          size_t section = 0) {
       parts_.push_back({kind, {begin, begin + size}, title, section});

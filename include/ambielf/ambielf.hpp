@@ -78,9 +78,9 @@ namespace detail {
 }
 
 template <class T>
-T& need(T* pointer, int otherwise = 32) {
+T* need(T* pointer, int otherwise = 32) {
   if (pointer == nullptr) fail(otherwise);
-  return *pointer;
+  return pointer;
 }
 
 // Iterates over anything with operator[]. Elements are made on the fly, so it only reads.
@@ -466,7 +466,12 @@ struct State {
   Strings names;
   bool has_names = false;
 
-  Elf32_Ehdr& header() const { return need(elf32_getehdr(elf.get()), 44); }
+  // In an image the header may have any alignment.
+  Elf32_Ehdr header() const {
+    Elf32_Ehdr copy;
+    std::memcpy(&copy, static_cast<const void*>(need(elf32_getehdr(elf.get()), 44)), sizeof copy);
+    return copy;
+  }
 
   // The C interface gives header tables in the byte order of the file.
   template <class Record>
@@ -482,7 +487,7 @@ struct State {
   Table<Elf32_Shdr> section_headers() {
     if (!shdrs && header().e_shnum != 0) {
       shdr_count = header().e_shnum;
-      shdrs.reset(&need(elf32_getshdrtab(elf.get()), 4));
+      shdrs.reset(need(elf32_getshdrtab(elf.get()), 4));
       to_host(shdrs.get(), shdr_count);
     }
     return {shdrs.get(), shdrs ? shdr_count : 0};
@@ -490,7 +495,7 @@ struct State {
   Table<Elf32_Phdr> program_headers() {
     if (!phdrs && header().e_phnum != 0) {
       phdr_count = header().e_phnum;
-      phdrs.reset(&need(elf32_getphdr(elf.get()), 4));
+      phdrs.reset(need(elf32_getphdr(elf.get()), 4));
       to_host(phdrs.get(), phdr_count);
     }
     return {phdrs.get(), phdrs ? phdr_count : 0};
@@ -517,7 +522,7 @@ struct State {
     const int64_t position = seek(fildes, 0, SEEK_CUR);
     uint64_t limit = static_cast<uint64_t>(seek(fildes, 0, SEEK_END) - base);
     if (is_member)
-      limit = std::min<uint64_t>(limit, static_cast<uint64_t>(need(elf_getarhdr(elf.get())).ar_size));
+      limit = std::min<uint64_t>(limit, static_cast<uint64_t>(need(elf_getarhdr(elf.get()))->ar_size));
     const size_t count = offset < limit ? clip(std::min(size, limit - offset)) : 0;
     std::unique_ptr<char[]> bytes(new char[count + 1]);
     size_t done = 0;
@@ -571,9 +576,9 @@ class Section {
   /** Whether elf_getscn loads its type. In a file of the other byte order its name must be readable, too. */
   bool is_loadable() const noexcept { return header_.sh_type <= ELF_T_NONE; }
   /** The section of the C interface, loaded. Fails with the codes of elf_getscn. */
-  Elf_Scn* native_handle() const { return &detail::need(elf_getscn(state_->elf.get(), index_)); }
+  Elf_Scn* native_handle() const { return detail::need(elf_getscn(state_->elf.get(), index_)); }
   /** The header that the library works with; the section is loaded. */
-  Elf32_Shdr& live_header() const { return detail::need(elf32_getshdr(native_handle())); }
+  Elf32_Shdr& live_header() const { return *detail::need(elf32_getshdr(native_handle())); }
 
   /** Its first block, live; nullptr if there is none. Only sections that the program builds have more blocks; see
    * next_block. */
@@ -588,7 +593,7 @@ class Section {
     return next;
   }
   /** Adds a block, as elf_newdata does. */
-  Elf_Data& new_block() const { return detail::need(elf_newdata(native_handle())); }
+  Elf_Data& new_block() const { return *detail::need(elf_newdata(native_handle())); }
 
   /** The contents of the first block, in the host's order if they are records; empty if there is no block. Never
    * longer than the bytes in the file. */
@@ -695,7 +700,7 @@ class Object {
   explicit Object(int fildes, Elf_Cmd cmd = ELF_C_READ) : state_(new detail::State) {
     elf_version(EV_CURRENT);
     state_->fildes = fildes;
-    state_->elf.reset(&detail::need(elf_begin(fildes, cmd, nullptr)));
+    state_->elf.reset(detail::need(elf_begin(fildes, cmd, nullptr)));
   }
   /** Opens a mapped object, and takes ownership of the mapping. This is the fastest way to read a large object. It
    * does not work for archives (9). */
@@ -703,7 +708,7 @@ class Object {
   /** Opens an object in memory. The image is used in place and must outlive the Object; see elf_memory. */
   Object(char* image, size_t size) : state_(new detail::State) {
     state_->image = {image, size};
-    state_->elf.reset(&detail::need(elf_memory(image, size)));
+    state_->elf.reset(detail::need(elf_memory(image, size)));
   }
 
   /** The descriptor of the C interface; the Object still owns it. */
@@ -711,8 +716,12 @@ class Object {
   /** Whether it is an archive; members() gives its members. */
   bool is_archive() const noexcept { return !state_->is_member && elf_kind(native_handle()) == ELF_K_AR; }
 
-  /** The ELF header, live. Fails with 44 if there is none: in an archive, or a member that is not an object. */
-  Elf32_Ehdr& header() const { return state_->header(); }
+  /** The ELF header. Fails with 44 if there is none: in an archive, or a member that is not an object. */
+  Elf32_Ehdr header() const { return state_->header(); }
+  /** Changes the header that the library works with. Fails as header() does. */
+  void set_header(const Elf32_Ehdr& value) const {
+    std::memcpy(static_cast<void*>(detail::need(elf32_getehdr(native_handle()), 44)), &value, sizeof value);
+  }
   /** The byte order of the file: ELFDATA2LSB or ELFDATA2MSB. */
   unsigned encoding() const { return header().e_ident[EI_DATA]; }
   /** Whether it has the one class that the library supports. A 64-bit object opens, too, but its records mean
@@ -721,7 +730,7 @@ class Object {
   /** Whether section 0 has the counts, because the ELF header cannot count so many sections or program headers. The
    * library shows such an object without sections. */
   bool has_extended_numbering() const {
-    const Elf32_Ehdr& ehdr = header();
+    const Elf32_Ehdr ehdr = header();
     return (ehdr.e_shnum == 0 && ehdr.e_shoff != 0) || ehdr.e_phnum == 0xffff || ehdr.e_shstrndx == 0xffff;
   }
 
@@ -763,15 +772,15 @@ class Object {
    * @{ */
 
   /** Makes the ELF header of a new file, as elf32_newehdr does. */
-  Elf32_Ehdr& new_header() const { return detail::need(elf32_newehdr(native_handle())); }
+  Elf32_Ehdr& new_header() const { return *detail::need(elf32_newehdr(native_handle())); }
   /** Adds a program header, as elf32_newphdr does. */
   Elf32_Phdr& new_program_header() const {
     state_->phdrs.reset();
-    return detail::need(elf32_newphdr(native_handle()));
+    return *detail::need(elf32_newphdr(native_handle()));
   }
   /** Adds a section, as elf_newscn does. Set its fields through live_header. */
   Section new_section() const {
-    Elf_Scn* const scn = &detail::need(elf_newscn(native_handle()));
+    Elf_Scn* const scn = detail::need(elf_newscn(native_handle()));
     reload();
     return {*state_, elf_ndxscn(scn), Elf32_Shdr{}};
   }
@@ -816,7 +825,7 @@ class Member {
   /** @endcond */
 
   /** Its header; the strings in it end with zero bytes. */
-  const Elf_Arhdr& header() const { return detail::need(elf_getarhdr(native_handle())); }
+  const Elf_Arhdr& header() const { return *detail::need(elf_getarhdr(native_handle())); }
   std::string_view name() const { return header().ar_name; }
   /** The offset of its header in the archive's file, in bytes. */
   size_t offset() const noexcept { return offset_; }

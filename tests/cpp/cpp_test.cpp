@@ -192,7 +192,9 @@ TEST(Cpp, WritesWhatItReadsBack) {
     std::string more = "more";
     text.new_block() = *text.block();
     EXPECT_NE(text.next_block(text.block()), nullptr);
-    made.header().e_shstrndx = static_cast<Elf32_Half>(add(SHT_STRTAB, 7, names).index());
+    Elf32_Ehdr header = made.header();
+    header.e_shstrndx = static_cast<Elf32_Half>(add(SHT_STRTAB, 7, names).index());
+    made.set_header(header);
     EXPECT_EQ(made.section(1).name(), ".text") << "from a table that is not written yet";
     made.set_flags(ELF_F_DIRTY);
     const int32_t size = made.update();

@@ -22,7 +22,7 @@ template <class Record>
 std::vector<Record> records_of(const Input& in, size_t index) {
   const Bytes bytes = in.contents(index);
   std::vector<Record> records(bytes.size() / sizeof(Record));
-  std::memcpy(records.data(), bytes.data(), records.size() * sizeof(Record));
+  if (!records.empty()) std::memcpy(records.data(), bytes.data(), records.size() * sizeof(Record));
   return records;
 }
 

@@ -53,7 +53,7 @@ void refuse_compressed(const Source& source) {
 
 // Turns over the ELF header and both header tables.
 void flip_headers(const Source& source, Bytes file, std::span<unsigned char> copy) {
-  const Elf32_Ehdr& ehdr = source.object().header();
+  const Elf32_Ehdr ehdr = source.object().header();
   Cursor cursor(file, source.order());
   cursor.skip(EI_NIDENT);
   cursor.numbers(2, 2);  // e_type, e_machine

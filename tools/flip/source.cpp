@@ -55,7 +55,7 @@ std::string_view name_at(std::string_view table, size_t offset) {
 }  // namespace
 
 Source::Source(const Object& object, Bytes file) : object_(object) {
-  const Elf32_Ehdr& ehdr = object.header();
+  const Elf32_Ehdr ehdr = object.header();
   Parts parts(file.size());
   if (parts.take(0, sizeof ehdr) != Parts::Answer::taken) throw Refusal("is damaged: it ends in its header");
   take_table(parts, ehdr.e_phoff, ehdr.e_phnum, ehdr.e_phentsize, sizeof(Elf32_Phdr), "program headers");
