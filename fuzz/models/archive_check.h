@@ -60,7 +60,7 @@ class ArchiveCheck {
       if (platform::tell(file_id_) != static_cast<int64_t>(member.start)) return "position" + place;
       // A member that is no object fails the first time, and is there the second time all the same.
       Elf* elf = elf_begin(file_id_, ELF_C_READ, archive);
-      elf_errno();
+      const int refusal = elf_errno();
       if (elf_rand(archive, static_cast<size_t>(member.start)) != member.start) return "elf_rand" + place;
       Elf* const again = elf_begin(file_id_, ELF_C_READ, archive);
       if (again == nullptr || (elf != nullptr && elf != again)) return "descriptor" + place;
@@ -68,7 +68,7 @@ class ArchiveCheck {
         return "contents" + place;
       }
       if (!same_header(*elf_getarhdr(again), member)) return "header" + place;
-      if (!reads_as_alone(again, member)) return "the object" + place;
+      if (!reads_as_alone(again, refusal, member)) return "the object" + place;
       elf_end(again);
       if (elf != nullptr) elf_end(elf);
 
@@ -88,8 +88,9 @@ class ArchiveCheck {
            header.ar_size == expected.size;
   }
 
-  // A member is bounded by itself: it reads as the same bytes in a file of their own, where these have an e_ident.
-  bool reads_as_alone(Elf* elf, const SlowHeader& member) const {
+  // A member is bounded by itself: it reads, or is refused, as the same bytes in a file of their own, where these have
+  // an e_ident.
+  bool reads_as_alone(Elf* elf, int refusal, const SlowHeader& member) const {
     static const MemoryFile file;
     const size_t place = static_cast<size_t>(std::min<uint64_t>(member.contents, bytes_.size()));
     const size_t size = static_cast<size_t>(
@@ -98,8 +99,9 @@ class ArchiveCheck {
     const auto start = bytes_.begin() + static_cast<long>(place);
     file.set(Bytes(start, start + static_cast<long>(size)));
     Elf* const alone = elf_begin(file.id(), ELF_C_READ, nullptr);
-    if (alone == nullptr || elf_kind(alone) == ELF_K_AR) {
-      if (alone != nullptr) elf_end(alone);
+    if (alone == nullptr) return elf_errno() == refusal;
+    if (elf_kind(alone) == ELF_K_AR) {
+      elf_end(alone);
       return elf32_getehdr(elf) == nullptr;
     }
     const bool same = Describe(elf, size).all() == Describe(alone, size).all();
