@@ -14,7 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     if (flipped.bytes.size() != size) std::abort();
     if (flip_object(flipped.bytes).bytes.size() != size) std::abort();
   } catch (const std::exception&) {
-    // refused
+    return 0;  // refused
   }
   return 0;
 }

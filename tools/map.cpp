@@ -141,6 +141,7 @@ class ObjectMap {
   void file() {
     if (input_.size == 0) return;
     std::vector<Claim> claims;
+    claims.reserve(parts_.size());
     for (size_t i = 0; i < parts_.size(); ++i) claims.push_back({parts_[i].range, i});
     const std::vector<Claim> pieces = divide({0, input_.size}, claims);
     heading("File, by offset");

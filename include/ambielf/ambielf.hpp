@@ -115,6 +115,8 @@ class Iterable {
   bool empty() const noexcept { return self().size() == 0; }
 
  private:
+  friend Range;
+  Iterable() = default;
   const Range& self() const noexcept { return static_cast<const Range&>(*this); }
 };
 

@@ -40,10 +40,11 @@ bool walk_debug_section(const DebugWalk& walk, const unsigned char* data, uint32
   const UnitBlock units = {data, size, walk.value_before_swap};
   Elf& elf = *walk.block.scn->elf;
   WalkRecords& records = elf.walk_records;
+  const bool is_info = walk.kind == SectionKind::debug_info;
   InfoWalk info;
   try {
     // This may load .debug_abbrev, and so call the controller, which may convert whatever it likes.
-    if (walk.kind == SectionKind::debug_info) prepare(walk, units, info);
+    if (is_info) prepare(walk, units, info);
     if (walk.written != nullptr) records.prepare(walk.written);
   } catch (const std::exception&) {
     if (walk.written != nullptr) throw;
@@ -56,14 +57,14 @@ bool walk_debug_section(const DebugWalk& walk, const unsigned char* data, uint32
   WalkMemory own_memory;
   WalkMemory& memory = elf.is_image() ? elf.walk_memory : own_memory;
   bool complete;
-  if (walk.kind == SectionKind::debug_line) {
-    LineUnitWalker walker(memory);
-    complete = walk_units(units, walker, unconverted_of(before), unconverted, destination);
-  } else {
+  if (is_info) {
     const bool use_record = walk.purpose == DebugWalk::Purpose::to_file && before != nullptr;
     InfoUnitWalker walker(*info.store, use_record ? before->offsets : info.relocated, memory);
     complete = walk_units(units, walker, unconverted_of(before), unconverted, destination);
     record.offsets = std::move(info.relocated);
+  } else {
+    LineUnitWalker walker(memory);
+    complete = walk_units(units, walker, unconverted_of(before), unconverted, destination);
   }
   if (walk.written != nullptr) records.note(walk.written, std::move(record));
   return complete;
