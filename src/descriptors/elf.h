@@ -126,14 +126,13 @@ struct Elf : public ambielf::ByteSwap {
   // objects in the input share. Files and images count alike, whether or not a section's bytes are copied.
   // False, without a report, if the allowance does not suffice; then nothing is taken.
   bool take_contents(uint64_t size, uint64_t present, uint64_t& excess) {
-    const uint64_t wanted = contents_taken_ + present;
-    if (size != present || wanted > object_size()) {
-      const uint64_t beyond = excess_of(size, present);
-      if (beyond != 0 && file_desc->excess_contents + beyond > file_desc->excess_allowance()) return false;
+    const uint64_t beyond = excess_of(size, present);
+    if (beyond != 0) {
+      if (file_desc->excess_contents + beyond > file_desc->excess_allowance()) return false;
       file_desc->excess_contents += beyond;
       excess = beyond;
     }
-    contents_taken_ = wanted;
+    contents_taken_ += present;
     return true;
   }
   void give_back_contents(uint64_t present, uint64_t excess) {
