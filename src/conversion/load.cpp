@@ -170,9 +170,8 @@ bool SectionLoad::locate() {
 bool SectionLoad::read_into_block() {
   const uint64_t size = shdr_.sh_size;
   const bool whole = found_.present == size;
-  MemoryBlock block = whole ? unset_block(size + 1) : zeroed_block(size + 1);
-  if (!block) return false_after(ERR_MEMORY);
-  unsigned char* const bytes = block.get();
+  unsigned char* const bytes = scn_.make_memory(size + 1, whole ? Fill::by_caller : Fill::zeros);
+  if (bytes == nullptr) return false;
   const int64_t got = passed_over_ ? elf_.peek_object(shdr_.sh_offset, bytes, size)
                                    : elf_.read_object(shdr_.sh_offset, bytes, size);
   if (got < 0) return false;
@@ -180,7 +179,7 @@ bool SectionLoad::read_into_block() {
   found_.buf = bytes;
   found_.present = static_cast<uint32_t>(got);
   found_.in_image = false;
-  return scn_.keep_block(std::move(block));
+  return true;
 }
 
 bool SectionLoad::narrow_coff() {
@@ -194,15 +193,13 @@ bool SectionLoad::narrow_coff() {
 // bytes after the last whole record.
 bool SectionLoad::narrow(uint32_t sh_type, uint32_t source_record, uint32_t target_record) {
   const uint32_t count = shdr_.sh_size / source_record;
-  MemoryBlock block = zeroed_block(uint64_t{count} * target_record + 1);
-  if (!block) return false_after(ERR_MEMORY);
-  unsigned char* const bytes = block.get();
+  unsigned char* const bytes = scn_.make_memory(uint64_t{count} * target_record + 1, Fill::zeros);
+  if (bytes == nullptr) return false;
   const uint32_t present_records = (found_.present + source_record - 1) / source_record;
   const uint32_t records = std::min(count, present_records);
   for (uint32_t i = 0; i < records; ++i) {
     std::memcpy(bytes + size_t{i} * target_record, found_.buf + size_t{i} * source_record, target_record);
   }
-  if (!scn_.keep_block(std::move(block))) return false;
   before_ = shdr_;
   shdr_.sh_type = sh_type;
   shdr_.sh_size = count * target_record;

@@ -9,15 +9,21 @@
 
 using namespace ambielf;
 
-bool Elf_Scn::keep_block(MemoryBlock block) {
-  if (!make_contents()) return false;
-  if (contents_->blocks.add(std::move(block))) return true;
-  return false_after(ERR_KEEP_BLOCK);
+unsigned char* Elf_Scn::make_memory(uint64_t size, Fill fill) {
+  if (!contents_) return make_contents(size, fill) ? contents_->bytes() : nullptr;
+  MemoryBlock block = memory_block(size, fill);
+  if (!block) return null_after(ERR_MEMORY);
+  unsigned char* const bytes = block.get();
+  if (!contents_->blocks.add(std::move(block))) return null_after(ERR_KEEP_BLOCK);
+  return bytes;
 }
 
-bool Elf_Scn::make_contents() {
-  if (!contents_) contents_ = make_or_report<SectionContents>(ERR_MEMORY);
-  return contents_ != nullptr;
+bool Elf_Scn::make_contents(uint64_t size, Fill fill) {
+  if (contents_) return true;
+  MemoryBlock block = memory_block(sizeof(SectionContents) + size, fill);
+  if (!block) return false_after(ERR_MEMORY);
+  contents_.reset(new (block.release()) SectionContents);
+  return true;
 }
 
 DataDesc* Elf_Scn::add_block() {

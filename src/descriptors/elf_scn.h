@@ -7,6 +7,8 @@
 
 #include <ambielf/ambielf.h>
 
+#include <cstddef>
+#include <cstdlib>
 #include <memory>
 #include <span>
 
@@ -33,12 +35,24 @@ struct FoundContents {
 
 using DataList = OneOrMany<std::unique_ptr<DataDesc>>;
 
-// The blocks of a section, and their memory, which is released after them.
-struct SectionContents {
-  GarbageCollector blocks;
+// The blocks of a section, and their memory, which is released after them. The first memory that the section needs for
+// contents lies behind this record, in one allocation.
+struct alignas(std::max_align_t) SectionContents {
+  unsigned char* bytes() { return reinterpret_cast<unsigned char*>(this + 1); }
+
+  GarbageCollector blocks;  // what was needed later
   DataList data;
   size_t last_given = 0;  // the block that get_data returned last, so that the next step needs no search
 };
+
+struct DeleteContents {
+  void operator()(SectionContents* contents) const {
+    std::destroy_at(contents);
+    std::free(contents);
+  }
+};
+
+using ContentsOwner = std::unique_ptr<SectionContents, DeleteContents>;
 
 }  // namespace ambielf
 
@@ -98,8 +112,8 @@ struct Elf_Scn {
     return {reinterpret_cast<char*>(found.buf) + offset, found.size - offset};
   }
 
-  // Takes ownership of memory for contents. False after 4 or 74.
-  bool keep_block(ambielf::MemoryBlock block);
+  // Makes memory for contents, which the section owns. Null after 4 or 74.
+  unsigned char* make_memory(uint64_t size, ambielf::Fill fill);
 
   Elf* elf;                         // never changes
   Elf32_Shdr* shdr = nullptr;       // in the Elf's shdrs; null until initialize
@@ -112,10 +126,10 @@ struct Elf_Scn {
  private:
   ambielf::TableString string_in_blocks(uint64_t offset, Answer answer) const;
   bool make_found_block();
-  bool make_contents();
+  bool make_contents(uint64_t size = 0, ambielf::Fill fill = ambielf::Fill::by_caller);
   ambielf::DataDesc* add_block();
 
-  std::unique_ptr<ambielf::SectionContents> contents_;  // null while there are no blocks
+  ambielf::ContentsOwner contents_;  // null while there are no blocks
 };
 
 #endif

@@ -32,9 +32,8 @@ class HeaderTable {
   // Makes room for `count` entries and returns the first, or null if memory is short. The first `present` entries take
   // `stride` bytes each, a multiple of 4 and at least the record's size; the caller fills them. The others are zero.
   unsigned char* reserve(size_t count, size_t present, size_t stride) {
-    const uint64_t size = uint64_t{present} * stride;
-    block_ = present == count ? unset_block(size)
-                              : zeroed_block(size + uint64_t{count - present} * sizeof(Record));
+    const uint64_t size = uint64_t{present} * stride + uint64_t{count - present} * sizeof(Record);
+    block_ = memory_block(size, present == count ? Fill::by_caller : Fill::zeros);
     if (!block_) return nullptr;
     loaded_ = count;
     present_ = present;

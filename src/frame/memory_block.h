@@ -17,18 +17,18 @@ struct FreeBlock {
 
 using MemoryBlock = std::unique_ptr<unsigned char[], FreeBlock>;
 
-// A zeroed block of at least `size` bytes, or null if memory is short, which the caller reports. A size of 0 gives a
-// block too.
-inline MemoryBlock zeroed_block(uint64_t size) {
+enum class Fill { zeros, by_caller };
+
+// A block of at least `size` bytes: zeroed, or for the caller to fill. Null if memory is short, which the caller
+// reports. A size of 0 gives a block too.
+inline MemoryBlock memory_block(uint64_t size, Fill fill) {
   if (size > SIZE_MAX) return nullptr;
-  return MemoryBlock(static_cast<unsigned char*>(std::calloc(size == 0 ? 1 : static_cast<size_t>(size), 1)));
+  const size_t bytes = size == 0 ? 1 : static_cast<size_t>(size);
+  return MemoryBlock(
+      static_cast<unsigned char*>(fill == Fill::zeros ? std::calloc(bytes, 1) : std::malloc(bytes)));
 }
 
-// The same, uninitialised; the caller fills every byte.
-inline MemoryBlock unset_block(uint64_t size) {
-  if (size > SIZE_MAX) return nullptr;
-  return MemoryBlock(static_cast<unsigned char*>(std::malloc(size == 0 ? 1 : static_cast<size_t>(size))));
-}
+inline MemoryBlock zeroed_block(uint64_t size) { return memory_block(size, Fill::zeros); }
 
 }  // namespace ambielf
 
