@@ -1,6 +1,6 @@
 # Fuzzers: each fuzz/<subject>.cpp defines LLVMFuzzerTestOneInput. Any compiler builds fuzz_<subject>_replay, a test
 # that runs it over the committed seeds in fuzz/seeds/<subject> and changes of them. With AMBIELF_FUZZERS clang also
-# builds the fuzzer itself, fuzz_<subject>.
+# builds the fuzzer itself, fuzz_<subject>. An emulator gets fewer changes: it takes ten times as long for each.
 file(GLOB fuzzers CONFIGURE_DEPENDS fuzz/*.cpp)
 # fuzz/flip.cpp is of the command's own converters, which need no parser of arguments.
 file(GLOB flip_sources CONFIGURE_DEPENDS tools/flip/*.cpp)
@@ -9,6 +9,10 @@ add_library(ambielf_flip OBJECT ${flip_sources})
 ambielf_own_target(ambielf_flip)
 target_link_libraries(ambielf_flip PUBLIC ambielf_core)
 target_include_directories(ambielf_flip PUBLIC tools)
+set(replay_options)
+if(CMAKE_CROSSCOMPILING_EMULATOR)
+  set(replay_options --few)
+endif()
 foreach(source IN LISTS fuzzers)
   cmake_path(GET source STEM subject)
   set(name fuzz_${subject})
@@ -20,7 +24,7 @@ foreach(source IN LISTS fuzzers)
   endif()
   target_include_directories(${name}_replay PRIVATE fuzz tests)  # models/ and support/
   target_compile_options(${name}_replay PRIVATE ${ambielf_test_options})
-  add_test(NAME fuzz/${subject} COMMAND ${name}_replay ${PROJECT_SOURCE_DIR}/fuzz/seeds/${subject})
+  add_test(NAME fuzz/${subject} COMMAND ${name}_replay ${replay_options} ${PROJECT_SOURCE_DIR}/fuzz/seeds/${subject})
   if(AMBIELF_FUZZERS)
     add_executable(${name} ${source})
     ambielf_own_target(${name})

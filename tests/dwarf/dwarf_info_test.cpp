@@ -138,8 +138,8 @@ TEST(DwarfUnits, ACutAbbreviationTableConvertsWhatItStillDescribes) {
   }
 }
 
-TEST(DwarfUnits, EntriesMayNestAMillionDeep) {
-  expect_reads(".debug_info", unit(info_header(4) + "1000000*x01 1000000*x00 xff"),
+TEST(DwarfUnits, EntriesMayNestTwoHundredThousandDeep) {
+  expect_reads(".debug_info", unit(info_header(4) + "200000*x01 200000*x00 xff"),
                abbreviation(1, true, "") + "b0");
 }
 
