@@ -55,7 +55,7 @@ bool walk_debug_section(const DebugWalk& walk, const unsigned char* data, uint32
   WalkRecord record;
   RawUnits* const unconverted = walk.written != nullptr ? &record.unconverted : nullptr;
   WalkMemory own_memory;
-  WalkMemory& memory = elf.is_image() ? elf.walk_memory : own_memory;
+  WalkMemory& memory = elf.image ? elf.image->walk_memory : own_memory;
   bool complete;
   if (is_info) {
     const bool use_record = walk.purpose == DebugWalk::Purpose::to_file && before != nullptr;

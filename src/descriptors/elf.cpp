@@ -156,10 +156,10 @@ int64_t Elf::peek_object(uint64_t offset, void* to, uint64_t size) {
   const uint64_t present = present_bytes(offset, size, file_desc->image_size);
   if (present == 0) return 0;
   std::memcpy(to, file_desc->image + offset, static_cast<size_t>(present));
-  // The header in the image has been swapped; image_header_ has its original bytes.
-  if (offset < image_header_.size()) {
-    const uint64_t header_bytes = std::min<uint64_t>(present, image_header_.size() - offset);
-    std::memcpy(to, image_header_.data() + offset, static_cast<size_t>(header_bytes));
+  // The header in the image has been swapped; image->header has its original bytes.
+  if (offset < image->header.size()) {
+    const uint64_t header_bytes = std::min<uint64_t>(present, image->header.size() - offset);
+    std::memcpy(to, image->header.data() + offset, static_cast<size_t>(header_bytes));
   }
   return static_cast<int64_t>(present);
 }

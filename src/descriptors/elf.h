@@ -142,8 +142,9 @@ struct Elf : public ambielf::ByteSwap {
 
   // Whether a section shares bytes of the image with the header or with another section.
   bool shares_bytes(size_t index) {
-    if (!shared_sections_) shared_sections_ = ambielf::sections_sharing_bytes(shdrs, file_desc->image_size);
-    return index < shared_sections_->size() && (*shared_sections_)[index] != 0;
+    std::optional<std::vector<uint8_t>>& shared = image->shared_sections;
+    if (!shared) shared = ambielf::sections_sharing_bytes(shdrs, file_desc->image_size);
+    return index < shared->size() && (*shared)[index] != 0;
   }
 
   ambielf::FileDesc* file_desc;            // a member borrows its archive's
@@ -168,7 +169,14 @@ struct Elf : public ambielf::ByteSwap {
   // incomplete here.
   std::shared_ptr<ambielf::DebugCompanions> debug_companions;
   ambielf::WalkRecords walk_records;
-  ambielf::WalkMemory walk_memory;  // of an image
+
+  // What an object in a memory image needs besides; null for one in a file, of which an archive may have thousands.
+  struct Image {
+    std::array<unsigned char, sizeof(Elf32_Ehdr)> header{};  // as it was before loading
+    std::optional<std::vector<uint8_t>> shared_sections;     // for shares_bytes, computed on first use
+    ambielf::WalkMemory walk_memory;
+  };
+  std::unique_ptr<Image> image;
 
   // Makes `ehdr` a block of 52 zero bytes. False after 4.
   bool make_header_block();
@@ -199,9 +207,6 @@ struct Elf : public ambielf::ByteSwap {
   uint64_t member_size_ = 0;
   uint64_t contents_taken_ = 0;  // bytes that sections have loaded
   ambielf::MemoryBlock ehdr_block_;
-  std::array<unsigned char, sizeof(Elf32_Ehdr)>
-      image_header_{};                                   // the header in the image as it was before loading
-  std::optional<std::vector<uint8_t>> shared_sections_;  // for shares_bytes, computed on first use
 };
 
 #endif

@@ -10,6 +10,7 @@
 #include "descriptors/elf.h"
 #include "frame/checked.h"
 #include "frame/error.h"
+#include "frame/make.h"
 #include "platform/platform.h"
 
 using namespace ambielf;
@@ -63,14 +64,16 @@ bool Elf::leave_position() {
 
 bool Elf::init_ElfHdr() {
   if (is_image()) {
+    image = make_or_report<Image>(ERR_MEMORY);
+    if (!image) return false;
     unsigned char* const base = file_desc->image_base();
-    const uint64_t present = std::min<uint64_t>(file_desc->image_size, image_header_.size());
-    std::memcpy(image_header_.data(), base, static_cast<size_t>(present));
-    if (present == image_header_.size()) {
+    const uint64_t present = std::min<uint64_t>(file_desc->image_size, image->header.size());
+    std::memcpy(image->header.data(), base, static_cast<size_t>(present));
+    if (present == image->header.size()) {
       ehdr = base;
     } else {
       if (!make_header_block()) return false;
-      std::memcpy(ehdr, image_header_.data(), image_header_.size());
+      std::memcpy(ehdr, image->header.data(), image->header.size());
     }
   } else {
     MemoryBlock block = zeroed_block(sizeof(Elf32_Ehdr));
@@ -117,9 +120,9 @@ bool Elf::load_table(HeaderTable<Record>& table, uint32_t offset, uint32_t count
                      uint32_t type) {
   if (count == 0) return true;
   const uint64_t present_size = present_bytes(offset, uint64_t{count} * entry_size, object_size());
-  const size_t present = static_cast<size_t>((present_size + entry_size - 1) / entry_size);
+  const uint32_t present = static_cast<uint32_t>((present_size + entry_size - 1) / entry_size);
   if (!afford_absent(count - present)) return false;
-  const size_t stride = (size_t{entry_size} + 3) / 4 * 4;
+  const uint32_t stride = (entry_size + 3) / 4 * 4;
   unsigned char* const entries = table.reserve(count, present, stride);
   if (entries == nullptr) return false_after(ERR_MEMORY);
   constexpr size_t piece_size = 16384;

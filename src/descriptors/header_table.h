@@ -19,19 +19,19 @@ namespace ambielf {
 template <class Record>
 class HeaderTable {
  public:
-  size_t size() const { return loaded_ + added_; }
+  size_t size() const { return size_t{loaded_} + added_; }
   bool empty() const { return size() == 0; }
 
   // The record at `index`, which is below size().
   Record* operator[](size_t index) const {
     if (index < present_) return reinterpret_cast<Record*>(block_.get() + index * stride_);
     if (index >= loaded_) return &chunks_[(index - loaded_) / chunk_size][(index - loaded_) % chunk_size];
-    return reinterpret_cast<Record*>(block_.get() + present_ * stride_) + (index - present_);
+    return reinterpret_cast<Record*>(block_.get() + size_t{present_} * stride_) + (index - present_);
   }
 
   // Makes room for `count` entries and returns the first, or null if memory is short. The first `present` entries take
   // `stride` bytes each, a multiple of 4 and at least the record's size; the caller fills them. The others are zero.
-  unsigned char* reserve(size_t count, size_t present, size_t stride) {
+  unsigned char* reserve(uint32_t count, uint32_t present, uint32_t stride) {
     const uint64_t size = uint64_t{present} * stride + uint64_t{count - present} * sizeof(Record);
     block_ = memory_block(size, present == count ? Fill::by_caller : Fill::zeros);
     if (!block_) return nullptr;
@@ -59,13 +59,13 @@ class HeaderTable {
 
  private:
   MemoryBlock block_;
-  size_t loaded_ = 0;
-  size_t present_ = 0;
-  size_t stride_ = sizeof(Record);
+  uint32_t loaded_ = 0;
+  uint32_t present_ = 0;
+  uint32_t stride_ = sizeof(Record);
+  uint32_t added_ = 0;
   // The added records, which never move.
   static constexpr size_t chunk_size = 16;
   std::vector<std::unique_ptr<Record[]>> chunks_;
-  size_t added_ = 0;
 };
 
 }  // namespace ambielf
