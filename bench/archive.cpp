@@ -4,8 +4,10 @@
 #include <array>
 #include <cstdlib>
 #include <map>
+#include <numeric>
 #include <random>
 
+#include "floors.h"
 #include "inputs.h"
 #include "platform/platform.h"
 #include "support/archive_builder.h"
@@ -93,6 +95,68 @@ void jump(benchmark::State& state, size_t count) {
   per_item(state, count);
 }
 
+// The bytes that the library holds for each member after a walk.
+size_t memory_of_member(const Built& archive) {
+  const size_t before = heap_in_use();
+  Elf* const elf = begin(archive.file);
+  walk(archive, elf);
+  const size_t held = heap_in_use() - before;
+  elf_end(elf);
+  return held / archive.headers.size();
+}
+
+// The floor of a walk: the same calls on the file, and a block for each member as large as what the library holds.
+void walk_floor(benchmark::State& state, size_t count) {
+  const Built& archive = built(count, 0);
+  const size_t memory_each = memory_of_member(archive);
+  const int file = archive.file.id();
+  Bytes window(size_t{64} << 10);
+  const uint64_t contents = archive.headers.at(1) - archive.headers.at(0) - header_size;
+  const uint64_t table = std::min<uint64_t>(contents, 3 * sizeof(Elf32_Shdr));
+  for (auto _ : state) {
+    FreshMemory memory(count);
+    for (uint64_t at = 8; at < archive.end; at += window.size())
+      platform::read_at(file, at, window.data(), window.size());
+    for (const uint64_t header : archive.headers) {
+      char* const block = memory.fill(memory_each);
+      platform::tell(file);
+      platform::read_at(file, header + header_size, block, sizeof(Elf32_Ehdr));
+      platform::read_at(file, header + header_size + contents - table, block, table);
+      platform::seek(file, header + header_size);
+      platform::seek(file, header);
+    }
+  }
+}
+
+// The floor of jumps: the same two calls on the file, and in random order the touches of an index, a record and a
+// descriptor, which are as large as what the library holds.
+void jump_floor(benchmark::State& state, size_t count) {
+  const Built& archive = built(count, 0);
+  const size_t memory_each = memory_of_member(archive);
+  std::vector<size_t> order(count);
+  std::iota(order.begin(), order.end(), size_t{0});
+  FreshMemory memory(count);
+  struct Record {
+    char other[88];
+    char* descriptor;
+  };
+  std::vector<Record> records(count);
+  for (Record& record : records) record.descriptor = memory.fill(memory_each - sizeof(Record));
+  std::vector<uint32_t> index(count);
+  std::iota(index.begin(), index.end(), 0U);
+  std::shuffle(order.begin(), order.end(), std::mt19937(1));
+  for (auto _ : state) {
+    for (const size_t member : order) {
+      platform::seek(archive.file.id(), archive.headers[member]);
+      platform::tell(archive.file.id());
+      char* const descriptor = records[index[member]].descriptor;
+      ++descriptor[0];
+      benchmark::ClobberMemory();
+      --descriptor[0];
+    }
+  }
+}
+
 const bool added = [] {
   for (const size_t contents : {0, 1'500, 5'000}) {
     const std::string suffix = "100000/" + std::to_string(contents);
@@ -118,8 +182,10 @@ const bool added = [] {
       }
       per_item(state, count);
     });
+    add("archive/walk_floor" + suffix, [=](benchmark::State& state) { walk_floor(state, count); });
     add("archive/step" + suffix, [=](benchmark::State& state) { step(state, count); });
     add("archive/jump" + suffix, [=](benchmark::State& state) { jump(state, count); });
+    add("archive/jump_floor" + suffix, [=](benchmark::State& state) { jump_floor(state, count); });
   }
   return true;
 }();

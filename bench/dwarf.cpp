@@ -4,6 +4,7 @@
 #include <map>
 
 #include "debug_input.h"
+#include "floors.h"
 #include "support/dwarf_encoder.h"
 #include "support/twin_sources.h"
 #include "support/twins.h"
@@ -120,6 +121,15 @@ Debug many_units(size_t count) {
   return {abbrev.done(), info.done()};
 }
 
+// The floor of growth: each byte of both sections is read, and each byte of the units changed.
+void touch(benchmark::State& state, Debug debug) {
+  for (auto _ : state) {
+    read_all(debug.abbrev);
+    read_all(debug.section);
+    pass_over(debug.section);
+  }
+}
+
 const bool added = [] {
   add("dwarf/memcpy", [](benchmark::State& state) {
     const Bytes from(wanted_size, 1);
@@ -138,6 +148,10 @@ const bool added = [] {
         [=](benchmark::State& state) { load(state, ".debug_info", many_abbreviations(count)); });
     add("dwarf/units/" + std::to_string(count),
         [=](benchmark::State& state) { load(state, ".debug_info", many_units(count)); });
+    add("dwarf/abbreviations_floor/" + std::to_string(count),
+        [=](benchmark::State& state) { touch(state, many_abbreviations(count)); });
+    add("dwarf/units_floor/" + std::to_string(count),
+        [=](benchmark::State& state) { touch(state, many_units(count)); });
   }
   return true;
 }();

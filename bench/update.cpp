@@ -6,8 +6,10 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstring>
 #include <map>
 
+#include "floors.h"
 #include "inputs.h"
 #include "platform/platform.h"
 
@@ -114,6 +116,64 @@ void copy_old(benchmark::State& state, size_t count, size_t size) {
   for (auto _ : state) copy(file, to);
 }
 
+// The floor of writing many sections: fills a block for each that is as large as what the library holds, reads them once
+// as a layout does, gathers contents and headers in a buffer and writes that.
+void write_sections_floor(benchmark::State& state, size_t count, size_t size) {
+  const size_t before = heap_in_use();
+  const TempFile unused;
+  Elf* const elf = make(unused, ByteOrder::big, count, size);
+  const size_t record = (heap_in_use() - before) / count;
+  elf_end(elf);
+  demand(record >= sizeof(Elf32_Shdr), "memory of sections");
+  write_files(state, [&](const TempFile& file) {
+    FreshMemory memory(count + 1);
+    std::vector<const char*> records;
+    records.reserve(count);
+    for (size_t i = 0; i < count; ++i) records.push_back(memory.fill(record));
+    for (const char* const bytes : records) read_all({reinterpret_cast<const unsigned char*>(bytes), record});
+    char* const buffer = memory.take(buffer_size);
+    size_t used = 0;
+    const auto put = [&](const void* bytes, size_t bytes_size) {
+      if (used + bytes_size > buffer_size) {
+        platform::write(file.id(), buffer, used);
+        used = 0;
+      }
+      std::memcpy(buffer + used, bytes, bytes_size);
+      used += bytes_size;
+    };
+    for (const char* const bytes : records) {
+      benchmark::DoNotOptimize(bytes[record / 2]);
+      put(contents().data(), size);
+    }
+    for (const char* const bytes : records) put(bytes, sizeof(Elf32_Shdr));
+    platform::write(file.id(), buffer, used);
+  });
+}
+
+// The floor of rewriting: reads the headers and goes over them twice, and copies the file in place through a window and a
+// buffer.
+void rewrite_floor(benchmark::State& state, size_t count, size_t size) {
+  const TempFile& file = old_file(count, size);
+  const uint64_t file_size = file.contents().size();
+  const uint64_t headers_size = (count + 2) * sizeof(Elf32_Shdr);
+  for (auto _ : state) {
+    FreshMemory memory(3);
+    unsigned char* const headers = reinterpret_cast<unsigned char*>(memory.take(headers_size));
+    platform::read_at(file.id(), file_size - headers_size, headers, headers_size);
+    pass_over({headers, headers_size});
+    pass_over({headers, headers_size});
+    char* const window = memory.take(buffer_size);
+    char* const buffer = memory.take(buffer_size);
+    file.seek(0);
+    for (uint64_t at = 0; at < file_size; at += buffer_size) {
+      const int64_t got = platform::read_at(file.id(), at, window, buffer_size);
+      demand(got > 0, "read");
+      std::memcpy(buffer, window, static_cast<size_t>(got));
+      platform::write(file.id(), buffer, static_cast<uint64_t>(got));
+    }
+  }
+}
+
 // The processor time of cp.
 void run_cp(benchmark::State& state, size_t count, size_t size) {
   const TempFile& file = old_file(count, size);
@@ -155,6 +215,10 @@ const bool added = [] {
     add("update/sections/" + std::to_string(count), [=](benchmark::State& state) {
       write_files(state, [=](const TempFile& file) { write_and_end(make(file, ByteOrder::big, count, 16)); });
     });
+    add("update/sections_floor/" + std::to_string(count),
+        [=](benchmark::State& state) { write_sections_floor(state, count, 16); });
+    add("update/rewrite_floor/" + std::to_string(count),
+        [=](benchmark::State& state) { rewrite_floor(state, count, 16); });
   }
   return true;
 }();
