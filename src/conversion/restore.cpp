@@ -26,10 +26,17 @@ void restoreToFileOrder(Elf_Scn& scn, SectionKind kind) {
 
 // .debug_abbrev goes last, because a file may give it a type whose records are swapped, and .debug_info needs it.
 void restore_sections(Elf& elf) {
+  // Nothing is loaded during the teardown, so one lookup of the name table does for all sections.
+  const size_t table = elf.name_table();
+  const Elf_Scn* const names = table == SHN_UNDEF ? nullptr : elf.loaded_scn(table);
+  const auto kind_now = [names](const Elf_Scn& scn) {
+    if (names == nullptr || names == &scn) return SectionKind::plain;
+    return kind_of(names->string_at(scn.shdr->sh_name));
+  };
   Elf_Scn* last = nullptr;
   elf.scns.for_each([&](Elf_Scn& scn) {
     if (!scn.found.in_image || !swap_is_due(scn)) return;
-    const SectionKind kind = elf.section_kind(scn.index);
+    const SectionKind kind = kind_now(scn);
     if (last == nullptr && kind == SectionKind::debug_abbrev) {
       last = &scn;
     } else {
