@@ -1,14 +1,10 @@
 // Creating, writing and rewriting objects, compared with programs that only move the same bytes through a buffer of the
 // same size.
-#include <spawn.h>
-#include <sys/resource.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
 #include <array>
 #include <cstring>
 #include <map>
 
+#include "child.h"
 #include "floors.h"
 #include "inputs.h"
 #include "platform/platform.h"
@@ -174,27 +170,12 @@ void rewrite_floor(benchmark::State& state, size_t count, size_t size) {
   }
 }
 
-// The processor time of cp.
 void run_cp(benchmark::State& state, size_t count, size_t size) {
   const TempFile& file = old_file(count, size);
   const TempFile to;
-  const auto used = [] {
-    rusage usage;
-    getrusage(RUSAGE_CHILDREN, &usage);
-    return static_cast<double>(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
-           static_cast<double>(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) * 1e-6;
-  };
-  std::string cp = "cp";
-  std::string from = file.path();
-  std::string into = to.path();
-  char* const arguments[] = {cp.data(), from.data(), into.data(), nullptr};
-  const double before = used();
-  for (auto _ : state) {
-    pid_t child = -1;
-    demand(posix_spawnp(&child, "cp", nullptr, nullptr, arguments, environ) == 0, "cp");
-    waitpid(child, nullptr, 0);
-  }
-  state.counters["of_child"] = (used() - before) / static_cast<double>(state.iterations());
+  double of_child = 0;
+  for (auto _ : state) of_child += seconds_of_child({"cp", file.path(), to.path()});
+  state.counters["of_child"] = of_child / static_cast<double>(state.iterations());
 }
 
 const bool added = [] {

@@ -19,6 +19,11 @@ if(IS_DIRECTORY /dev/shm)
 else()
   target_compile_definitions(ambielf_bench PRIVATE AMBIELF_TEST_SCRATCH="${PROJECT_BINARY_DIR}/scratch")
 endif()
+# The command is compared with programs of binutils.
+if(TARGET ambielf_tool)
+  target_compile_definitions(ambielf_bench PRIVATE AMBIELF_BENCH_TOOL="$<TARGET_FILE:ambielf_tool>")
+  add_dependencies(ambielf_bench ambielf_tool)
+endif()
 
 find_package(LLVM 14 CONFIG QUIET)
 if(LLVM_FOUND AND TARGET LLVM)
