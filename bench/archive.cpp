@@ -158,7 +158,7 @@ void jump_floor(benchmark::State& state, size_t count) {
 }
 
 const bool added = [] {
-  for (const size_t contents : {0, 1'500, 5'000}) {
+  for (const size_t contents : std::initializer_list<size_t>{0, 1'500, 5'000}) {
     const std::string suffix = "100000/" + std::to_string(contents);
     add("archive/open/" + suffix, [=](benchmark::State& state) {
       const Built& archive = built(100'000, contents);
@@ -171,7 +171,7 @@ const bool added = [] {
       per_item(state, 100'000);
     });
   }
-  for (const size_t count : {1'000, 10'000, 100'000}) {
+  for (const size_t count : std::initializer_list<size_t>{1'000, 10'000, 100'000}) {
     const std::string suffix = "/" + std::to_string(count);
     add("archive/walk" + suffix, [=](benchmark::State& state) {
       const Built& archive = built(count, 0);

@@ -143,7 +143,7 @@ const bool added = [] {
   for (const char* const name : {".debug_info", ".debug_line"}) {
     add(std::string("dwarf/") + (name + 7), [=](benchmark::State& state) { load_compiled(state, name); });
   }
-  for (const size_t count : {1'000, 10'000, 100'000}) {
+  for (const size_t count : std::initializer_list<size_t>{1'000, 10'000, 100'000}) {
     add("dwarf/abbreviations/" + std::to_string(count),
         [=](benchmark::State& state) { load(state, ".debug_info", many_abbreviations(count)); });
     add("dwarf/units/" + std::to_string(count),

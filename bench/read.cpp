@@ -205,20 +205,20 @@ void read_symbols(benchmark::State& state, size_t count) {
 
 const bool added = [] {
   for (const ByteOrder order : both_orders) {
-    for (const size_t count : {600, 6'000, 60'000}) {
+    for (const size_t count : std::initializer_list<size_t>{600, 6'000, 60'000}) {
       add_walks("sections", many_sections, walk_sections, order, count);
     }
-    for (const size_t count : {10'000, 100'000, 1'000'000}) {
+    for (const size_t count : std::initializer_list<size_t>{10'000, 100'000, 1'000'000}) {
       add_walks("symbols", many_symbols, walk_symbols, order, count);
     }
   }
-  for (const size_t count : {600, 6'000, 60'000}) {
+  for (const size_t count : std::initializer_list<size_t>{600, 6'000, 60'000}) {
     add("sections/touch/" + std::to_string(count),
         [=](benchmark::State& state) { touch_sections(state, count); });
     add("sections/read/" + std::to_string(count),
         [=](benchmark::State& state) { read_sections(state, count); });
   }
-  for (const size_t count : {10'000, 100'000, 1'000'000}) {
+  for (const size_t count : std::initializer_list<size_t>{10'000, 100'000, 1'000'000}) {
     const std::string suffix = std::to_string(count);
     add("symbols/passes/" + suffix, [=](benchmark::State& state) { pass_twice(state, count); });
     add("symbols/touch/" + suffix, [=](benchmark::State& state) { touch_and_pass(state, count); });

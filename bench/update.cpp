@@ -190,7 +190,7 @@ const bool added = [] {
     add("update/cp/" + name, [=](benchmark::State& state) { run_cp(state, count, size); });
   };
   add_rewriting("256MiB", sections, section_size);
-  for (const size_t count : {600, 6'000, 60'000}) {
+  for (const size_t count : std::initializer_list<size_t>{600, 6'000, 60'000}) {
     add_rewriting(std::to_string(count), count, 16);
     add_rewriting(std::to_string(count) + "_with_gaps", count, 13);
     add("update/sections/" + std::to_string(count), [=](benchmark::State& state) {
