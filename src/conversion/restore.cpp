@@ -6,20 +6,21 @@
 namespace ambielf {
 namespace {
 
-void restoreToFileOrder(Elf_Scn& scn, SectionKind kind) {
+// For relocations of line numbers the load has decided by name, whatever the section's type. Rescaling cannot be
+// undone, but the byte order is restored.
+uint32_t type_now(const Elf_Scn& scn) {
+  return is_line_relocation(scn.found.type) ? uint32_t{ELF_T_RELA} : data_type_of_section(scn.shdr->sh_type);
+}
+
+void restoreToFileOrder(Elf_Scn& scn) {
   const FoundContents& found = scn.found;
-  // For relocations of line numbers the load has decided by name, whatever the section's type. Rescaling cannot be
-  // undone, but the byte order is restored.
-  const uint32_t type =
-      is_line_relocation(found.type) ? uint32_t{ELF_T_RELA} : data_type_of_section(scn.shdr->sh_type);
-  if (type == ELF_T_NONE || !conversion_is_due(scn, type, kind)) return;
   CharDestBuffer in_place(found.buf);
   // The way back must not need memory, so a block that was never made is described by a local one.
   DataDesc unmade(&scn);
   DataDesc* const made = scn.first_data();
   DataDesc& block = made != nullptr ? *made : unmade;
   scn.describe_found(block);
-  convert(block, found.buf, in_place, type);
+  convert(block, found.buf, in_place, type_now(scn));
 }
 
 }  // namespace
@@ -36,14 +37,16 @@ void restore_sections(Elf& elf) {
   Elf_Scn* last = nullptr;
   elf.scns.for_each([&](Elf_Scn& scn) {
     if (!scn.found.in_image || !swap_is_due(scn)) return;
+    const uint32_t type = type_now(scn);
     const SectionKind kind = kind_now(scn);
+    if (type == ELF_T_NONE || !conversion_is_due(scn, type, kind)) return;
     if (last == nullptr && kind == SectionKind::debug_abbrev) {
       last = &scn;
     } else {
-      restoreToFileOrder(scn, kind);
+      restoreToFileOrder(scn);
     }
   });
-  if (last != nullptr) restoreToFileOrder(*last, SectionKind::debug_abbrev);
+  if (last != nullptr) restoreToFileOrder(*last);
 }
 
 }  // namespace ambielf
