@@ -43,8 +43,7 @@ SectionKind peek_kind(Elf& elf, const Elf_Scn& scn) {
 
 // Whether a write has to convert a block of the section.
 bool is_converted(Elf& elf, const Elf_Scn& scn) {
-  if (!scn.has_data() || !has_file_contents(*scn.shdr)) return false;
-  if (!swap_is_due(scn)) return false;
+  if (!swap_is_due(scn) || !scn.has_data() || !has_file_contents(*scn.shdr)) return false;
   const bool walked = scn.index != elf.name_table() && is_walked(peek_kind(elf, scn));
   const FoundContents& found = scn.found;
   if (scn.data().empty())

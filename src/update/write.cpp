@@ -160,7 +160,7 @@ void commit(Elf& elf, const NewOffsets& new_offsets) {
     Elf_Scn* const scn = elf.loaded_scn(index);
     if (scn == nullptr) {
       elf.shdrs[index]->sh_offset = new_offsets[index];
-    } else if (!scn->data().empty() && has_file_contents(*scn->shdr)) {
+    } else if (scn->dirty && !scn->data().empty() && has_file_contents(*scn->shdr)) {
       scn->dirty = false;
     }
   }
