@@ -52,6 +52,7 @@ if(CMAKE_CROSSCOMPILING_EMULATOR AND NOT WIN32)
   string(APPEND emulator " ")
 endif()
 target_compile_definitions(ambielf_test_support INTERFACE
+  _FILE_OFFSET_BITS=64  # as the library has it: what stands in front of the system's calls needs their names
   AMBIELF_TEST_EMULATOR="${emulator}"
   AMBIELF_TEST_DATA="${PROJECT_SOURCE_DIR}/tests/data" AMBIELF_TEST_SCRATCH="${PROJECT_BINARY_DIR}/scratch"
   AMBIELF_EXAMPLES_DIR="${PROJECT_BINARY_DIR}/examples"

@@ -1,8 +1,6 @@
 // What the operating system can do to the library: every call that it makes fails once, or for ever, with
 // each error that matters, or moves less than it was asked for. The answer is a code of the call's kind and the
 // failure value; interruptions and short counts do not show at all. POSIX only, for the names of the calls.
-#define _FILE_OFFSET_BITS 64
-
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
