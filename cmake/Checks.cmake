@@ -18,6 +18,7 @@ if(AMBIELF_SHARED)
   add_test(NAME check/exports COMMAND ${scripts}/check-exports $<TARGET_FILE:ambielf> AMBIELF_${AMBIELF_ABI})
   add_test(NAME check/two_versions COMMAND ${scripts}/test-two-versions ${PROJECT_BINARY_DIR})
   add_test(NAME check/install COMMAND ${scripts}/test-install ${PROJECT_BINARY_DIR})
+  set_tests_properties(check/install PROPERTIES COST 100)  # the longest starts first
 endif()
 if(MANDOC AND AWK)
   add_test(NAME check/man COMMAND ${scripts}/check-man ${PROJECT_BINARY_DIR})

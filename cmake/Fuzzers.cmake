@@ -1,6 +1,7 @@
 # Fuzzers: each fuzz/<subject>.cpp defines LLVMFuzzerTestOneInput. Any compiler builds fuzz_<subject>_replay, a test
 # that runs it over the committed seeds in fuzz/seeds/<subject> and changes of them. With AMBIELF_FUZZERS clang also
-# builds the fuzzer itself, fuzz_<subject>. An emulator gets fewer changes: it takes ten times as long for each.
+# builds the fuzzer itself, fuzz_<subject>. An emulator, which takes ten times as long, gets fewer
+# changes, and so do builds with fuzzers, which make their own.
 file(GLOB fuzzers CONFIGURE_DEPENDS fuzz/*.cpp)
 # fuzz/flip.cpp is of the command's own converters, which need no parser of arguments.
 file(GLOB flip_sources CONFIGURE_DEPENDS tools/flip/*.cpp)
@@ -10,7 +11,7 @@ ambielf_own_target(ambielf_flip)
 target_link_libraries(ambielf_flip PUBLIC ambielf_core)
 target_include_directories(ambielf_flip PUBLIC tools)
 set(replay_options)
-if(CMAKE_CROSSCOMPILING_EMULATOR)
+if(CMAKE_CROSSCOMPILING_EMULATOR OR AMBIELF_FUZZERS)
   set(replay_options --few)
 endif()
 foreach(source IN LISTS fuzzers)

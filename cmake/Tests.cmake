@@ -101,4 +101,5 @@ foreach(folder IN LISTS folders)
 endforeach()
 if(TARGET tools_tests)
   add_dependencies(tools_tests ambielf_tool)
+  set_tests_properties(tools PROPERTIES COST 10)  # the longest starts first
 endif()

@@ -110,14 +110,16 @@ TEST_P(Sections, BytesThatAreMissingAreZeros) {
 }
 
 TEST_P(Sections, ThatClaimFourGigabytesCostAddressSpaceAtMost) {
-  for (const uint32_t type : std::initializer_list<uint32_t>{SHT_PROGBITS, SHT_SYMTAB, SHT_HASH, SHT_RELA}) {
-    for (const uint32_t offset : {0x40u, 0x10000u, 0xFFFFFFF0u}) {
-      Input in = open(builder().section("claim", type, "", {.offset = offset, .size = 0xFFFFFFFF}).build());
-      const Elf_Data* const data = in.data(1);
-      EXPECT_EQ(elf_errno(), data == nullptr ? 4 : 0);
-      EXPECT_TRUE(data == nullptr || data->d_size == 0xFFFFFFFF);
-      EXPECT_TRUE(in.ends_restored());
-    }
+  struct Row {
+    uint32_t type, offset;
+  };
+  for (const auto& [type, offset] : std::initializer_list<Row>{
+           {SHT_PROGBITS, 0x10000}, {SHT_SYMTAB, 0x40}, {SHT_HASH, 0xFFFFFFF0}, {SHT_RELA, 0x40}}) {
+    Input in = open(builder().section("claim", type, "", {.offset = offset, .size = 0xFFFFFFFF}).build());
+    const Elf_Data* const data = in.data(1);
+    EXPECT_EQ(elf_errno(), data == nullptr ? 4 : 0);
+    EXPECT_TRUE(data == nullptr || data->d_size == 0xFFFFFFFF);
+    EXPECT_TRUE(in.ends_restored());
   }
 }
 
