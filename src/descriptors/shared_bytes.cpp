@@ -22,9 +22,11 @@ class Sweep {
 
   // False if the extent starts before the last one.
   bool take(const Extent& extent) {
-    if (extent.start < last_.start) return false;
-    if (extent.start < furthest_) shared_[extent.section] = 1;
-    if (extent.start < last_.end) shared_[last_.section] = 1;
+    if (extent.start < furthest_) {
+      if (extent.start < last_.start) return false;
+      shared_[extent.section] = 1;
+      if (extent.start < last_.end) shared_[last_.section] = 1;
+    }
     furthest_ = std::max(furthest_, extent.end);
     last_ = extent;
     return true;
