@@ -97,13 +97,11 @@ class ArchiveCheck {
         std::min<uint64_t>(static_cast<uint64_t>(std::max<int64_t>(member.size, 0)), bytes_.size() - place));
     if (size < EI_NIDENT) return true;
     const auto start = bytes_.begin() + static_cast<long>(place);
+    const std::string magic(start, start + 8);
+    if (magic == "!<elfa>\n" || magic == "!<sola>\n") return elf32_getehdr(elf) == nullptr;  // no object
     file.set(Bytes(start, start + static_cast<long>(size)));
     Elf* const alone = elf_begin(file.id(), ELF_C_READ, nullptr);
     if (alone == nullptr) return elf_errno() == refusal;
-    if (elf_kind(alone) == ELF_K_AR) {
-      elf_end(alone);
-      return elf32_getehdr(elf) == nullptr;
-    }
     const bool same = Describe(elf, size).all() == Describe(alone, size).all();
     elf_end(alone);
     return same;
