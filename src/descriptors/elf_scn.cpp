@@ -20,7 +20,7 @@ unsigned char* Elf_Scn::make_memory(uint64_t size, Fill fill) {
 
 bool Elf_Scn::make_contents(uint64_t size, Fill fill) {
   if (contents_) return true;
-  MemoryBlock block = memory_block(sizeof(SectionContents) + size, fill);
+  MemoryBlock block = memory_block(SectionContents::room() + size, fill);
   if (!block) return false_after(ERR_MEMORY);
   contents_.reset(new (block.release()) SectionContents);
   return true;

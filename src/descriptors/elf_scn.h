@@ -37,8 +37,10 @@ using DataList = OneOrMany<std::unique_ptr<DataDesc>>;
 
 // The blocks of a section, and their memory, which is released after them. The first memory that the section needs for
 // contents lies behind this record, in one allocation.
-struct alignas(std::max_align_t) SectionContents {
-  unsigned char* bytes() { return reinterpret_cast<unsigned char*>(this + 1); }
+struct SectionContents {
+  // What the record takes of the allocation; the memory behind it is as aligned as the allocation.
+  static constexpr size_t room() { return (sizeof(SectionContents) + 15) / 16 * 16; }
+  unsigned char* bytes() { return reinterpret_cast<unsigned char*>(this) + room(); }
 
   GarbageCollector blocks;  // what was needed later
   DataList data;
