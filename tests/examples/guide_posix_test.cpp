@@ -18,7 +18,7 @@ struct GuidePosix : testing::Test {
 TEST_F(GuidePosix, DebugInfoFindsTheUnitsThatAnotherReaderFinds) {
   for (const char* triple : {"powerpc-linux-gnu", "powerpcle-linux-gnu"}) {
     const Bytes object = compile_twin(triple, Language::c, "-gdwarf-4", "int twice(int x) { return 2 * x; }");
-    write_file("object.o", {object.begin(), object.end()});
+    write_file("object.o", object);
     const std::string dump = output_of("llvm-dwarfdump --debug-info object.o");
     const size_t length_at = dump.find("length = 0x");
     ASSERT_NE(length_at, std::string::npos);
@@ -68,7 +68,7 @@ TEST_F(GuidePosix, DropDebugKeepsAllButTheContentsOfDebugSections) {
   for (const char* triple : {"powerpc-linux-gnu", "powerpcle-linux-gnu"}) {
     const Bytes object =
         compile_twin(triple, Language::c, "-g", "static int zeros[9]; int at(int x) { return zeros[x]; }");
-    write_file("object.o", {object.begin(), object.end()});
+    write_file("object.o", object);
     const std::string sizes = output_of("llvm-size object.o");
     const std::string code = output_of("llvm-objdump -dr object.o");
     EXPECT_EQ(run_example("guide/drop_debug", "object.o").status, 0);

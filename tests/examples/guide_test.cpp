@@ -138,7 +138,7 @@ TEST_F(Guide, ArchiveListsMembersAndFindsTheDefinerOfASymbol) {
       builder.member(greeting(member), text_bytes(file_bytes(AMBIELF_TEST_DATA "/" + greeting(member))));
     }
     const Archive archive = builder.symbols({{"nothing", 1}, {"greeting", 2}}).build();
-    write_file("both.a", {archive.bytes.begin(), archive.bytes.end()});
+    write_file("both.a", archive.bytes);
     EXPECT_EQ(output_of_program("archive", "both.a greeting"),
               "text, 9 bytes at " + std::to_string(archive.contents[0]) + "\ngreeting.big.o, 1668 bytes at " +
                   std::to_string(archive.contents[1]) + "\ngreeting.little.o, 1668 bytes at " +
@@ -165,7 +165,7 @@ TEST_F(Guide, BothLanguagesShowSectionsThatCannotBeLoaded) {
                               .section(".text", SHT_PROGBITS, "abcd")
                               .section(".attributes", 0x70000003, "Aeabi")
                               .build();
-    write_file("x.o", {object.bytes.begin(), object.bytes.end()});
+    write_file("x.o", object.bytes);
     for (const char* program : {"raw_sections", "raw_contents"}) {
       EXPECT_EQ(output_of_program(program, "x.o"),
                 " 2 .attributes type 0x70000003, 5 bytes: 41 65 61 62 69\n");
@@ -190,7 +190,7 @@ TEST_F(Guide, IndexesFindSymbolsInObjectsAndArchives) {
   builder.member("one.o", text_bytes(object)).member("two.o", text_bytes(object));
   const Archive archive = builder.symbols({{"first", 0}, {"second", 1}, {"third", 1}}).build();
   std::filesystem::create_directory("tree");
-  write_file("tree/both.a", {archive.bytes.begin(), archive.bytes.end()});
+  write_file("tree/both.a", archive.bytes);
   write_file("tree/text", "This is no object.");
   EXPECT_EQ(output_of_program("index", "tree/both.a"),
             "first tree/both.a(one.o)\nsecond tree/both.a(two.o)\nthird tree/both.a(two.o)\n");
@@ -214,7 +214,7 @@ TEST_F(Guide, SizesCountsEveryAllocatedSectionOfEachMember) {
     object.section(".bss", SHT_NOBITS, "", data);
     data.size.reset();
     const Archive archive = ArchiveBuilder(order).member("one.o", object.build().bytes).build();
-    write_file("sizes.a", {archive.bytes.begin(), archive.bytes.end()});
+    write_file("sizes.a", archive.bytes);
     EXPECT_EQ(output_of_program("sizes", "sizes.a"), "      6       3     100 one.o\n");
   }
 }

@@ -9,6 +9,8 @@
 #include <iterator>
 #include <string>
 
+#include "support/bytes.h"
+
 namespace ambielf::test {
 
 class ScratchDirectory {
@@ -38,6 +40,9 @@ class ScratchDirectory {
 
 inline void write_file(const std::string& name, const std::string& bytes) {
   std::ofstream(name, std::ios::binary) << bytes;
+}
+inline void write_file(const std::string& name, const Bytes& bytes) {
+  write_file(name, std::string(bytes.begin(), bytes.end()));
 }
 
 inline std::string file_bytes(const std::string& name) {

@@ -11,8 +11,6 @@
 namespace ambielf::test {
 namespace {
 
-std::string text_of(const Bytes& bytes) { return {bytes.begin(), bytes.end()}; }
-
 // One symbol of each kind that counts, and of each that doesn't. Its attributes have a type that is never loaded.
 Bytes object_that_defines(ByteOrder order, const std::string& name, uint16_t machine) {
   const auto info = [](int binding, int type) { return static_cast<uint8_t>(ELF32_ST_INFO(binding, type)); };
@@ -74,8 +72,8 @@ TEST_F(ToolArchive, WritesWhatTheTestsOwnBuilderWrites) {
   little[EI_DATA] = ELFDATANONE;  // stays as it is
   little.push_back('x');          // an odd size
   std::filesystem::create_directory("below");
-  write_file("below/big.o", text_of(big));
-  write_file("little.o", text_of(little));
+  write_file("below/big.o", big);
+  write_file("little.o", little);
   for (const ByteOrder order : both_orders) {
     const bool big_first = order == ByteOrder::big;
     const Ending run = run_tool(big_first ? "archive built.a below/big.o little.o little.o"
@@ -93,12 +91,11 @@ TEST_F(ToolArchive, WritesWhatTheTestsOwnBuilderWrites) {
         listed += std::string(is_big ? "big.o " : "little.o ") + name + "\n";
       }
     }
-    std::string built = file_bytes("built.a");
+    Bytes built = text_bytes(file_bytes("built.a"));
     const Bytes expected = builder.symbols(symbols).build().bytes;
     ASSERT_EQ(built.size(), expected.size());
-    built.replace(
-        36, 8, text_of({expected.begin() + 36, expected.begin() + 44}));  // the table's own mode is nobody's
-    EXPECT_EQ(built, text_of(expected));
+    std::copy_n(&expected[36], 8, &built[36]);  // the table's own mode is nobody's
+    EXPECT_EQ(built, expected);
     EXPECT_EQ(run_tool("archive-symbols built.a").output, listed);
     EXPECT_EQ(run_tool("members built.a").output,
               big_first ? "big.o\nlittle.o\nlittle.o\n" : "little.o\nbig.o\nlittle.o\n");
@@ -106,10 +103,10 @@ TEST_F(ToolArchive, WritesWhatTheTestsOwnBuilderWrites) {
 }
 
 TEST_F(ToolArchive, RefusesWhatIsNoObjectAndLeavesTheOldArchive) {
-  write_file("good.o", text_of(object_that_defines(ByteOrder::big, "s", EM_PPC)));
+  write_file("good.o", object_that_defines(ByteOrder::big, "s", EM_PPC));
   Bytes wide = object_that_defines(ByteOrder::little, "s", EM_X86_64);
   wide[EI_CLASS] = ELFCLASS64;
-  write_file("wide.o", text_of(wide));
+  write_file("wide.o", wide);
   write_file("notes.txt", "no object");
   write_file("old.a", "old");
   const std::vector<std::string> before = files_below(".");
@@ -181,14 +178,9 @@ TEST_F(ToolArchive, ExtractsToPlainNamesInTheFolderOnly) {
             (std::vector<std::string>{"./in", "./in/hostile.a", "./in/out", "./in/out/good.o"}));
 
   // The library's format ends a name at the first "/".
-  write_file("in/own.a", text_of(ArchiveBuilder()
-                                     .member("..", "dots")
-                                     .member("a.o", "1")
-                                     .member("a.o", "2")
-                                     .member("a.o.2", "own")
-                                     .member("a.o", "3")
-                                     .build()
-                                     .bytes));
+  ArchiveBuilder own;
+  own.member("..", "dots").member("a.o", "1").member("a.o", "2").member("a.o.2", "own").member("a.o", "3");
+  write_file("in/own.a", own.build().bytes);
   run = run_tool("extract -C in/out in/own.a");
   EXPECT_EQ(run.status, 1) << run.errors;
   EXPECT_EQ(file_bytes("in/out/a.o") + file_bytes("in/out/a.o.2") + file_bytes("in/out/a.o.3") +
@@ -213,7 +205,7 @@ TEST_F(ToolArchive, WritesThroughNoSymbolicLink) {
   write_file("victim", "as it was");
   std::filesystem::create_directory("out");
   std::filesystem::create_symlink("../victim", "out/a.o");
-  write_file("a.a", text_of(ArchiveBuilder().member("a.o", "new").build().bytes));
+  write_file("a.a", ArchiveBuilder().member("a.o", "new").build().bytes);
   EXPECT_EQ(run_tool("extract -C out a.a").status, 1);
   EXPECT_EQ(file_bytes("victim"), "as it was");
 }

@@ -27,7 +27,7 @@ TEST(ListPosix, PrintsTheLinesOfAnotherReader) {
   };
   for (const char* triple : triples) {
     const Bytes object = compile_twin(triple, Language::c, "-O1 -g -ffunction-sections", source);
-    write_file("object.o", {object.begin(), object.end()});
+    write_file("object.o", object);
     for (const char* const part : {"-S", "-s", "-r"}) {
       const std::string expected = lines("readelf -W " + std::string(part) + " object.o");
       EXPECT_FALSE(expected.empty());

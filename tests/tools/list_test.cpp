@@ -9,16 +9,9 @@
 namespace ambielf::test {
 namespace {
 
-class List : public testing::Test {
- protected:
-  static void write(const std::string& name, const Bytes& bytes) {
-    write_file(name, std::string(bytes.begin(), bytes.end()));
-  }
-
-  ScratchDirectory scratch_;
+struct List : testing::Test {
+  ScratchDirectory scratch;
 };
-
-constexpr ByteOrder orders[] = {ByteOrder::little, ByteOrder::big};
 
 // 1 .text, 2 .data, 3 .bss, 4 a type of ARM's, 5 one of nobody's, 6 .symtab, 7 .strtab, 8 .rel.text, 9 .note
 Object sample(ByteOrder order) {
@@ -45,8 +38,8 @@ Object sample(ByteOrder order) {
 }
 
 TEST_F(List, ShowsEverythingOfBothOrdersOnLinesOfItsOwn) {
-  for (const ByteOrder order : orders) {
-    write("object.o", sample(order).bytes);
+  for (const ByteOrder order : both_orders) {
+    write_file("object.o", sample(order).bytes);
     const Ending run = run_tool("list object.o");
     EXPECT_EQ(std::pair(run.status, run.errors), std::pair(0, std::string()));
     for (const char* const line :
@@ -79,16 +72,17 @@ TEST_F(List, ShowsEverythingOfBothOrdersOnLinesOfItsOwn) {
 
 TEST_F(List, GoesOnBehindWhatCannotBeHad) {
   const Bytes object = sample(ByteOrder::big).bytes;
-  write("object.o", object);
-  write("cut.o", Bytes(object.begin(), object.begin() + 40));
-  write("archive.a",
-        ArchiveBuilder().member("a.o", object).member("notes", "text").member("b.o", object).build().bytes);
+  write_file("object.o", object);
+  write_file("cut.o", Bytes(object.begin(), object.begin() + 40));
+  write_file(
+      "archive.a",
+      ArchiveBuilder().member("a.o", object).member("notes", "text").member("b.o", object).build().bytes);
   ObjectBuilder damaged(ByteOrder::big);
-  write("damaged.o", damaged.section("symbols", SHT_SYMTAB, "12345678", {.entsize = 4})
-                         .section("unnamed", SHT_PROGBITS, "1", {.name = 999})
-                         .section("notes", SHT_NOTE, "1234567890abcdef")
-                         .build()
-                         .bytes);
+  write_file("damaged.o", damaged.section("symbols", SHT_SYMTAB, "12345678", {.entsize = 4})
+                              .section("unnamed", SHT_PROGBITS, "1", {.name = 999})
+                              .section("notes", SHT_NOTE, "1234567890abcdef")
+                              .build()
+                              .bytes);
   const Ending run = run_tool("size nowhere.o cut.o archive.a object.o");
   EXPECT_EQ(run.status, 1);
   EXPECT_NE(run.output.find("a.o (ex archive.a)\n"), std::string::npos);
@@ -109,9 +103,9 @@ TEST_F(List, GoesOnBehindWhatCannotBeHad) {
 TEST_F(List, RefusesWhatIsNoObjectOf32BitsByName) {
   ObjectBuilder builder(ByteOrder::little);
   builder.section("a", SHT_PROGBITS, "a");
-  write("wide.o",
-        ObjectBuilder(builder).header([](Elf32_Ehdr& h) { h.e_ident[EI_CLASS] = 2; }).build().bytes);
-  write("many.o", ObjectBuilder(builder).header([](Elf32_Ehdr& h) { h.e_shnum = 0; }).build().bytes);
+  write_file("wide.o",
+             ObjectBuilder(builder).header([](Elf32_Ehdr& h) { h.e_ident[EI_CLASS] = 2; }).build().bytes);
+  write_file("many.o", ObjectBuilder(builder).header([](Elf32_Ehdr& h) { h.e_shnum = 0; }).build().bytes);
   for (const char* const command :
        {"list", "symbols", "size", "copy", "strip", "flip", "remove --section a"}) {
     const std::string out = command[0] == 'l' || command[1] == 'i' || command[1] == 'y' ? "" : " out.o";
@@ -129,7 +123,7 @@ TEST_F(List, RefusesWhatIsNoObjectOf32BitsByName) {
 }
 
 TEST_F(List, DrawsWhereTheBytesGo) {
-  write("object.o", sample(ByteOrder::big).bytes);
+  write_file("object.o", sample(ByteOrder::big).bytes);
   std::string names;
   while (names.size() < 70000) names += "<\xff\x01";
   ObjectBuilder many(ByteOrder::little);  // sections that overlap, with names as long as the table
@@ -138,7 +132,7 @@ TEST_F(List, DrawsWhereTheBytesGo) {
   }
   many.section("", SHT_STRTAB, text_bytes(names));
   many.header([](Elf32_Ehdr& header) { header.e_shstrndx = 60000; });
-  write("many.o", many.build().bytes);
+  write_file("many.o", many.build().bytes);
   const Ending run = run_tool("size --map object.o many.o");
   EXPECT_EQ(std::pair(run.status, run.errors), std::pair(0, std::string()));
   for (const char* const part :
@@ -153,11 +147,11 @@ TEST_F(List, DrawsWhereTheBytesGo) {
 
 // Behind the end of the file stand zeros, which would be millions of symbols.
 TEST_F(List, RefusesASymbolTableThatTheFileDoesNotHold) {
-  write("object.o",
-        ObjectBuilder(ByteOrder::little)
-            .section(".symtab", SHT_SYMTAB, Emit(ByteOrder::little).zeros(32), {.size = 0xfffffff0})
-            .build()
-            .bytes);
+  write_file("object.o",
+             ObjectBuilder(ByteOrder::little)
+                 .section(".symtab", SHT_SYMTAB, Emit(ByteOrder::little).zeros(32), {.size = 0xfffffff0})
+                 .build()
+                 .bytes);
   const Ending run = run_tool("symbols object.o");
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.errors, "ambielf: object.o: its symbol table reaches past the end of the file\n");
@@ -167,7 +161,7 @@ TEST_F(List, RefusesASymbolTableThatTheFileDoesNotHold) {
 
 // The program headers still lead to what the sections held.
 TEST_F(List, FindsTheRecordsOfAnObjectWithoutSections) {
-  for (const ByteOrder order : orders) {
+  for (const ByteOrder order : both_orders) {
     const Bytes memory =
         Emit(order)  // at offset 0x34, address 0x1034
             .words({DT_HASH, 0x1074, DT_STRTAB, 0x10c4, DT_STRSZ, 15, DT_SYMTAB, 0x1088, DT_REL, 0x10a8})
@@ -180,17 +174,17 @@ TEST_F(List, FindsTheRecordsOfAnObjectWithoutSections) {
             .string("GNU")
             .bytes({0xab, 0xcd, 0, 0})
             .text({"\0function\0libx\0", 15});  // 0xc4
-    write("object.o", ObjectBuilder(order)
-                          .section("", SHT_PROGBITS, memory)
-                          .segment({PT_LOAD, 0, 0x1000, 0, 0x200, 0x200, PF_R, 4})
-                          .segment({PT_DYNAMIC, 0x34, 0x1034, 0, 0x1000, 0x1000, PF_R, 4})
-                          .segment({PT_NOTE, 0xb0, 0x10b0, 0, 18, 18, PF_R, 4})
-                          .header([](Elf32_Ehdr& header) {
-                            header.e_shoff = header.e_shnum = header.e_shstrndx = 0,
-                            header.e_machine = EM_ARM;
-                          })
-                          .build()
-                          .bytes);
+    write_file("object.o", ObjectBuilder(order)
+                               .section("", SHT_PROGBITS, memory)
+                               .segment({PT_LOAD, 0, 0x1000, 0, 0x200, 0x200, PF_R, 4})
+                               .segment({PT_DYNAMIC, 0x34, 0x1034, 0, 0x1000, 0x1000, PF_R, 4})
+                               .segment({PT_NOTE, 0xb0, 0x10b0, 0, 18, 18, PF_R, 4})
+                               .header([](Elf32_Ehdr& header) {
+                                 header.e_shoff = header.e_shnum = header.e_shstrndx = 0,
+                                 header.e_machine = EM_ARM;
+                               })
+                               .build()
+                               .bytes);
     const Ending run = run_tool("list object.o");
     EXPECT_EQ(std::pair(run.status, run.errors), std::pair(0, std::string()));
     for (const char* const line :
@@ -207,16 +201,16 @@ TEST_F(List, RefusesNamesOutOfProportion) {
   Emit symbols(ByteOrder::big);
   const uint32_t count = 20000;
   for (uint32_t i = 0; i < count; ++i) symbols.symbol(i, 0, 0, 0x10, 0, 1);
-  write("object.o", ObjectBuilder(ByteOrder::big)
-                        .section(".symtab", SHT_SYMTAB, symbols, {.link = 2})
-                        .section(".strtab", SHT_STRTAB, text_bytes(std::string(count, 'a')))
-                        .build()
-                        .bytes);
+  write_file("object.o", ObjectBuilder(ByteOrder::big)
+                             .section(".symtab", SHT_SYMTAB, symbols, {.link = 2})
+                             .section(".strtab", SHT_STRTAB, text_bytes(std::string(count, 'a')))
+                             .build()
+                             .bytes);
   const Ending run = run_tool("symbols object.o");
   EXPECT_EQ(run.status, 1);
   EXPECT_NE(run.errors.find("out of proportion"), std::string::npos) << run.errors;
 
-  write("small.o", sample(ByteOrder::big).bytes);
+  write_file("small.o", sample(ByteOrder::big).bytes);
   const Ending listing = run_tool("list --json -sn object.o small.o");
   EXPECT_EQ(listing.status, 1);
   EXPECT_NE(listing.errors.find("out of proportion"), std::string::npos) << listing.errors;

@@ -29,10 +29,6 @@ const char* const targets[] = {"mips-linux-gnu",    "mipsel-linux-gnu",    "powe
                                "arm-linux-gnueabi", "armeb-linux-gnueabi", "sparc-linux-gnu",
                                "i386-linux-gnu"};
 
-void write_bytes(const std::string& name, const Bytes& bytes) {
-  write_file(name, std::string(bytes.begin(), bytes.end()));
-}
-
 bool has_tool(const std::string& name) {
   return std::system(("command -v " + name + " >/dev/null 2>&1").c_str()) == 0;
 }
@@ -59,9 +55,9 @@ class RealObjects : public testing::TestWithParam<const char*> {
  protected:
   void SetUp() override {
     elf_version(EV_CURRENT);
-    write_bytes("original.o",
-                compile_twin(GetParam(), Language::c, "-O1 -gdwarf-2 -ffunction-sections", source));
-    write_bytes("outside.o", compile_twin(GetParam(), Language::c, "-O1", outside));
+    write_file("original.o",
+               compile_twin(GetParam(), Language::c, "-O1 -gdwarf-2 -ffunction-sections", source));
+    write_file("outside.o", compile_twin(GetParam(), Language::c, "-O1", outside));
     original_ = file_bytes("original.o");
     ASSERT_FALSE(original_.empty());
   }
@@ -106,7 +102,7 @@ TEST_P(RealObjects, RewrittenInPlaceLoadedOrNot) {
     ASSERT_GT(size, 1) << elf_errno();
     Bytes written = file.contents();
     written.resize(static_cast<size_t>(size));
-    write_bytes("rewritten.o", written);
+    write_file("rewritten.o", written);
     expect_equivalent("rewritten.o");
   }
 }

@@ -40,10 +40,6 @@ std::vector<std::string> sorted_lines(const std::string& text) {
   return lines;
 }
 
-void write_file(const std::string& name, const Bytes& bytes) {
-  test::write_file(name, std::string(bytes.begin(), bytes.end()));
-}
-
 struct Symbols : testing::Test {
   ScratchDirectory scratch;
 };
