@@ -5,7 +5,7 @@
 
 #include "debug_input.h"
 #include "floors.h"
-#include "support/dwarf_encoder.h"
+#include "support/dwarf_text.h"
 #include "support/twin_sources.h"
 #include "support/twins.h"
 
@@ -95,30 +95,26 @@ void load_compiled(benchmark::State& state, const std::string& name) {
 
 // One unit whose entries use each of `count` abbreviations once.
 Debug many_abbreviations(size_t count) {
-  test::DwarfEncoder abbrev(ByteOrder::big);
-  test::DwarfEncoder info(ByteOrder::big);
-  abbrev.abbrev(1, true, {});
-  info.unit([&](test::DwarfEncoder& u) {
-    u.info_header(4, 0).uleb("code", 1);
-    for (size_t i = 2; i < count + 2; ++i) {
-      abbrev.abbrev(i, false, {{0x03, 0x06}, {0x49, 0x13}});
-      u.uleb("code", i).words("name and type", {1, 2});
-    }
-    u.u8("end of children", 0);
-  });
-  return {abbrev.u8("end of set", 0).done(), info.done()};
+  std::string abbrev = test::abbreviation(1, true, "");
+  std::string entries = "u1 ";
+  for (size_t i = 2; i < count + 2; ++i) {
+    abbrev += test::abbreviation(i, false, "u3 u6 u49 u13");
+    entries += test::item('u', i) + "w1 w2 ";
+  }
+  const std::string info = test::unit(test::info_header(4) + entries + "b0");
+  return {test::dwarf_bytes(ByteOrder::big, abbrev + "b0"), test::dwarf_bytes(ByteOrder::big, info)};
 }
 
 // Units that each have their own set of abbreviations.
 Debug many_units(size_t count) {
-  test::DwarfEncoder abbrev(ByteOrder::big);
-  test::DwarfEncoder info(ByteOrder::big);
+  const Bytes set = test::dwarf_bytes(ByteOrder::big, test::abbreviation(1, false, "u3 u6") + "b0");
+  Bytes abbrev;
+  std::string info;
   for (size_t i = 0; i < count; ++i) {
-    info.unit(
-        [&](test::DwarfEncoder& u) { u.info_header(4, abbrev.size()).uleb("code", 1).u32("value", 1); });
-    abbrev.abbrev(1, false, {{0x03, 0x06}}).u8("end of set", 0);
+    info += test::unit(test::info_header(4, abbrev.size()) + "u1 w1");
+    abbrev.insert(abbrev.end(), set.begin(), set.end());
   }
-  return {abbrev.done(), info.done()};
+  return {abbrev, test::dwarf_bytes(ByteOrder::big, info)};
 }
 
 // The floor of growth: each byte of both sections is read, and each byte of the units changed.

@@ -5,7 +5,7 @@
 
 #include "inputs.h"
 #include "support/archive_builder.h"
-#include "support/dwarf_encoder.h"
+#include "support/dwarf_text.h"
 
 namespace ambielf::bench {
 namespace {
@@ -24,41 +24,34 @@ Object sections_over_one_range(uint32_t type, uint32_t offset, uint32_t size, co
   return builder.build();
 }
 
-Object debug_object(const char* name, const Bytes& abbrev, const Bytes& section) {
-  return ObjectBuilder(ByteOrder::big)
-      .section(".debug_abbrev", SHT_PROGBITS, abbrev)
-      .section(name, SHT_PROGBITS, section)
-      .build();
-}
-
 Object attributes_without_bytes() {
-  test::DwarfEncoder abbrev(ByteOrder::big);
-  test::DwarfEncoder info(ByteOrder::big);
-  abbrev.abbrev(1, true, {})
-      .abbrev(2, false, std::vector<test::DwarfEncoder::Attribute>(input_size / 4, {0x3f, 0x19}));
-  info.unit([](test::DwarfEncoder& u) {
-    u.info_header(4, 0).u8("code", 1).bytes("entries", Bytes(input_size / 2, 2));
-  });
-  return debug_object(".debug_info", abbrev.u8("end of set", 0).done(), info.done());
+  const std::string attributes = std::to_string(input_size / 4) + "*x3f19";
+  const std::string entries = std::to_string(input_size / 2) + "*x02";
+  const std::string abbrev =
+      test::abbreviation(1, true, "") + test::abbreviation(2, false, attributes) + "b0";
+  const std::string info = test::unit(test::info_header(4) + "b1 " + entries);
+  return test::debug_object(ByteOrder::big, ".debug_info", info, abbrev);
 }
 
 // Abbreviations with a byte or two of attributes each, in descending order, and units of one entry.
 Object units_of_other_tables() {
-  test::DwarfEncoder abbrev(ByteOrder::big);
-  test::DwarfEncoder info(ByteOrder::big);
-  while (abbrev.size() + info.size() < input_size) {
-    info.unit(
-        [&](test::DwarfEncoder& u) { u.info_header(4, abbrev.size()).uleb("code", 3).u32("value", 1); });
-    for (unsigned code = 3; code != 0; --code) abbrev.abbrev(code, false, {{0x03, 0x06}});
-    abbrev.u8("end of set", 0);
+  constexpr size_t unit_size = 16;
+  std::string set;
+  for (unsigned code = 3; code != 0; --code) set += test::abbreviation(code, false, "u3 u6");
+  set += "b0 ";
+  const size_t set_size = test::dwarf_bytes(ByteOrder::big, set).size();
+  std::string abbrev, info;
+  for (size_t i = 0; i * (set_size + unit_size) < input_size; ++i) {
+    abbrev += set;
+    info += test::unit(test::info_header(4, i * set_size) + "u3 w1");
   }
-  return debug_object(".debug_info", abbrev.done(), info.done());
+  return test::debug_object(ByteOrder::big, ".debug_info", info, abbrev);
 }
 
 Object smallest_line_units() {
   Bytes units(input_size);
   for (size_t i = 3; i < units.size(); i += 5) units[i] = 1;
-  return debug_object(".debug_line", {}, units);
+  return ObjectBuilder(ByteOrder::big).section(".debug_line", SHT_PROGBITS, units).build();
 }
 
 void read_whole(Elf* elf) {

@@ -10,26 +10,14 @@ namespace {
 constexpr unsigned foreign_encoding = static_cast<unsigned>(other_order);
 
 // The number is one of 4 bytes, or in the second form two numbers of 2.
-void abbreviations(DwarfEncoder& e) { e.abbrev(1, false, {{0x03, 0x06}}).u8("end of set", 0); }
-void other_abbreviations(DwarfEncoder& e) {
-  e.abbrev(1, false, {{0x03, 0x05}, {0x03, 0x05}}).u8("end of set", 0);
-}
+const std::string abbreviations = abbreviation(1, false, "u3 u6") + "b0";
+const std::string other_abbreviations = abbreviation(1, false, "u3 u5 u3 u5") + "b0";
 
-const Description unit =
-    units([](DwarfEncoder& u) { u.info_header(4, 0).uleb("code", 1).u32("number", 0x01020304); });
-const Description unit_by_others = units(
-    [](DwarfEncoder& u) { u.info_header(4, 0).uleb("code", 1).u16("number", 0x0304).u16("number", 0x0102); });
-
-Bytes info_of(ByteOrder order, const Description& description = unit) {
-  return encode(order, description).done();
-}
+Bytes info_of(ByteOrder order) { return dwarf_bytes(order, unit(info_header(4) + "u1 w1020304")); }
 
 // The unit's header in one order and its body in the other, as without abbreviations.
 Bytes header_only(ByteOrder header, ByteOrder body) {
-  Bytes bytes = info_of(header);
-  const Bytes rest = info_of(body);
-  std::copy(rest.begin() + 11, rest.end(), bytes.begin() + 11);
-  return bytes;
+  return DwarfText(unit(info_header(4) + "{ u1 w1020304 }"), header, body).bytes();
 }
 
 // Sections 1 to 3 are .debug_info, 4 and 5 could be .debug_abbrev. A name is an offset into the table.
@@ -40,8 +28,8 @@ class LateNames : public EveryWayBack {
                     .section(".debug_info", SHT_PROGBITS, info_of(order()))
                     .section(".debug_info", SHT_PROGBITS, info_of(order()))
                     .section(".debug_info", SHT_PROGBITS, info_of(order()))
-                    .section(".first", SHT_PROGBITS, encode(order(), abbreviations).done())
-                    .section(".second", SHT_PROGBITS, encode(order(), other_abbreviations).done())
+                    .section(".first", SHT_PROGBITS, dwarf_bytes(order(), abbreviations))
+                    .section(".second", SHT_PROGBITS, dwarf_bytes(order(), other_abbreviations))
                     .section(".debug_abbrev", SHT_NOBITS)
                     .build());
   }
@@ -49,11 +37,8 @@ class LateNames : public EveryWayBack {
   static uint32_t abbrev_name(const WayBack& in) { return in.elf()->get_shdr(6)->sh_name; }
   // Numbers of the unit by the other abbreviations, converted from the file's bytes.
   Bytes converted_by_others() const {
-    Bytes bytes = info_of(order());
-    Bytes converted = info_of(other(order()));
-    for (size_t i = 12; i < 16; i += 2) std::swap(bytes[i], bytes[i + 1]);
-    std::copy(bytes.begin() + 12, bytes.end(), converted.begin() + 12);
-    return converted;
+    const std::string halves = order() == ByteOrder::big ? "h102 h304" : "h304 h102";
+    return dwarf_bytes(other(order()), unit(info_header(4) + "u1 " + halves));
   }
 };
 INSTANTIATE_EVERY_ORDER_AND_ROAD(LateNames);
@@ -118,7 +103,7 @@ TEST_P(LateNamesWritten, CountInAnyBlock) {
       Elf_Scn* const info = object.section(1, SHT_PROGBITS);
       Elf_Data* const block = object.block(info, info_of(other(order)));
       Elf_Scn* const abbrev = object.section(1, SHT_PROGBITS);
-      object.block(abbrev, encode(order, abbreviations).done());
+      object.block(abbrev, dwarf_bytes(order, abbreviations));
       Elf_Scn* const names =
           object.names(text_bytes(std::string_view("\0.a\0.names\0.debug_info\0.debug_abbrev\0", 37)));
       object.block(names, text_bytes(std::string_view(".debug_info\0.debug_abbrev", 26)));

@@ -20,14 +20,9 @@ class RefusedContents : public EveryWayBack {
   }
   static Bytes raw(size_t index, ByteOrder order) {
     if (index == 1) return Emit(order).words({1, 0x01020304});
-    return encode(order,
-                  units(
-                      [](DwarfEncoder& u) {
-                        u.line_header(2).u8("directories", 0).u8("files", 0);
-                        u.u8("extended", 0).u8("length", 5).u8("set_address", 2).u32("address", 0x1000);
-                      },
-                      2))
-        .done();
+    const std::string line_unit =
+        unit("h2 w1020304 b4 b1 bfb be bd x000101010100000001000001 b0 b0 b0 b5 b2 w1000");
+    return dwarf_bytes(order, line_unit + line_unit);
   }
   static Object object(ByteOrder order) {
     return ObjectBuilder(order)

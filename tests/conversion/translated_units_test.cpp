@@ -12,25 +12,20 @@ namespace {
 constexpr size_t info = 2;
 constexpr unsigned foreign_encoding = static_cast<unsigned>(other_order);
 
-void abbreviations(DwarfEncoder& e) { e.abbrev(1, false, {{0x03, 0x06}}).u8("end of set", 0); }
-
-void sound(DwarfEncoder& u) { u.info_header(4, 0).uleb("code", 1).u32("number", 0x01020304); }
+const std::string abbreviations = abbreviation(1, false, "u3 u6") + "b0";
 
 // Sound units around one of a version 5 type that nobody knows, which stays as it is, and one in the other order.
 Bytes units_of(ByteOrder order) {
-  DwarfEncoder e(order);
-  e.unit(sound)
-      .unit([](DwarfEncoder& u) { u.info_header(5, 0, 0x77).u32("number", 0x11223344); })
-      .unit(sound);
-  const Bytes turned = encode(other(order), units(sound)).done();
-  return e.bytes("in the other order", turned).done();
+  const std::string sound = unit(info_header(4) + "u1 w1020304");
+  const std::string unknown = unit(info_header(5, 0, 0x77) + "w11223344");
+  return DwarfText(sound + unknown + sound + "{ " + sound + "}", order, other(order)).bytes();
 }
 
 class TranslatedUnits : public EveryWayBack {
  protected:
   WayBack open_object(Elf_ReadSwapController controller = nullptr) const {
     return open(builder()
-                    .section(".debug_abbrev", SHT_PROGBITS, encode(order(), abbreviations).done())
+                    .section(".debug_abbrev", SHT_PROGBITS, dwarf_bytes(order(), abbreviations))
                     .section(".debug_info", SHT_PROGBITS, units_of(order()))
                     .build(),
                 controller);

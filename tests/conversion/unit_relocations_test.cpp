@@ -2,7 +2,6 @@
 // loaded or not, in whatever order memory holds them, and exact on the way back.
 #include <cstddef>
 #include <cstring>
-#include <functional>
 
 #include "support/way_back.h"
 #include "update/new_object.h"
@@ -13,20 +12,14 @@ namespace {
 constexpr uint32_t second_set = 8;  // offset of the second set of abbreviations
 
 // Set 1 has a number of 4 bytes, set 2 two of 2 bytes.
-Bytes abbreviations() {
-  DwarfEncoder e(ByteOrder::little);
-  e.abbrev(1, false, {{0x03, 0x06}}).u8("end of set", 0);
-  EXPECT_EQ(e.size(), second_set);
-  return e.abbrev(1, false, {{0x03, 0x05}, {0x03, 0x05}}).u8("end of set", 0).done();
-}
+const std::string abbreviations =
+    abbreviation(1, false, "u3 u6") + "b0 " + abbreviation(1, false, "u3 u5 u3 u5") + "b0";
 
-void one_word(DwarfEncoder& e, uint64_t version, uint64_t offset) {
-  e.unit([&](DwarfEncoder& u) { u.info_header(version, offset).uleb("code", 1).u32("number", 0x01020304); });
+std::string one_word(uint64_t version, uint64_t offset) {
+  return unit(info_header(version, offset) + "u1 w1020304");
 }
-void two_halves(DwarfEncoder& e, uint64_t version, uint64_t offset) {
-  e.unit([&](DwarfEncoder& u) {
-    u.info_header(version, offset).uleb("code", 1).u16("number", 0x0102).u16("number", 0x0304);
-  });
+std::string two_halves(uint64_t version, uint64_t offset) {
+  return unit(info_header(version, offset) + "u1 h102 h304");
 }
 
 // What a unit of version 4 has behind its length: 16 bytes in all. One of version 5 has 17.
@@ -49,7 +42,7 @@ struct Relocated {
   size_t rela() const { return companions_first ? 1 : 3; }
   size_t abbrev() const { return companions_first ? 3 : 1; }
 
-  Object build(ByteOrder order, const Bytes& info_bytes) const {
+  Object build(ByteOrder order, const std::string& info_text) const {
     Emit table(order);
     for (const Relocation& r : relocations) table.words({r.offset, r.symbol << 8 | 1, r.addend});
     Emit symbols(order);
@@ -61,12 +54,11 @@ struct Relocated {
     rela_fields.info = static_cast<uint32_t>(info());
     rela_fields.link = static_cast<uint32_t>(symtab());
     const auto abbrev_and_info = [&] {
-      builder.section(".debug_abbrev", SHT_PROGBITS, abbreviations());
-      builder.section(".debug_info", SHT_PROGBITS, info_bytes);
+      builder.section(".debug_abbrev", SHT_PROGBITS, dwarf_bytes(order, abbreviations));
+      builder.section(".debug_info", SHT_PROGBITS, dwarf_bytes(order, info_text));
     };
     if (!companions_first) abbrev_and_info();
-    const auto rela = [&] { builder.section(".rela.debug_info", SHT_RELA, table, rela_fields); };
-    rela();
+    builder.section(".rela.debug_info", SHT_RELA, table, rela_fields);
     builder.section(".symtab", SHT_SYMTAB, symbols, {.entsize = 16});
     if (companions_first) abbrev_and_info();
     return builder.build();
@@ -77,14 +69,7 @@ class UnitRelocations : public EveryWayBack {
  protected:
   // Holds that the section reads as described in the order of memory, whatever is loaded before it and however that is
   // held; and that it finds its way back.
-  using InTwoOrders = std::function<void(DwarfEncoder&, ByteOrder order_of_raw_part)>;
-  void expect_reads(Relocated object, const InTwoOrders& info) const {
-    const auto encoded = [&](ByteOrder whole, ByteOrder raw) {
-      DwarfEncoder e(whole);
-      info(e, raw);
-      return e;
-    };
-    const Bytes in_file = encoded(order(), order()).done();
+  void expect_reads(Relocated object, const std::string& info) const {
     for (const bool first : {false, true}) {
       object.companions_first = first;
       for (const Elf_ReadSwapController controller :
@@ -94,11 +79,11 @@ class UnitRelocations : public EveryWayBack {
                        << "first " << first << " before " << before << " controller "
                        << (controller == refuse_companions) << (controller == hold_companions_as_file));
           memory_order = other(order());
-          WayBack in = open(object.build(order(), in_file), controller);
+          WayBack in = open(object.build(order(), info), controller);
           const auto load = [&] { EXPECT_TRUE(in.data(object.rela()) && in.data(object.symtab())); };
           if (before) load();
           elf_errno();
-          EXPECT_TRUE(reads_as(in.contents(object.info()), encoded(other(order()), order())));
+          EXPECT_TRUE(reads_as(in.contents(object.info()), DwarfText(info, other(order()), order())));
           EXPECT_EQ(elf_errno(), 0);
           if (!before) load();
           EXPECT_TRUE(in.comes_back());
@@ -144,33 +129,25 @@ TEST_P(UnitRelocations, GiveSymbolPlusAddend) {
     const bool wraps = row.relocations.size() == 2 && row.relocations[0].addend == back;
     Relocated object{row.relocations};
     if (!wraps) object.relocations.push_back({2 * unit_size + field_5, 2, 0});
-    expect_reads(object, [&](DwarfEncoder& e, ByteOrder raw) {
-      one_word(e, 4, 0);
-      DwarfEncoder second(row.raw && !wraps ? raw : e.order());
-      wraps ? one_word(second, 4, 0) : two_halves(second, 4, 0);
-      e.bytes("second unit", second.done());
-      two_halves(e, 5, 0);
-    });
+    const std::string second = wraps     ? one_word(4, 0)
+                               : row.raw ? "{ " + two_halves(4, 0) + "} "
+                                         : two_halves(4, 0);
+    expect_reads(object, one_word(4, 0) + second + two_halves(5, 0));
   }
 }
 
 // Where no entry has the field's offset, the field counts; in other objects, and by other sections, always.
 TEST_P(UnitRelocations, OfOtherPlacesLeaveTheField) {
-  const auto info = [](DwarfEncoder& e, ByteOrder) {
-    one_word(e, 4, 0);
-    two_halves(e, 2, second_set);
-  };
+  const std::string info = one_word(4, 0) + two_halves(2, second_set);
   expect_reads({{{unit_size + field + 1, 2, 0}, {0, 2, 0}, {0xfffffffe, 2, 0}}}, info);
   expect_reads({{{field, 2, 0}}, false, {.entsize = 16}}, info);
   expect_reads({{}}, info);
-  const Bytes in_file = encode(order(), [&](DwarfEncoder& e) { info(e, e.order()); }).done();
   const auto expect_field = [&](size_t shdr_field, size_t width, uint32_t value) {
-    Object object = Relocated{{{field, 2, 0}}}.build(order(), in_file);
+    Object object = Relocated{{{field, 2, 0}}}.build(order(), info);
     const size_t place = width == 4 ? object.shdr_field(3, shdr_field) : shdr_field;
     put_number(object.bytes, place, value, width, order());
     WayBack in = open(object);
-    EXPECT_TRUE(
-        reads_as(in.contents(2), encode(other(order()), [&](DwarfEncoder& e) { info(e, e.order()); })));
+    EXPECT_TRUE(reads_as(in.contents(2), DwarfText(info, other(order()))));
     EXPECT_TRUE(in.comes_back());
   };
   expect_field(offsetof(Elf32_Shdr, sh_info), 4, 1);
@@ -181,11 +158,10 @@ TEST_P(UnitRelocations, OfOtherPlacesLeaveTheField) {
 // A symbol table that is none leaves the unit as it is.
 TEST_P(UnitRelocations, WithoutSymbolsLeaveTheUnit) {
   const Relocated object{{{field, 2, 0}}};
-  const Bytes info = encode(order(), [](DwarfEncoder& e) { two_halves(e, 4, 0); }).done();
   for (const uint32_t link : {0u, 1u, 99u, 0xffffffffu}) {
-    WayBack in = open(object.build(order(), info));
+    WayBack in = open(object.build(order(), two_halves(4, 0)));
     in.elf()->get_shdr(3)->sh_link = link;
-    EXPECT_EQ(in.contents(2), info) << link;
+    EXPECT_EQ(in.contents(2), dwarf_bytes(order(), two_halves(4, 0))) << link;
     in.elf()->get_shdr(3)->sh_link =
         4;  // too late for the way back of an image, and for a write of these bytes
     EXPECT_TRUE(in.comes_back()) << link;
@@ -197,8 +173,7 @@ TEST_P(UnitRelocations, AreRememberedForAnImage) {
   if (!by_image()) return;
   for (const bool first : {false, true}) {
     const Relocated object{{{field, 2, 0}}, first};
-    WayBack in =
-        open(object.build(order(), encode(order(), [](DwarfEncoder& e) { two_halves(e, 4, 0); }).done()));
+    WayBack in = open(object.build(order(), two_halves(4, 0)));
     EXPECT_TRUE(in.data(object.info()));
     in.elf()->get_shdr(object.rela())->sh_info = 0;
     in.elf()->get_shdr(object.symtab())->sh_type = SHT_STRTAB;
@@ -212,21 +187,20 @@ TEST_P(UnitRelocations, CountAsTheyAreNow) {
   const Relocated object{{{field, 1, 0}}};
   const ByteOrder memory = other(order());
   for (const bool loaded : {false, true}) {
-    WayBack in =
-        open(object.build(order(), encode(order(), [](DwarfEncoder& e) { one_word(e, 4, 0); }).done()));
-    EXPECT_TRUE(reads_as(in.contents(2), encode(memory, [](DwarfEncoder& e) { one_word(e, 4, 0); })));
+    WayBack in = open(object.build(order(), one_word(4, 0)));
+    EXPECT_TRUE(reads_as(in.contents(2), DwarfText(one_word(4, 0), memory)));
     if (!loaded) {
       EXPECT_TRUE(in.comes_back());
       continue;
     }
     unsigned char* const addend = static_cast<unsigned char*>(in.data(3)->d_buf) + 8;
     addend[memory == ByteOrder::big ? 3 : 0] = second_set;
-    const Bytes edited = encode(memory, [](DwarfEncoder& e) { two_halves(e, 4, 0); }).done();
+    const Bytes edited = dwarf_bytes(memory, two_halves(4, 0));
     std::memcpy(in.data(2)->d_buf, edited.data(), edited.size());
     elf_flagelf(in, ELF_C_SET, ELF_F_DIRTY);
     const Bytes written = in.write();
     EXPECT_EQ(bytes_at(written, in.shdr(2)->sh_offset, edited.size()),
-              encode(order(), [](DwarfEncoder& e) { two_halves(e, 4, 0); }).done());
+              dwarf_bytes(order(), two_halves(4, 0)));
   }
 }
 
@@ -241,10 +215,10 @@ TEST_P(UnitRelocations, OfANewObjectMayStandInSeveralBlocks) {
     return scn;
   };
   Elf_Scn* const info = hold(object.section(1, SHT_PROGBITS));
-  const Bytes unit = encode(memory, [](DwarfEncoder& e) { two_halves(e, 4, 0); }).done();
+  const Bytes unit = dwarf_bytes(memory, two_halves(4, 0));
   object.block(info, unit);
   object.block(info, unit);
-  object.block(object.section(13, SHT_PROGBITS), abbreviations());
+  object.block(object.section(13, SHT_PROGBITS), dwarf_bytes(order(), abbreviations));
   Elf_Scn* const rela = hold(object.section(27, SHT_RELA));
   object.block(rela, Emit(memory).words({field, 1 << 8, second_set}), 4, ELF_T_RELA);
   object.block(rela, Emit(memory).words({unit_size + field, 2 << 8, 0}), 4, ELF_T_RELA);
@@ -255,12 +229,8 @@ TEST_P(UnitRelocations, OfANewObjectMayStandInSeveralBlocks) {
   elf32_getshdr(rela)->sh_link = 4;
   object.names(text_bytes(std::string_view("\0.debug_info\0.debug_abbrev\0.names\0", 34)));
   ASSERT_GT(object.write(), 0) << elf_errno();
-  const DwarfEncoder expected = encode(order(), [](DwarfEncoder& e) {
-    two_halves(e, 4, 0);
-    two_halves(e, 4, 0);
-  });
-  EXPECT_TRUE(
-      reads_as(bytes_at(object.file().contents(), elf32_getshdr(info)->sh_offset, 2 * unit_size), expected));
+  EXPECT_TRUE(reads_as(bytes_at(object.file().contents(), elf32_getshdr(info)->sh_offset, 2 * unit_size),
+                       DwarfText(two_halves(4, 0) + two_halves(4, 0), order())));
 }
 
 }  // namespace

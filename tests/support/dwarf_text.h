@@ -108,6 +108,8 @@ class DwarfText {
   std::vector<std::pair<size_t, std::string>> items_;
 };
 
+inline Bytes dwarf_bytes(ByteOrder order, const std::string& text) { return DwarfText(text, order).bytes(); }
+
 // An item: a number of a kind.
 inline std::string item(char kind, uint64_t number) {
   std::ostringstream out;
@@ -154,8 +156,8 @@ inline Bytes translated(const Input& in, size_t index, decltype(&elf32_xlatetof)
 inline Object debug_object(ByteOrder order, const char* name, const std::string& text,
                            const std::string& abbrev) {
   return ObjectBuilder(order)
-      .section(abbrev.empty() ? ".comment" : ".debug_abbrev", SHT_PROGBITS, DwarfText(abbrev, order).bytes())
-      .section(name, SHT_PROGBITS, DwarfText(text, order).bytes())
+      .section(abbrev.empty() ? ".comment" : ".debug_abbrev", SHT_PROGBITS, dwarf_bytes(order, abbrev))
+      .section(name, SHT_PROGBITS, dwarf_bytes(order, text))
       .build();
 }
 
@@ -172,7 +174,7 @@ inline void expect_reads(const char* name, const std::string& text, const std::s
       EXPECT_EQ(elf_errno(), std::string(name) == ".debug_info" && abbrev.empty() ? 32 : 0);
       // Only host order has a way back by translation.
       if (order == other_order) {
-        EXPECT_EQ(translated(in, 2), DwarfText(text, order).bytes());
+        EXPECT_EQ(translated(in, 2), dwarf_bytes(order, text));
       }
       EXPECT_TRUE(in.ends_restored());
     }

@@ -4,7 +4,7 @@
 #define AMBIELF_TESTS_SUPPORT_WAY_BACK_H
 
 #include "descriptors/elf.h"
-#include "support/debug_object.h"
+#include "support/dwarf_text.h"
 
 namespace ambielf::test {
 
