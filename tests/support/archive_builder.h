@@ -16,9 +16,6 @@ namespace ambielf::test {
 struct MemberFields {
   std::optional<std::string> name_field{};  // a multiple of 4 bytes, to be read as one
   std::optional<std::string> size{};        // stated size; the contents are what they are
-  std::string date = "0";
-  std::string uid = "0";
-  std::string gid = "0";
   std::string mode = "0";
 };
 
@@ -34,8 +31,7 @@ inline std::string name_field(const std::string& name) {
 
 // The 44 bytes behind the name field.
 inline std::string fixed_part(const std::string& size, const MemberFields& fields = {}) {
-  return padded(fields.date, 12) + padded(fields.uid, 6) + padded(fields.gid, 6) + padded(fields.mode, 8) +
-         padded(size, 10) + "`\n";
+  return "0           0     0     " + padded(fields.mode, 8) + padded(size, 10) + "`\n";
 }
 
 // The bytes of a built archive, and where the members lie.
@@ -45,7 +41,6 @@ struct Archive {
   std::vector<uint32_t> contents;
 
   uint32_t size() const { return static_cast<uint32_t>(bytes.size()); }
-  Bytes first(size_t count) const { return {bytes.begin(), bytes.begin() + static_cast<long>(count)}; }
 };
 
 class ArchiveBuilder {
@@ -61,9 +56,9 @@ class ArchiveBuilder {
     return member(name, text_bytes(contents), fields);
   }
   // Symbols, each with the index of the member that defines it.
-  ArchiveBuilder& symbols(std::vector<std::pair<std::string, size_t>> symbols) {
+  using Symbols = std::vector<std::pair<std::string, size_t>>;
+  ArchiveBuilder& symbols(Symbols symbols) {
     symbols_ = std::move(symbols);
-    has_symbols_ = true;
     return *this;
   }
   // A symbol table of these contents, whatever they say.
@@ -81,7 +76,7 @@ class ArchiveBuilder {
     Archive archive;
     append(archive.bytes, order_ == ByteOrder::little ? "!<elfa>\n" : "!<sola>\n");
     if (symbol_table_) append_entry(archive.bytes, *symbol_table_);
-    if (has_symbols_) append_entry(archive.bytes, {"", symbol_contents(archive.bytes.size()), {}});
+    if (symbols_) append_entry(archive.bytes, {"", symbol_contents(*symbols_), {}});
     for (const Member& member : members_) {
       archive.headers.push_back(archive.size());
       append_entry(archive.bytes, member);
@@ -114,26 +109,24 @@ class ArchiveBuilder {
   }
 
   // Where the members start depends on the table's size alone, so it is known before the offsets are.
-  Bytes symbol_contents(size_t place) const {
-    size_t names = 0;
-    for (const auto& [name, index] : symbols_) names += name.size() + 1;
-    size_t offset = place + 48 + 4 + 4 * symbols_.size() + names;
+  Bytes symbol_contents(const Symbols& symbols) const {
+    size_t offset = 8 + 48 + 4;
+    for (const auto& [name, index] : symbols) offset += 4 + name.size() + 1;
     std::vector<uint32_t> headers;
     for (const Member& member : members_) {
       headers.push_back(static_cast<uint32_t>(offset));
       offset += header(member).size() + (member.contents.size() + 1) / 2 * 2;
     }
     Emit table(order_);
-    table.u32(symbols_.size());
-    for (const auto& [name, index] : symbols_) table.u32(headers.at(index));
-    for (const auto& [name, index] : symbols_) table.string(name);
+    table.u32(symbols.size());
+    for (const auto& [name, index] : symbols) table.u32(headers.at(index));
+    for (const auto& [name, index] : symbols) table.string(name);
     return table;
   }
 
   ByteOrder order_;
   std::vector<Member> members_;
-  std::vector<std::pair<std::string, size_t>> symbols_;
-  bool has_symbols_ = false;
+  std::optional<Symbols> symbols_;
   std::optional<Member> symbol_table_;
   Bytes tail_;
 };

@@ -131,11 +131,8 @@ inline std::string abbreviation(uint64_t code, bool has_children, const std::str
 // Whether bytes are those of the text; tells the first item that is not.
 inline testing::AssertionResult reads_as(const Bytes& bytes, const DwarfText& expected) {
   const Bytes& wanted = expected.bytes();
-  if (bytes == wanted) return testing::AssertionSuccess();
-  const auto difference = std::mismatch(bytes.begin(), bytes.end(), wanted.begin(), wanted.end());
-  const size_t offset = static_cast<size_t>(difference.first - bytes.begin());
-  return testing::AssertionFailure() << "sizes " << bytes.size() << " and " << wanted.size()
-                                     << ", other byte at " << offset << ", in " << expected.item_at(offset);
+  const auto first = std::mismatch(bytes.begin(), bytes.end(), wanted.begin(), wanted.end()).first;
+  return same_bytes(bytes, wanted) << ", in " << expected.item_at(static_cast<size_t>(first - bytes.begin()));
 }
 
 inline int hold_in_other_order(const Elf32_Shdr*, const char*) {

@@ -31,15 +31,23 @@ struct EndElf {
 };
 using ElfOwner = std::unique_ptr<Elf, EndElf>;
 
-// An input opened for reading: by a file id, or as an image in a block of exactly its size, so that a
+// Whether bytes are as wanted; tells the first that is not.
+inline testing::AssertionResult same_bytes(const Bytes& bytes, const Bytes& wanted) {
+  if (bytes == wanted) return testing::AssertionSuccess();
+  const auto [first, other] = std::mismatch(bytes.begin(), bytes.end(), wanted.begin(), wanted.end());
+  return testing::AssertionFailure() << "sizes " << bytes.size() << " and " << wanted.size()
+                                     << ", first other byte at " << first - bytes.begin();
+}
+
+// An input, opened by a file id with a command of elf_begin, or as an image in a block of exactly its size, so that a
 // sanitizer sees a byte read past its end. Ends the descriptor.
 class Input {
  public:
-  Input(Road road, Bytes bytes) : original_(std::move(bytes)) {
+  Input(Road road, Bytes bytes, Elf_Cmd cmd = ELF_C_READ) : original_(std::move(bytes)) {
     elf_errno();
     if (road == Road::file) {
       file_ = std::make_unique<TempFile>(original_);
-      elf_.reset(elf_begin(file_->id(), ELF_C_READ, nullptr));
+      elf_.reset(elf_begin(file_->id(), cmd, nullptr));
     } else {
       image_ = std::make_unique<Bytes>(original_);
       elf_.reset(elf_memory(reinterpret_cast<char*>(image_->data()), image_->size()));
@@ -51,7 +59,6 @@ class Input {
   operator Elf*() const { return elf(); }
   const TempFile& file() const { return *file_; }
   Bytes& image() const { return *image_; }
-  const Bytes& original() const { return original_; }
 
   // The section and its first block.
   Elf_Scn* scn(size_t index) const { return elf_getscn(elf(), index); }
@@ -78,13 +85,7 @@ class Input {
   testing::AssertionResult ends_restored() { return ends_restored(original_); }
   testing::AssertionResult ends_restored(const Bytes& expected) {
     if (elf_ != nullptr) end();
-    if (image_ != nullptr ? *image_ == expected : file_->contents() == original_) {
-      return testing::AssertionSuccess();
-    }
-    if (image_ == nullptr) return testing::AssertionFailure() << "the file has changed";
-    const size_t place = static_cast<size_t>(
-        std::mismatch(image_->begin(), image_->end(), expected.begin()).first - image_->begin());
-    return testing::AssertionFailure() << "the image has changed, first at " << place;
+    return image_ != nullptr ? same_bytes(*image_, expected) : same_bytes(file_->contents(), original_);
   }
 
  private:
