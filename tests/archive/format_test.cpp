@@ -50,15 +50,11 @@ TEST(ArchiveFormat, NameFieldsEndWhereTheDateBegins) {
     size_t raw_size;
   } rows[] = {
       {"a/  ", "a", 4},
-      {"a/              ", "a", 16},
       {"abc/", "abc", 4},
-      {"a/b ", "a", 4},
       {"//  ", "", 4},
       {"/123", "", 4},
       {"foo.o/          ", "foo.o", 16},
-      {"with space.o/   ", "with space.o", 16},
       {"    /   ", "    ", 8},
-      {very_long.substr(0, 400) + "/   ", very_long.substr(0, 400), 404},
       {very_long + "/   ", very_long, 200004},
       {"a/  " + std::string(200000, ' '), "a", 200004},
       // A zero byte hides the "/" behind it, so that the next word ends the name, which is read as a string.
@@ -90,12 +86,9 @@ TEST(ArchiveFormat, NumbersAreDecimalTextOf32Bits) {
       {"1234567890  -1    +7    008     0         `\n", 1234567890, -1, 7, 8, 0},
       {"2147483647  123456654321        0         `\n", 2147483647, 2147483647, 654321, 0, 0},
       {"2147483648  0     0     0       0         `\n", 2147483647, 0, 0, 0, 0},
-      {"-2147483648 0     0     0       0         `\n", -2147483647 - 1, 0, 0, 0, 0},
       {"-99999999999-99999-99999-99999990         `\n", -2147483647 - 1, -99999, -99999, -99999990, 0},
-      {"99999999999999999999999999999999          `\n", 2147483647, 2147483647, 2147483647, 99999999, 0},
       {"\t\n\v\f\r 3     x     4x    - 5     000000000000", 3, 0, 4, 0, 0},
       {"x                 6     7       8         `\n", 0, 6, 6, 7, 8},
-      {"0           0     0     0       000000000000", 0, 0, 0, 0, 0},
       {"0           0     0     0       000000000012", 0, 0, 0, 0, 12},
   };
   for (const auto& row : rows) {
@@ -108,25 +101,6 @@ TEST(ArchiveFormat, NumbersAreDecimalTextOf32Bits) {
               std::tuple(row.date, row.uid, row.gid, row.mode, row.size))
         << row.fixed;
   }
-}
-
-TEST(ArchiveFormat, OnlyTheFirstEntryCanBeTheSymbolTable) {
-  const Bytes empty_table = Emit(ByteOrder::little).u32(0);
-  size_t count = 1;
-  const Walked with_table(
-      ArchiveBuilder().symbol_table(empty_table, {.name_field = "/x  "}).member("a", "aa"));
-  EXPECT_NE(elf_getarsym(with_table.in, &count), nullptr);
-  EXPECT_EQ(count, 0u);
-  EXPECT_EQ(with_table.position(), 60);
-  for (const char* field : {"//  ", " /  "}) {
-    const Walked without(ArchiveBuilder().member("", empty_table, {.name_field = field}));
-    EXPECT_EQ(without.position(), 8);
-    EXPECT_TRUE(failed(elf_getarsym(without.in, &count), nullptr, 15));
-  }
-  const Walked later(ArchiveBuilder().member("a", "aa").member("", empty_table, {.name_field = "/   "}));
-  EXPECT_STREQ(later.header(1).ar_name, "");
-  EXPECT_STREQ(later.header(1).ar_rawname, "/   ");
-  EXPECT_EQ(elf_getarsym(later.in, nullptr), nullptr);
 }
 
 // Archives, and the code with which they do not open, or 0.
@@ -151,48 +125,32 @@ TEST(ArchiveFormat, CodesOfOpening) {
   };
   const Row rows[] = {
       {"two symbols", table(words({2, 60, 60}).string("a").string("b")), 0},
-      {"empty names", table(words({2, 60, 60}).string("").string("")), 0},
       {"a name without its end", table(words({2, 60, 60}).string("a").text("b")), 10},
       {"no second name", table(words({2, 60, 60}).string("a")), 10},
-      {"no names", table(words({2, 60, 60})), 10},
       {"no room for the count", table(Bytes(3)), 10},
-      {"an empty table", table({}), 10},
       {"no room for two offsets", table(words({2, 60})), 10},
       {"4 + 4 K of 32 bits is 0", table(words({0xffffffff, 60})), 10},
       {"just below a wrap", table(words({0x3fffffff, 60})), 10},
       {"4 K of 32 bits is 0", table(words({0x40000000, 60})), 10},
       {"a table of -4", table(words({0}), "-4"), 10},
-      {"a table of -1", table(words({0}), "-1"), 10},
       {"a table behind the end", table(words({0}), "2147483647"), 10},
       {"a table of x", table(words({0}), "x"), 10},
       {"the magic alone", bare, 10},
-      {"the other magic alone", big, 10},
       {"a symbol table alone", ArchiveBuilder().symbols({}), 12},
       {"less than a header behind it", tail(ArchiveBuilder(ByteOrder::big).symbols({}), std::string(44, '/')),
        12},
       {"a name without an end", tail(bare, std::string(500, 'n')), 10},
-      {"nothing but a name", tail(bare, "a/  "), 10},
       {"a header that the list has no room for", tail(big, "a/  0   "), 12},
       {"later, a name without an end", tail(member, std::string(500, 'n')), 11},
       {"later, padding without an end", tail(member, "b/" + std::string(98, ' ')), 11},
-      {"1 byte behind the list", tail(member, "#"), 0},
       {"44 bytes", tail(member, std::string(44, '#')), 0},
       {"45 bytes", tail(member, std::string(45, '#')), 11},
       {"a size past the end", second("100"), 0},
-      {"far past", second("2147483647"), 0},
-      {"beyond 32 bits", second("9999999999"), 0},
       {"size -2", second("-2"), 11},
-      {"size -3", second("-3"), 11},
-      {"size -48", second("-48"), 11},
       {"least size", second("-2147483648"), 11},
       {"a negative size first", ArchiveBuilder().member("a", "", {.size = "-2"}), 11},
   };
   for (const Row& row : rows) EXPECT_EQ(code_of(row.archive), row.code) << row.reason;
-
-  // Odd, so that the padding byte makes up for it: the next header stands right behind.
-  const Walked minus_one(
-      ArchiveBuilder().member("a", "aa").member("b", "", {.size = "-1"}).member("c", "cc"));
-  EXPECT_STREQ(minus_one.header(2).ar_name, "c");
 }
 
 // Members of very different sizes and names, so that windows of both kinds meet headers at every place in them.

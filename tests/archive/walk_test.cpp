@@ -2,6 +2,7 @@
 #include <tuple>
 
 #include "archive/archive_walk.h"
+#include "platform/platform.h"
 
 namespace ambielf::test {
 namespace {
@@ -208,24 +209,35 @@ TEST(ArchiveFdread, MembersTogetherGetMemoryInProportionToTheArchive) {
   ObjectBuilder piled(ByteOrder::little);
   piled.section("first", SHT_PROGBITS, Bytes(4096, 'x'));
   for (int i = 0; i < 100; ++i) piled.section("", SHT_PROGBITS, "", {.offset = 52, .size = 4096});
-  for (const Bytes& member : {bare.first(52), piled.build().bytes}) {
+  for (const auto& [member, too_many] : {std::pair{bare.first(52), 2}, {piled.build().bytes, 3}}) {
     ArchiveBuilder builder;
-    for (int i = 0; i < 20; ++i) builder.member("m", member);
-    EXPECT_TRUE(failed(elf_cntl(Walked(builder).in, ELF_C_FDREAD), -1, 4));
+    for (int i = 0; i < too_many; ++i) builder.member("m", member);
+    const Walked walked(builder.member("sound", object(ByteOrder::big, std::string(500'000, 'x')).bytes));
+    EXPECT_TRUE(failed(elf_cntl(walked.in, ELF_C_FDREAD), -1, 4));
+    Elf* const sound = walked.try_member(static_cast<size_t>(too_many));
+    ASSERT_NE(sound, nullptr) << elf_errno();
+    EXPECT_NE(elf_getscn(sound, 1), nullptr) << "every object may have its own size";
     EXPECT_EQ(elf_cntl(Walked(ArchiveBuilder().member("m", member)).in, ELF_C_FDREAD), 0);
   }
 }
 
 TEST(ArchiveFile, ThatIsClosedIsASeekThatFails) {
-  TempFile file(mixed().build().bytes);
+  const Archive built = mixed().build();
+  TempFile file(built.bytes);
   const ElfOwner archive(elf_begin(file.id(), ELF_C_READ, nullptr));
   Elf* const member = elf_begin(file.id(), ELF_C_READ, archive.get());
   const int id = file.id();
+  const int other_id = platform::duplicate(id);
   file.close_id();
   EXPECT_TRUE(failed(elf_begin(id, ELF_C_READ, archive.get()), nullptr, 88));
   EXPECT_TRUE(failed(elf_next(member), ELF_C_NULL, 88));
   EXPECT_TRUE(failed(elf_next(archive.get()), ELF_C_NULL, 88));
   EXPECT_TRUE(failed(elf_rand(archive.get(), 8), 0u, 88));
+  // Another id has the position, but the members are read by the archive's own.
+  platform::seek(other_id, built.headers[2]);
+  EXPECT_TRUE(failed(elf_begin(other_id, ELF_C_READ, archive.get()), nullptr, 88));
+  EXPECT_TRUE(failed(elf_cntl(archive.get(), ELF_C_FDREAD), -1, 88));
+  platform::close(other_id);
 }
 
 TEST(ArchiveFile, MayBeOpenedTwice) {
