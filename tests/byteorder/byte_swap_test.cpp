@@ -121,26 +121,6 @@ TEST(SwapRecord, RefusesWithoutTouchingTheSink) {
   EXPECT_EQ(record, Bytes(64, 0x55));
 }
 
-TEST(SwapRecord, RescalesOffsetsIntoTablesOfLineNumbers) {
-  const struct {
-    uint32_t type, before, after;
-  } rows[] = {{ELF_T_RELA_LNNO_DOWN, 14, 6},
-              {ELF_T_RELA_LNNO_DOWN, 8, 6},
-              {ELF_T_RELA_LNNO_DOWN, 7, 0},
-              {ELF_T_RELA_LNNO_DOWN, 0xFFFFFFFF, 0xBFFFFFFA},
-              {ELF_T_RELA_LNNO_UP, 13, 16},
-              {ELF_T_RELA_LNNO_UP, 5, 0},
-              {ELF_T_RELA_LNNO_UP, 6, 8},
-              {ELF_T_RELA, 14, 14},
-              {ELF_T_RELA_LNNO_UP, 0xFFFFFFFF, 0x55555550}};  // 0x2AAAAAAA * 8 wraps
-  for (const auto& row : rows) {
-    Bytes record = Emit(other_order).words({row.before, 0x01020304, 0xFFFFFFFE});
-    CharDestBuffer in_place(record.data());
-    EXPECT_EQ(ByteSwap::swapRecord(record.data(), in_place, row.type, 0), 12);
-    EXPECT_EQ(record, Bytes(Emit(host_order).words({row.after, 0x01020304, 0xFFFFFFFE}))) << row.type;
-  }
-}
-
 TEST(DataTypes, SizesAndTables) {
   for (uint32_t type = 0; type < types; ++type) {
     EXPECT_EQ(elf32_fsize(type, 1, EV_CURRENT), size_of(type)) << type;

@@ -14,14 +14,6 @@ testing::AssertionResult open_fails(const std::string& path, int code, int oflag
   return failed(elf_open(path.c_str(), oflag, 0600), -1, code) << path;
 }
 
-// The id that the next open would give: a call that leaves one open moves it.
-int next_file_id() {
-  write_file("probe", "x");
-  const int file_id = platform::open("probe", O_RDONLY, 0);
-  platform::close(file_id);
-  return file_id;
-}
-
 TEST(ElfOpen, GivesAFileIdThatLivesUntilElfClose) {
   const ScratchDirectory scratch;
   // Line ends and the end-of-text character of DOS are bytes like any other.

@@ -85,13 +85,5 @@ TEST(ElfMclose, AddressThatIsNoLiveViewIs52) {
   EXPECT_EQ(elf_mclose(view), 0);
 }
 
-TEST(ElfMclose, ManyViewsEndInAnyOrder) {
-  const ScratchDirectory scratch;
-  write_file("file", "x");
-  std::vector<void*> views(500);
-  for (void*& view : views) ASSERT_EQ(elf_mopen("file", &view), 1);
-  for (size_t i = 0; i < views.size(); ++i) ASSERT_EQ(elf_mclose(views[i * 7 % 500]), 0) << i;
-}
-
 }  // namespace
 }  // namespace ambielf::test

@@ -65,4 +65,6 @@ void TempFile::close_id() {
 
 bool is_open(int id) { return platform::tell(id) != -1; }
 
+int next_file_id() { return TempFile().id(); }
+
 }  // namespace ambielf::test

@@ -35,8 +35,9 @@ class TempFile {
   int id_ = -1;
 };
 
-// Whether a file id is open.
+// Whether a file id is open, and the id that the next open would give: a call that leaves one open moves it.
 bool is_open(int id);
+int next_file_id();
 
 }  // namespace ambielf::test
 
