@@ -30,7 +30,6 @@ TEST(ArchiveAddressSpace, BareMembersBeforeLargeOnesAreNoMeasureOfTheRest) {
   const Archive archive = builder.build();
   const TempFile file(archive.bytes);
   file.resize(int64_t{archive.size()} + (int64_t{1} << 30));
-  elf_version(EV_CURRENT);
   rlimit before{};
   ASSERT_EQ(getrlimit(RLIMIT_AS, &before), 0);
   const rlimit tight = {std::min(own, before.rlim_max), before.rlim_max};

@@ -73,15 +73,6 @@ TEST(ArchivePosition, LoadingLeavesItBehindTheProgramHeaders) {
   EXPECT_EQ(walked.position(), walked.archive.headers[1]) << "nothing is loaded the second time";
 }
 
-TEST(ArchivePosition, TablesThatEndAtTheNextHeaderLeaveItThere) {
-  Object first = object(ByteOrder::little, "text");
-  put_number(first.bytes, offsetof(Elf32_Ehdr, e_phoff), first.size(), 4, ByteOrder::little);
-  ASSERT_EQ(first.size() % 2, 0u);
-  const Walked walked(ArchiveBuilder().member("a", first.bytes).member("b", first.bytes));
-  EXPECT_STREQ(elf_getarhdr(walked.begin())->ar_name, "a");
-  EXPECT_STREQ(elf_getarhdr(walked.begin())->ar_name, "b");
-}
-
 TEST(ArchivePosition, OnlyTheStartOfAHeaderIsAMember) {
   const Walked walked(mixed());
   const int64_t first = walked.archive.headers[0];
@@ -238,18 +229,6 @@ TEST(ArchiveFile, ThatIsClosedIsASeekThatFails) {
   EXPECT_TRUE(failed(elf_begin(other_id, ELF_C_READ, archive.get()), nullptr, 88));
   EXPECT_TRUE(failed(elf_cntl(archive.get(), ELF_C_FDREAD), -1, 88));
   platform::close(other_id);
-}
-
-TEST(ArchiveFile, MayBeOpenedTwice) {
-  const Walked walked(mixed());
-  EXPECT_TRUE(failed(elf_begin(walked.in.file().id(), ELF_C_READ, nullptr), nullptr, 6))
-      << "the position counts";
-  walked.in.file().seek(0);
-  const ElfOwner second(elf_begin(walked.in.file().id(), ELF_C_READ, nullptr));
-  ASSERT_TRUE(second);
-  EXPECT_NE(second.get(), walked.in.elf());
-  Elf* const mine = elf_begin(walked.in.file().id(), ELF_C_READ, second.get());
-  EXPECT_NE(walked.member(0), mine) << "members are each archive's own";
 }
 
 }  // namespace

@@ -123,8 +123,6 @@ class Struck : public Calls {
  public:
   explicit Struck(const Fault& fault) : fault_(fault) {}
 
-  void excuse_if(bool) override {}
-  bool repeated() const override { return false; }
   const Fault& fault() const { return fault_; }
 
  private:

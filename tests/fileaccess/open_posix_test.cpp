@@ -37,7 +37,7 @@ TEST(ElfOpenPosix, SecondTryOpensTheCanonicalPath) {
   EXPECT_EQ(status.st_mode & 0700U, 0600U);
 }
 
-TEST(ElfOpenPosix, SecondFailureDecidesTheCode) {
+TEST(ElfOpenPosix, LastFailureDecidesTheCode) {
   const ScratchDirectory scratch;
   write_file(R"(C:\file)", "x");
   // The first try finds no directory "C:", the second one a file that is there already.
@@ -45,10 +45,7 @@ TEST(ElfOpenPosix, SecondFailureDecidesTheCode) {
   // The first try finds a file where it needs a directory, the second one nothing.
   write_file("C:", "x");
   EXPECT_EQ(code_of_failed_open("C:/missing"), 97);
-}
-
-TEST(ElfOpenPosix, FirstFailureDecidesWhereNoWindowsFormIsAtHand) {
-  const ScratchDirectory scratch;
+  // Without a Windows form the first one counts.
   write_file("file", "x");
   EXPECT_EQ(code_of_failed_open(""), 97);
   EXPECT_EQ(code_of_failed_open("file/below"), 50);

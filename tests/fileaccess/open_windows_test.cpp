@@ -30,12 +30,7 @@ TEST(PathCanonicalizeWindows, RelativePathIsTakenFromTheWorkingDirectory) {
   std::filesystem::create_directory(R"(C:\work)");
   std::filesystem::current_path(R"(C:\work)");
   EXPECT_EQ(canonical_path("foo", nullptr).text, R"(C:\work\foo)");
-  EXPECT_EQ(canonical_path("", nullptr).text, R"(C:\work)");
-  EXPECT_EQ(canonical_path(".", nullptr).text, R"(C:\work\.)");
   EXPECT_EQ(canonical_path("..", nullptr).text, "C:");
-  EXPECT_EQ(canonical_path(R"(..\..\foo)", nullptr).text, R"(C:\foo)");
-  EXPECT_EQ(canonical_path("//server/share/x", nullptr).text, R"(C:\work\server\share\x)");
-  EXPECT_EQ(canonical_path("C:foo", nullptr).text, R"(C:\work\C:foo)");
   for (const size_t size : {1, 250, 251, 252, 600}) {
     const std::string path(size, 'p');
     EXPECT_EQ(canonical_path(path, nullptr).status, size <= 251 ? 0U : 1U) << size;
