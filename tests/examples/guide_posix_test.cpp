@@ -28,15 +28,6 @@ TEST_F(GuidePosix, DebugInfoFindsTheUnitsThatAnotherReaderFinds) {
   }
 }
 
-TEST_F(GuidePosix, CreateMakesAnObjectThatADisassemblerReads) {
-  for (const char* order : {"big", "little"}) {
-    EXPECT_EQ(run_example("guide/create", std::string(order) + " made.o").status, 0);
-    const std::string listing = output_of("llvm-objdump -d made.o");
-    EXPECT_NE(listing.find("<start>:"), std::string::npos) << listing;
-    EXPECT_NE(listing.find("jr\t$ra"), std::string::npos) << listing;
-  }
-}
-
 TEST_F(GuidePosix, PlaceMakesAnExecutableThatReadersAccept) {
   EXPECT_EQ(run_example("guide/create", "big made").status, 0);
   EXPECT_EQ(run_example("guide/place", "made").status, 0);

@@ -76,6 +76,16 @@ TEST_F(Guide, ReadTellsWhyAFileCannotBeRead) {
             std::string::npos);
 }
 
+// The library opens an object of 64 bits as if it had 32, so every program that a user would copy looks for itself.
+TEST_F(Guide, ObjectsOf64BitsAreRefusedByEveryExampleThatReadsObjects) {
+  const auto wide = [](Elf32_Ehdr& header) { header.e_ident[EI_CLASS] = ELFCLASS64; };
+  write_file("wide.o", ObjectBuilder(host_order).header(wide).build().bytes);
+  for (const char* const program : {"sections", "guide/read"}) {
+    const Ending run = run_example(program, "wide.o");
+    EXPECT_NE((run.output + run.errors).find("not a 32-bit object"), std::string::npos) << program;
+  }
+}
+
 TEST_F(Guide, ByteOrderShowsTheSymbolAsTheFileAndAsTheHostHaveIt) {
   const std::string in_host_order = "st_size 0x00000008\n", in_other_order = "st_size 0x08000000\n";
   for (const char* order : orders) {
