@@ -115,7 +115,7 @@ class TextListing {
     out_.text(relocations.have_addends() ? " + Addend\n" : "\n");
     for (const Relocation relocation : relocations) {
       out_.hex(relocation.offset, 8).text("  ").hex(relocation.info, 8).character(' ');
-      out_.name(names_.relocation(relocation.type()), 17);
+      out_.name(names_.relocation(relocation.type()), 22);
       relocated_by(relocation, symbols, relocations.have_addends());
       out_.character('\n');
     }
@@ -175,7 +175,7 @@ class TextListing {
     const int64_t addend = relocation.addend;
     if (relocation.symbol() == 0) {
       if (has_addend)
-        out_.spaces(17).text(addend < 0 ? "-" : "").hex(static_cast<uint64_t>(std::abs(addend)));
+        out_.spaces(12).text(addend < 0 ? "-" : "").hex(static_cast<uint64_t>(std::abs(addend)));
       return;
     }
     if (relocation.symbol() >= symbols.size()) {
@@ -183,7 +183,7 @@ class TextListing {
     } else {
       const Symbol symbol = symbols[relocation.symbol()];
       const std::string_view name = symbol_name(object_, symbol);
-      out_.text("      ").hex(symbol.value(), 8).text("   ").name(name.empty() ? "<null>" : name);
+      out_.character(' ').hex(symbol.value(), 8).text("   ").name(name.empty() ? "<null>" : name);
     }
     if (has_addend) out_.text(addend < 0 ? " - " : " + ").hex(static_cast<uint64_t>(std::abs(addend)));
   }
