@@ -8,8 +8,7 @@ namespace {
 class AllocatedArrays : public EveryWayBack {
  protected:
   Object array(const char* name, uint32_t type, uint32_t entry_size, uint32_t flags) const {
-    const Bytes words = emit().words({0x11223344, 0x55667788, 3, 4, 5, 6, 7, 8, 9});
-    return builder().section(name, type, words, {.flags = flags, .entsize = entry_size}).build();
+    return builder().section(name, type, contents(), {.flags = flags, .entsize = entry_size}).build();
   }
   Bytes contents() const { return emit().words({0x11223344, 0x55667788, 3, 4, 5, 6, 7, 8, 9}); }
 };

@@ -10,8 +10,6 @@
 namespace ambielf::test {
 namespace {
 
-constexpr ByteOrder orders[] = {ByteOrder::little, ByteOrder::big};
-
 // 1 .text, 2 .symtab, 3 .strtab without a last zero byte, 4 .rel, 5 .rela, 6 of a type that can't be loaded,
 // 7 .dynamic, 8 a symbol table whose entries are too small, 9 .shstrtab
 Object sample(ByteOrder order) {
@@ -88,7 +86,7 @@ void expect_sample(const ambielf::Object& object, ByteOrder order) {
 }
 
 TEST(Cpp, ShowsOneObjectAlikeOnEveryRoad) {
-  for (const ByteOrder order : orders) {
+  for (const ByteOrder order : both_orders) {
     const Bytes bytes = sample(order).bytes;
     const TempFile file(bytes);
     expect_sample(ambielf::Object(file.path().c_str()), order);
@@ -125,7 +123,7 @@ TEST(Cpp, HasTheCodeOfWhatFails) {
 }
 
 TEST(Cpp, TellsWhatItDoesNotRead) {
-  for (const ByteOrder order : orders) {
+  for (const ByteOrder order : both_orders) {
     const auto opened = [&](auto change) {
       ObjectBuilder builder(order);
       const TempFile file(builder.section("a", SHT_PROGBITS, "a").header(change).build().bytes);

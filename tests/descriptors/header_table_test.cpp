@@ -115,7 +115,9 @@ TEST_P(HeaderTables, ThatTheInputDoesNotHoldAreZeroRecords) {
     const Input in = with_sections(0xFFFF);
     ASSERT_TRUE(in.elf()) << offset;
     EXPECT_EQ(in.shdr(0xFFFE)->sh_type, static_cast<uint32_t>(SHT_NULL));
+    EXPECT_EQ(elf_ndxscn(in.scn(0xFFFE)), 0xFFFEu);
     EXPECT_TRUE(failed(elf_getscn(in, 0xFFFF), nullptr, 21));
+    EXPECT_TRUE(failed(elf_nextscn(in, in.scn(0xFFFE)), nullptr, 21));
     const Table<Elf32_Phdr> phdrs(elf32_getphdr(in));
     EXPECT_EQ(phdrs.get()[0xFFFE].p_type, static_cast<uint32_t>(PT_NULL));
     const Input without = with_sections(0);

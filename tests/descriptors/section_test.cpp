@@ -284,25 +284,6 @@ TEST_P(Sections, MayShareTheirBytes) {
   }
 }
 
-// The largest number of sections that a header can state.
-TEST_P(Sections, MayBe65535) {
-  Object object = builder().section("first", SHT_PROGBITS, "1").build();
-  object.bytes.resize(object.size() + (0xFFFF - 3) * sizeof(Elf32_Shdr));
-  put_number(object.bytes, offsetof(Elf32_Ehdr, e_shnum), 0xFFFF, 2, order());
-  put_number(object.bytes, object.shdr_field(0xFFFE, offsetof(Elf32_Shdr, sh_type)), SHT_PROGBITS, 4,
-             order());
-  Input in = open(object);
-  size_t count = 0;
-  for (Elf_Scn* scn = nullptr; (scn = elf_nextscn(in, scn)) != nullptr; ++count) {
-    ASSERT_EQ(elf_ndxscn(scn), count + 1);
-  }
-  EXPECT_EQ(count, 0xFFFEu);
-  EXPECT_EQ(elf_errno(), 21);
-  EXPECT_TRUE(in.data(0xFFFE));
-  EXPECT_TRUE(failed(elf_getscn(in, 0xFFFF), nullptr, 21));
-  EXPECT_TRUE(in.ends_restored());
-}
-
 TEST(GarbageCollector, RefusesNothing) {
   GarbageCollector blocks;
   EXPECT_TRUE(failed(blocks.add(nullptr), false, 73));

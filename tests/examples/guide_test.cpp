@@ -213,16 +213,14 @@ TEST_F(Guide, IndexesFindSymbolsInObjectsAndArchives) {
 }
 
 TEST_F(Guide, SizesCountsEveryAllocatedSectionOfEachMember) {
-  SectionFields code, data;
-  code.flags = SHF_ALLOC | SHF_EXECINSTR;
-  data.flags = SHF_ALLOC | SHF_WRITE;
+  constexpr uint32_t code = SHF_ALLOC | SHF_EXECINSTR, data = SHF_ALLOC | SHF_WRITE;
   for (const ByteOrder order : both_orders) {
     ObjectBuilder object(order);
-    object.section(".text", SHT_PROGBITS, "abcd", code).section(".exidx", 0x70000001, "ef", code);
-    object.section(".data", SHT_PROGBITS, "ghi", data).section(".comment", SHT_PROGBITS, "text");
-    data.size = 100;
-    object.section(".bss", SHT_NOBITS, "", data);
-    data.size.reset();
+    object.section(".text", SHT_PROGBITS, "abcd", {.flags = code})
+        .section(".exidx", 0x70000001, "ef", {.flags = code})
+        .section(".data", SHT_PROGBITS, "ghi", {.flags = data})
+        .section(".comment", SHT_PROGBITS, "text")
+        .section(".bss", SHT_NOBITS, "", {.flags = data, .size = 100});
     const Archive archive = ArchiveBuilder(order).member("one.o", object.build().bytes).build();
     write_file("sizes.a", archive.bytes);
     EXPECT_EQ(output_of_program("sizes", "sizes.a"), "      6       3     100 one.o\n");

@@ -1,7 +1,4 @@
 // The work version that elf_begin demands, and the fill value.
-#include "frame/library_state.h"
-
-#include <climits>
 #include <cstdlib>
 
 #include "support/input.h"
@@ -35,14 +32,6 @@ TEST(LibraryStateDeathTest, OnlyBeginDemandsAVersion) {
         std::exit(HasFailure() ? 1 : 0);
       },
       testing::ExitedWithCode(0), "");
-}
-
-TEST(LibraryState, FillTakesAnyNumber) {
-  for (const int fill : {INT_MIN, -1, 0x1FF, INT_MAX, 0}) {
-    elf_fill(fill);
-    EXPECT_EQ(fill_value(), fill);
-  }
-  EXPECT_EQ(elf_errno(), 0);
 }
 
 }  // namespace

@@ -12,18 +12,13 @@ namespace {
 class Companions : public testing::TestWithParam<ByteOrder> {};
 INSTANTIATE_TEST_SUITE_P(All, Companions, testing::ValuesIn(both_orders), order_name);
 
-struct Rewriting {
-  TempFile file;
-  ElfOwner elf;
-  explicit Rewriting(const Object& object) : file(object.bytes) {
-    elf_version(EV_CURRENT);
-    elf_errno();
-    elf.reset(elf_begin(file.id(), ELF_C_RDWR, nullptr));
-    elf_flagelf(elf.get(), ELF_C_SET, ELF_F_DIRTY);
+struct Rewriting : Input {
+  explicit Rewriting(const Object& object) : Input(Road::file, object.bytes, ELF_C_RDWR) {
+    elf_flagelf(elf(), ELF_C_SET, ELF_F_DIRTY);
   }
-  int32_t write() {
-    file.seek(0);
-    return elf_update(elf.get(), ELF_C_WRITE);
+  int32_t write() const {
+    file().seek(0);
+    return elf_update(elf(), ELF_C_WRITE);
   }
 };
 
@@ -49,8 +44,8 @@ TEST_P(Companions, NameTableIsLoadedOnlyForABlockToConvert) {
     Object object = builder.build();
     put_number(object.bytes, object.shdr_field(builder.name_table_index(), offsetof(Elf32_Shdr, sh_name)), 0,
                4, order);
-    Rewriting in(object);
-    Elf_Scn* const scn = elf_newscn(in.elf.get());
+    const Rewriting in(object);
+    Elf_Scn* const scn = elf_newscn(in);
     elf32_getshdr(scn)->sh_name = 1;
     elf32_getshdr(scn)->sh_type = SHT_PROGBITS;
     Bytes contents = Emit(order).words({1, 2, 3});
@@ -67,8 +62,8 @@ TEST_P(Companions, NameTableIsLoadedOnlyForABlockToConvert) {
       continue;
     }
     ASSERT_GT(in.write(), 1) << elf_errno();
-    EXPECT_EQ(bytes_at(in.file.contents(), elf32_getshdr(scn)->sh_offset, contents.size()), contents);
-    EXPECT_EQ(in.elf->loaded_scn(builder.name_table_index()), nullptr);
+    EXPECT_EQ(bytes_at(in.file().contents(), elf32_getshdr(scn)->sh_offset, contents.size()), contents);
+    EXPECT_EQ(in.elf()->loaded_scn(builder.name_table_index()), nullptr);
   }
 }
 
@@ -83,10 +78,10 @@ TEST_P(Companions, AWriteThatRunsOutOfMemoryLeavesTheFileAlone) {
   size_t ran_out = 0;
   for (size_t nth = 1;; ++nth) {
     SCOPED_TRACE(nth);
-    Rewriting in(object);
+    const Rewriting in(object);
     Bytes more(large, 'n');
     for (int blocks = 0; blocks < 2; ++blocks) {
-      Elf_Data* const block = elf_newdata(elf_getscn(in.elf.get(), 1));
+      Elf_Data* const block = elf_newdata(in.scn(1));
       block->d_buf = more.data();
       block->d_size = large;
     }
@@ -101,7 +96,7 @@ TEST_P(Companions, AWriteThatRunsOutOfMemoryLeavesTheFileAlone) {
     if (size != -1) continue;
     ++ran_out;
     EXPECT_NE(elf_errno(), 0);
-    EXPECT_TRUE(in.file.contents() == object.bytes);
+    EXPECT_TRUE(in.file().contents() == object.bytes);
   }
   EXPECT_GT(ran_out, 2u);
 }

@@ -9,7 +9,7 @@
 namespace ambielf::test {
 namespace {
 
-Elf* begin_rewriting(const TempFile& file) { return elf_begin(file.id(), ELF_C_RDWR, nullptr); }
+Input rewriting(const Object& object) { return Input(Road::file, object.bytes, ELF_C_RDWR); }
 
 // Three large sections move round: old bytes lie where others go, more than are held in memory, and their places in
 // the temporary file are used again.
@@ -23,24 +23,22 @@ TEST(Rewriting, ContentsThatChangePlacesGoThroughATemporaryFile) {
   builder.section(".late", SHT_PROGBITS, contents, {.offset = start + 2 * third, .size = third})
       .section(".early", SHT_PROGBITS, "", {.offset = start, .size = third})
       .section(".middle", SHT_PROGBITS, "", {.offset = start + third, .size = third});
-  const TempFile file(builder.build().bytes);
-  const ElfOwner elf(begin_rewriting(file));
-  elf_flagelf(elf.get(), ELF_C_SET, ELF_F_DIRTY);
-  ASSERT_GT(elf_update(elf.get(), ELF_C_WRITE), 1) << elf_errno();
+  const Input elf = rewriting(builder.build());
+  elf_flagelf(elf, ELF_C_SET, ELF_F_DIRTY);
+  ASSERT_GT(elf_update(elf, ELF_C_WRITE), 1) << elf_errno();
   std::rotate(contents.begin(), contents.end() - third, contents.end());
-  EXPECT_TRUE(bytes_at(file.contents(), 52, contents.size()) == contents);
+  EXPECT_TRUE(bytes_at(elf.file().contents(), 52, contents.size()) == contents);
 }
 
 // Names of a new section's blocks are looked up in a table that nobody had loaded.
 TEST(Rewriting, TheNameTableIsLoadedBeforeLayoutAndThePositionPutBack) {
   for (const ByteOrder order : both_orders) {
-    const Object object = ObjectBuilder(order)
-                              .section(".a", SHT_PROGBITS, "aaaa")
-                              .section(".debug_info", SHT_PROGBITS, "")
-                              .build();
-    const TempFile file(object.bytes);
-    const ElfOwner elf(begin_rewriting(file));
-    Elf_Scn* const added = elf_newscn(elf.get());
+    const Input elf = rewriting(ObjectBuilder(order)
+                                    .section(".a", SHT_PROGBITS, "aaaa")
+                                    .section(".debug_info", SHT_PROGBITS, "")
+                                    .build());
+    Elf_Scn* const added = elf_newscn(elf);
+    EXPECT_EQ(elf_ndxscn(added), 4u);
     elf32_getshdr(added)->sh_name = 1;
     elf32_getshdr(added)->sh_type = SHT_HASH;
     uint32_t word = 0x01020304;
@@ -48,33 +46,13 @@ TEST(Rewriting, TheNameTableIsLoadedBeforeLayoutAndThePositionPutBack) {
     block->d_buf = &word;
     block->d_size = 4;
     block->d_type = ELF_T_WORD;
-    const int32_t size = elf_update(elf.get(), ELF_C_NULL);
-    EXPECT_EQ(file.position(), 0);
-    ASSERT_EQ(elf_update(elf.get(), ELF_C_WRITE), size);
-    EXPECT_EQ(file.position(), size);
-    const Bytes written = file.contents();
+    const int32_t size = elf_update(elf, ELF_C_NULL);
+    EXPECT_EQ(elf.file().position(), 0);
+    ASSERT_EQ(elf_update(elf, ELF_C_WRITE), size);
+    EXPECT_EQ(elf.file().position(), size);
+    const Bytes written = elf.file().contents();
     EXPECT_EQ(bytes_at(written, 52, 4), text_bytes("aaaa"));
     EXPECT_EQ(bytes_at(written, elf32_getshdr(added)->sh_offset, 4), Bytes(Emit(order).u32(word)));
-  }
-}
-
-// Not-loaded sections meet one that sends nothing but has moved the layout on.
-TEST(Rewriting, SectionsLandWhereLayoutSaidBehindOnesThatSendNothing) {
-  const Object object = ObjectBuilder(ByteOrder::little)
-                            .section(".bss", SHT_NOBITS, "", {.addralign = 64, .size = 500})
-                            .section(".note", SHT_NOTE, "note")
-                            .build();
-  const TempFile file(object.bytes);
-  for (const bool caller_laid : {false, true}) {
-    file.seek(0);
-    const ElfOwner elf(begin_rewriting(file));
-    elf32_getshdr(elf_getscn(elf.get(), 1))->sh_offset = 96;
-    elf_flagelf(elf.get(), ELF_C_SET, caller_laid ? ELF_F_DIRTY | ELF_F_LAYOUT : ELF_F_DIRTY);
-    const int32_t size = elf_update(elf.get(), ELF_C_NULL);
-    file.seek(0);
-    ASSERT_EQ(elf_update(elf.get(), ELF_C_WRITE), size);
-    EXPECT_EQ(bytes_at(file.contents(), caller_laid ? 96 : 64, 4), text_bytes("note"));
-    EXPECT_EQ(elf32_getshdr(elf_getscn(elf.get(), 2))->sh_offset, caller_laid ? 96u : 64u);
   }
 }
 
@@ -85,28 +63,26 @@ TEST(Rewriting, DebugInformationThatWasLoadedRawConvertsWhole) {
     // However often memory is short, it never goes out half converted.
     bool short_of_memory = true;
     for (size_t nth = 1; short_of_memory; ++nth) {
-      const TempFile file(
-          debug_object(order, ".debug_info", text, abbreviation(1, false, "u3 u6") + "b0").bytes);
-      const ElfOwner elf(begin_rewriting(file));
-      elf_setreadswapcontroller(elf.get(),
-                                [](const Elf32_Shdr*, const char*) { return int{ELF_SWAP_NEVER}; });
-      Elf_Scn* const scn = elf_getscn(elf.get(), 2);
-      Bytes converted = DwarfText(text, other(order)).bytes();
+      const Input elf =
+          rewriting(debug_object(order, ".debug_info", text, abbreviation(1, false, "u3 u6") + "b0"));
+      elf_setreadswapcontroller(elf, [](const Elf32_Shdr*, const char*) { return int{ELF_SWAP_NEVER}; });
+      Elf_Scn* const scn = elf.scn(2);
+      Bytes converted = dwarf_bytes(other(order), text);
       elf_getdata(scn, nullptr)->d_buf = converted.data();
       elf_setswapbehavior(
           scn, order == other_order ? int{ELF_SWAP_TO_HOST} : hold_in_other_order(nullptr, nullptr));
-      elf_flagelf(elf.get(), ELF_C_SET, ELF_F_DIRTY | ELF_F_LAYOUT);
-      file.seek(0);
+      elf_flagelf(elf, ELF_C_SET, ELF_F_DIRTY | ELF_F_LAYOUT);
+      elf.file().seek(0);
       int32_t size = 0;
       {
         const FailingAllocation shortage(nth);
-        size = elf_update(elf.get(), ELF_C_WRITE);
+        size = elf_update(elf, ELF_C_WRITE);
         short_of_memory = shortage.happened();
       }
-      EXPECT_TRUE(size == -1 ? short_of_memory && elf_errno() != 0 : file.position() == size);
-      const Bytes in_file = DwarfText(text, order).bytes();
+      EXPECT_TRUE(size == -1 ? short_of_memory && elf_errno() != 0 : elf.file().position() == size);
+      const Bytes in_file = dwarf_bytes(order, text);
       EXPECT_TRUE(size == -1 ||
-                  bytes_at(file.contents(), elf32_getshdr(scn)->sh_offset, in_file.size()) == in_file);
+                  bytes_at(elf.file().contents(), elf32_getshdr(scn)->sh_offset, in_file.size()) == in_file);
     }
   }
 }

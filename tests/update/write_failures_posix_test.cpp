@@ -1,4 +1,5 @@
-// Devices, limits and ids that fail a write: each gives its code, and the descriptor writes once they are gone.
+// Limits and ids that fail a write: the descriptor writes once they are gone, and old bytes are not lost. The codes of
+// all calls that can fail are those of tests/faults.
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -51,35 +52,6 @@ class FailedWrite : public testing::Test {
   int32_t total = 0;
 };
 
-TEST_F(FailedWrite, FullDevice) {
-  {
-    const Replaced full(object.file().id(), "/dev/full", O_RDWR);
-    expect_failure(79);
-    expect_failure(79);
-  }
-  expect_success();
-}
-
-TEST_F(FailedWrite, IdThatIsNotOpenForWriting) {
-  {
-    const Replaced read_only(object.file().id(), object.file().path().c_str(), O_RDONLY);
-    expect_failure(86);
-  }
-  EXPECT_TRUE(object.file().contents().empty());
-  expect_success();
-}
-
-TEST_F(FailedWrite, PipesHaveNoPosition) {
-  int ends[2];
-  ASSERT_EQ(pipe(ends), 0);
-  const int kept = dup(object.file().id());
-  dup2(ends[1], object.file().id());
-  expect_failure(17);
-  dup2(kept, object.file().id());
-  for (const int id : {ends[0], ends[1], kept}) close(id);
-  expect_success();
-}
-
 TEST_F(FailedWrite, SizeLimit) {
   const auto former = std::signal(SIGXFSZ, SIG_IGN);
   rlimit limit{};
@@ -106,15 +78,15 @@ TEST(FailedRewrite, OldContentsThatCannotBeReadStopTheWriteBeforeTheyAreLost) {
                             .section(".a", SHT_PROGBITS, "aaaa", {.addralign = 32})
                             .section(".b", SHT_PROGBITS, "bbbb")
                             .build();
-  const TempFile file(object.bytes);
-  const ElfOwner elf(elf_begin(file.id(), ELF_C_RDWR, nullptr));
-  elf_flagelf(elf.get(), ELF_C_SET, ELF_F_DIRTY);
+  const Input elf(Road::file, object.bytes, ELF_C_RDWR);
+  const TempFile& file = elf.file();
+  elf_flagelf(elf, ELF_C_SET, ELF_F_DIRTY);
   {
     const Replaced write_only(file.id(), file.path().c_str(), O_WRONLY);
-    EXPECT_TRUE(failed(elf_update(elf.get(), ELF_C_WRITE), -1, 8));
+    EXPECT_TRUE(failed(elf_update(elf, ELF_C_WRITE), -1, 8));
   }
   EXPECT_EQ(file.contents(), object.bytes);
-  ASSERT_GT(elf_update(elf.get(), ELF_C_WRITE), 1);
+  ASSERT_GT(elf_update(elf, ELF_C_WRITE), 1);
   EXPECT_EQ(bytes_at(file.contents(), 64, 8), text_bytes("aaaabbbb"));
 }
 

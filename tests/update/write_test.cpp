@@ -180,14 +180,6 @@ TEST_F(Writing, ContentsWithoutFileSpaceAreNeverRead) {
   EXPECT_EQ(elf32_getshdr(nobits)->sh_size, 100u);
 }
 
-TEST_F(Writing, TheCommandIsCheckedFirst) {
-  for (const uint32_t command : {1u, 3u, 4u, 5u, 6u, 7u}) {
-    EXPECT_EQ(elf_update(object, static_cast<Elf_Cmd>(command)), 0);
-  }
-  EXPECT_EQ(elf_errno(), 0);
-  EXPECT_EQ(object.header().e_shentsize, 0);
-}
-
 TEST_F(Writing, AfterTheLastReadOnlyACleanDescriptorPasses) {
   elf_cntl(object, ELF_C_FDDONE);
   expect_refused_untouched(42);
