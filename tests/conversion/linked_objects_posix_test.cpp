@@ -1,9 +1,8 @@
 // Objects that compilers made for architectures with SHT_RELA, linked into one with -r: .debug_info reads as that of
 // the parts one after the other, though the headers of all units name the same abbreviations.
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 
+#include "support/scratch_directory.h"
 #include "support/twin_sources.h"
 #include "support/twins.h"
 #include "support/way_back.h"
@@ -79,8 +78,7 @@ TEST_P(LinkedObjects, ReadAsTheirParts) {
     }
     ASSERT_EQ(std::system(command.c_str()), 0);
     // A linker puts a new file in the place of the one that is open.
-    std::ifstream file(linked.path(), std::ios::binary);
-    const Bytes whole((std::istreambuf_iterator<char>(file)), std::istreambuf_iterator<char>());
+    const Bytes whole = text_bytes(file_bytes(linked.path()));
     for (const Road road : {Road::file, Road::image}) EXPECT_TRUE(debug_info(road, whole, order) == expected);
   }
 }

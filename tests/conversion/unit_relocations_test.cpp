@@ -107,32 +107,28 @@ class UnitRelocations : public EveryWayBack {
 INSTANTIATE_EVERY_ORDER_AND_ROAD(UnitRelocations);
 
 TEST_P(UnitRelocations, GiveSymbolPlusAddend) {
-  const uint32_t back = static_cast<uint32_t>(-int32_t{second_set});
+  const std::string word = one_word(4, 0), halves = two_halves(4, 0), raw = "{ " + halves + "} ";
   const struct {
     const char* reason;
     std::vector<Relocation> relocations;
-    bool raw;  // the second unit stays as it is
+    std::string second_unit;
   } rows[] = {
-      {"section symbol and addend", {{unit_size + field, 1, second_set}}, false},
-      {"symbol with a value", {{unit_size + field, 2, 0}}, false},
-      {"both, wrapping around", {{unit_size + field, 2, back}, {2 * unit_size + field_5, 2, 0}}, true},
-      {"no symbol", {{unit_size + field, 0, second_set}}, false},
-      {"behind others, out of order", {{32 + 12, 1, 0}, {unit_size + field, 2, 0}, {0, 1, 0}}, false},
-      {"twice the same", {{unit_size + field, 2, 0}, {unit_size + field, 1, second_set}}, false},
-      {"twice, differently", {{unit_size + field, 2, 0}, {unit_size + field, 1, 0}}, true},
-      {"an undefined symbol", {{unit_size + field, 3, 0}}, true},
-      {"a symbol behind the table", {{unit_size + field, 4, second_set}}, true},
-      {"far behind", {{unit_size + field, 0xffffff, 0}}, true},
+      {"section symbol and addend", {{unit_size + field, 1, second_set}}, halves},
+      {"symbol with a value", {{unit_size + field, 2, 0}}, halves},
+      {"both, wrapping around", {{unit_size + field, 2, 0 - second_set}}, word},
+      {"no symbol", {{unit_size + field, 0, second_set}}, halves},
+      {"behind others, out of order", {{32 + 12, 1, 0}, {unit_size + field, 2, 0}, {0, 1, 0}}, halves},
+      {"twice the same", {{unit_size + field, 2, 0}, {unit_size + field, 1, second_set}}, halves},
+      {"twice, differently", {{unit_size + field, 2, 0}, {unit_size + field, 1, 0}}, raw},
+      {"an undefined symbol", {{unit_size + field, 3, 0}}, raw},
+      {"a symbol behind the table", {{unit_size + field, 4, second_set}}, raw},
+      {"far behind", {{unit_size + field, 0xffffff, 0}}, raw},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.reason);
-    const bool wraps = row.relocations.size() == 2 && row.relocations[0].addend == back;
     Relocated object{row.relocations};
-    if (!wraps) object.relocations.push_back({2 * unit_size + field_5, 2, 0});
-    const std::string second = wraps     ? one_word(4, 0)
-                               : row.raw ? "{ " + two_halves(4, 0) + "} "
-                                         : two_halves(4, 0);
-    expect_reads(object, one_word(4, 0) + second + two_halves(5, 0));
+    object.relocations.push_back({2 * unit_size + field_5, 2, 0});
+    expect_reads(object, word + row.second_unit + two_halves(5, 0));
   }
 }
 
@@ -162,8 +158,8 @@ TEST_P(UnitRelocations, WithoutSymbolsLeaveTheUnit) {
     WayBack in = open(object.build(order(), two_halves(4, 0)));
     in.elf()->get_shdr(3)->sh_link = link;
     EXPECT_EQ(in.contents(2), dwarf_bytes(order(), two_halves(4, 0))) << link;
-    in.elf()->get_shdr(3)->sh_link =
-        4;  // too late for the way back of an image, and for a write of these bytes
+    // Too late for the way back of an image, and for a write of these bytes.
+    in.elf()->get_shdr(3)->sh_link = 4;
     EXPECT_TRUE(in.comes_back()) << link;
   }
 }
@@ -186,22 +182,14 @@ TEST_P(UnitRelocations, CountAsTheyAreNow) {
   if (by_image()) return;
   const Relocated object{{{field, 1, 0}}};
   const ByteOrder memory = other(order());
-  for (const bool loaded : {false, true}) {
-    WayBack in = open(object.build(order(), one_word(4, 0)));
-    EXPECT_TRUE(reads_as(in.contents(2), DwarfText(one_word(4, 0), memory)));
-    if (!loaded) {
-      EXPECT_TRUE(in.comes_back());
-      continue;
-    }
-    unsigned char* const addend = static_cast<unsigned char*>(in.data(3)->d_buf) + 8;
-    addend[memory == ByteOrder::big ? 3 : 0] = second_set;
-    const Bytes edited = dwarf_bytes(memory, two_halves(4, 0));
-    std::memcpy(in.data(2)->d_buf, edited.data(), edited.size());
-    elf_flagelf(in, ELF_C_SET, ELF_F_DIRTY);
-    const Bytes written = in.write();
-    EXPECT_EQ(bytes_at(written, in.shdr(2)->sh_offset, edited.size()),
-              dwarf_bytes(order(), two_halves(4, 0)));
-  }
+  const WayBack in = open(object.build(order(), one_word(4, 0)));
+  EXPECT_TRUE(reads_as(in.contents(2), DwarfText(one_word(4, 0), memory)));
+  unsigned char* const addend = static_cast<unsigned char*>(in.data(3)->d_buf) + 8;
+  addend[memory == ByteOrder::big ? 3 : 0] = second_set;
+  const Bytes edited = dwarf_bytes(memory, two_halves(4, 0));
+  std::memcpy(in.data(2)->d_buf, edited.data(), edited.size());
+  const Bytes written = in.write();
+  EXPECT_EQ(bytes_at(written, in.shdr(2)->sh_offset, edited.size()), dwarf_bytes(order(), two_halves(4, 0)));
 }
 
 // Several blocks of a new object, each with its relocations in a block of their own.

@@ -10,29 +10,6 @@ namespace {
 class Opening : public EveryOrderAndRoad {};
 INSTANTIATE_EVERY_ORDER_AND_ROAD(Opening);
 
-TEST_P(Opening, HeaderAndTablesAreInMemoryOrder) {
-  const Input in = open(builder()
-                            .header([](Elf32_Ehdr& h) { h.e_entry = 0x01020304; })
-                            .segment({PT_LOAD, 0x34, 0x10000, 0x20000, 4, 8, PF_R | PF_X, 0x1000})
-                            .section(".text", SHT_PROGBITS, "abcd", {.flags = 6, .addralign = 16})
-                            .build());
-  ASSERT_TRUE(in.elf()) << elf_errmsg(elf_errno());
-  EXPECT_EQ(elf_kind(in), ELF_K_ELF);
-  EXPECT_EQ(elf_getbase(in), 0);
-  const Elf32_Ehdr* const header = elf32_getehdr(in);
-  EXPECT_EQ(header->e_entry, 0x01020304u);
-  EXPECT_EQ(header->e_shnum, 3);
-  size_t size = 0;
-  EXPECT_EQ(elf_getident(in, &size), reinterpret_cast<const char*>(header));
-  EXPECT_EQ(size, 16u);
-  EXPECT_EQ(elf_getident(in, nullptr)[EI_DATA], static_cast<char>(order()));
-  EXPECT_EQ(in.shdr(1)->sh_flags, 6u);
-  EXPECT_EQ(in.shdr(1)->sh_addralign, 16u);
-  EXPECT_EQ(in.name(1), ".text");
-  EXPECT_EQ(in.contents(1), text_bytes("abcd"));
-  EXPECT_EQ(elf_errno(), 0);
-}
-
 TEST_P(Opening, ByteOrderComesFromTheVersionAlone) {
   const struct {
     unsigned char first, second;

@@ -127,6 +127,8 @@ TEST_F(Refusals, OfDescriptorsThatAnOperationIsNotFor) {
   with(1), CALL(elf_begin(-1, ELF_C_READ, archive));
   with(60), CALL(elf_begin(archive_file.file().id(), ELF_C_READ, member));
   EXPECT_EQ(size, 0u);
+  EXPECT_EQ(elf_getident(read, &size), reinterpret_cast<char*>(elf32_getehdr(read)));
+  EXPECT_EQ(size, 16u);
   EXPECT_EQ(elf_getbase(empty), 0);
   EXPECT_EQ(elf_kind(empty), ELF_K_ELF);
   EXPECT_EQ(elf_getbase(archive), 0);
