@@ -41,9 +41,9 @@ TEST_P(Queries, StringsInsideTheirTableAreTerminated) {
 
 // The blocks of a table that a caller builds: the first whose end reaches the offset answers.
 TEST(Strings, InTablesOfSeveralBlocks) {
-  const TempFile file(ObjectBuilder(host_order).section("s", SHT_STRTAB, "abc").build().bytes);
-  const ElfOwner elf(elf_begin(file.id(), ELF_C_RDWR, nullptr));
-  Elf_Scn* const scn = elf_getscn(elf.get(), 1);
+  const Bytes object = ObjectBuilder(host_order).section("s", SHT_STRTAB, "abc").build().bytes;
+  const Input elf(Road::file, object, ELF_C_RDWR);
+  Elf_Scn* const scn = elf.scn(1);
   Elf_Data* const first = elf_getdata(scn, nullptr);
   char text[] = "defg";
   Elf_Data* const more[] = {elf_newdata(scn), elf_newdata(scn)};
@@ -59,13 +59,12 @@ TEST(Strings, InTablesOfSeveralBlocks) {
   EXPECT_TRUE(failed(elf_getdata(scn, more[1]), nullptr, 37));
   const char* const expected[] = {nullptr,  text + 1, nullptr, text,
                                   text + 1, nullptr,  nullptr};  // from offset 3 on
-  EXPECT_EQ(elf_strptr(elf.get(), 1, 2), static_cast<char*>(first->d_buf) + 2);
+  EXPECT_EQ(elf_strptr(elf, 1, 2), static_cast<char*>(first->d_buf) + 2);
   for (size_t i = 0; i < std::size(expected); ++i) {
-    EXPECT_TRUE(failed(elf_strptr(elf.get(), 1, 3 + i), expected[i], expected[i] == nullptr ? 37 : 0))
-        << 3 + i;
+    EXPECT_TRUE(failed(elf_strptr(elf, 1, 3 + i), expected[i], expected[i] == nullptr ? 37 : 0)) << 3 + i;
   }
   more[0]->d_buf = nullptr;
-  EXPECT_TRUE(failed(elf_strptr(elf.get(), 1, 4), nullptr, 37));
+  EXPECT_TRUE(failed(elf_strptr(elf, 1, 4), nullptr, 37));
 }
 
 TEST_P(Queries, ControlEndsLoading) {

@@ -1,4 +1,4 @@
-// Sections on demand: identity, blocks, the COFF debug sections, names, and what the input does not hold.
+// Sections on demand: blocks, the COFF debug sections, names, and what the input does not hold.
 #include <cstring>
 
 #include "descriptors/elf_scn.h"
@@ -16,22 +16,6 @@ class Sections : public EveryOrderAndRoad {
   }
 };
 INSTANTIATE_EVERY_ORDER_AND_ROAD(Sections);
-
-TEST_P(Sections, AreMadeOnceWhenAskedFor) {
-  ObjectBuilder b = builder();
-  for (const char* const name : {"a", "b", "c", "d", "e", "f"}) b.section(name, SHT_PROGBITS, name);
-  const Input in = open(b.build());  // the name table is section 7
-  Elf_Scn* const fifth = in.scn(5);
-  Elf_Scn* const second = in.scn(2);
-  EXPECT_EQ(in.scn(5), fifth);
-  EXPECT_EQ(elf_ndxscn(fifth), 5u);
-  EXPECT_EQ(elf_nextscn(in, second), in.scn(3));
-  EXPECT_EQ(elf_nextscn(in, nullptr), in.scn(1));
-  EXPECT_EQ(elf_ndxscn(in.scn(0)), 0u);
-  EXPECT_EQ(elf_errno(), 0);
-  EXPECT_TRUE(failed(elf_nextscn(in, in.scn(7)), nullptr, 21));
-  EXPECT_TRUE(failed(elf_getscn(in, 8), nullptr, 21));
-}
 
 TEST_P(Sections, HaveOneBlockOrNone) {
   const Input in = open(builder()

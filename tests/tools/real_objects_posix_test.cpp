@@ -54,7 +54,6 @@ std::string linked(const std::string& file) {
 class RealObjects : public testing::TestWithParam<const char*> {
  protected:
   void SetUp() override {
-    elf_version(EV_CURRENT);
     write_file("original.o",
                compile_twin(GetParam(), Language::c, "-O1 -gdwarf-2 -ffunction-sections", source));
     write_file("outside.o", compile_twin(GetParam(), Language::c, "-O1", outside));
@@ -88,19 +87,18 @@ INSTANTIATE_TEST_SUITE_P(All, RealObjects, testing::ValuesIn(targets), target_na
 
 TEST_P(RealObjects, RewrittenInPlaceLoadedOrNot) {
   for (const bool load : {false, true}) {
-    const TempFile file(Bytes(original_.begin(), original_.end()));
-    const ElfOwner elf(elf_begin(file.id(), ELF_C_RDWR, nullptr));
-    for (size_t i = 1; load && i < elf32_getehdr(elf.get())->e_shnum; ++i) {
-      Elf_Scn* const scn = elf_getscn(elf.get(), i);
+    const Input elf(Road::file, text_bytes(original_), ELF_C_RDWR);
+    for (size_t i = 1; load && i < elf32_getehdr(elf)->e_shnum; ++i) {
+      Elf_Scn* const scn = elf.scn(i);
       // Once loaded, a section without file contents has the size of its blocks.
       if (scn == nullptr || elf32_getshdr(scn)->sh_type != SHT_NOBITS) continue;
       elf_newdata(scn)->d_size = elf32_getshdr(scn)->sh_size;
     }
-    elf_flagelf(elf.get(), ELF_C_SET, ELF_F_DIRTY);
-    file.seek(0);
-    const int32_t size = elf_update(elf.get(), ELF_C_WRITE);
+    elf_flagelf(elf, ELF_C_SET, ELF_F_DIRTY);
+    elf.file().seek(0);
+    const int32_t size = elf_update(elf, ELF_C_WRITE);
     ASSERT_GT(size, 1) << elf_errno();
-    Bytes written = file.contents();
+    Bytes written = elf.file().contents();
     written.resize(static_cast<size_t>(size));
     write_file("rewritten.o", written);
     expect_equivalent("rewritten.o");

@@ -133,6 +133,9 @@ TEST_F(Layout, OffsetsThatLeaveTheirBitsAreRefused) {
     data->d_size = size;
     expect_failure(29);
   }
+  elf32_getshdr(elf_getscn(object, 1))->sh_type = SHT_NOBITS;
+  expect_failure(29);  // 4 GiB, which sh_size can't say
+  elf32_getshdr(elf_getscn(object, 1))->sh_type = SHT_PROGBITS;
   data->d_size = 0x7fffffff - 52 - 1 - 83;  // up to a multiple of 4, and two section headers
   EXPECT_EQ(object.layout(), 0x7fffffac + 80);
   data->d_size += 4;
