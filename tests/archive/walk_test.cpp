@@ -59,13 +59,18 @@ TEST(ArchivePosition, LoadingLeavesItBehindTheProgramHeaders) {
   const Object segmented = ObjectBuilder(other_order)
                                .segment({PT_LOAD, 0, 0, 0, 0, 0, 0, 0})
                                .section(".text", SHT_PROGBITS, "abcd")
+                               .section("unknown", 22, "abcd", {.size = 100'000})
                                .build();
   const Walked walked(
       ArchiveBuilder().member("s", segmented.bytes).member("p", object(host_order, "text").bytes));
   EXPECT_EQ(walked.position(), walked.archive.headers[0]);
-  ASSERT_NE(walked.begin(), nullptr);
+  Elf* const first = walked.begin();
+  ASSERT_NE(first, nullptr);
   EXPECT_EQ(walked.position(), walked.archive.contents[0] + segmented.phoff + sizeof(Elf32_Phdr));
   EXPECT_TRUE(failed(walked.begin(), nullptr, 13));
+  elf_getscn(first, 1);
+  EXPECT_TRUE(failed(elf_getscn(first, 2), nullptr, 28));
+  EXPECT_EQ(walked.position(), walked.archive.contents[0] + segmented.size()) << "cut by the member's end";
 
   Elf* const second = walked.member(1);
   EXPECT_EQ(walked.position(), walked.archive.contents[1] + elf32_getehdr(second)->e_phoff);
