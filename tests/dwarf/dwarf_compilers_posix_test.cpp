@@ -2,10 +2,9 @@
 // gcc: readelf prints the same of a big-endian object and of a little-endian one that holds the two converted sections
 // beside the other debug sections.
 #include <algorithm>
-#include <fstream>
-#include <iterator>
 
 #include "support/input.h"
+#include "support/scratch_directory.h"
 #include "support/twin_sources.h"
 #include "support/twins.h"
 
@@ -77,8 +76,7 @@ std::string readelf_of(const Bytes& object) {
 TEST(DwarfOfCompilers, ReadelfPrintsTheSameOfBothOrders) {
   for (const std::string name : {"debug.dwarf2.big.elf", "debug.dwarf5.big.elf", "debug_cpp.dwarf3.big.elf",
                                  "debug_cpp.dwarf5.big.elf"}) {
-    std::ifstream file(AMBIELF_TEST_DATA "/" + name, std::ios::binary);
-    const Bytes big{std::istreambuf_iterator<char>(file), {}};
+    const Bytes big = text_bytes(file_bytes(AMBIELF_TEST_DATA "/" + name));
     Input in(Road::image, big);
     ASSERT_TRUE(in.elf()) << name;
     elf_setreadswapcontroller(in, [](const Elf32_Shdr*, const char*) -> int { return ELF_SWAP_TO_LSB; });

@@ -1,17 +1,9 @@
 #include "support/twins.h"
 
-#include <array>
-#include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 
+#include "support/scratch_directory.h"
 #include "support/temp_file.h"
-
-#ifdef _WIN32
-#define popen _popen
-#define pclose _pclose
-#endif
 
 namespace ambielf::test {
 
@@ -23,8 +15,7 @@ Bytes compile(const std::string& compiler, Language language, const std::string&
       "cd / && " + compiler + " -x " + kind + " -c -o '" + object.path() + "' - < '" + input.path() + "'";
   if (std::system(command.c_str()) != 0) return {};
   // A compiler may put a new file in the place of the one that is open.
-  std::ifstream file(object.path(), std::ios::binary);
-  return Bytes(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+  return text_bytes(file_bytes(object.path()));
 }
 
 Bytes compile_twin(const char* triple, Language language, const std::string& options,
@@ -37,13 +28,9 @@ Bytes compile_twin(const char* triple, Language language, const std::string& opt
 }
 
 std::string output_of(const std::string& command) {
-  std::string output;
-  FILE* const pipe = popen(command.c_str(), "r");
-  if (pipe == nullptr) return output;
-  std::array<char, 4096> piece{};
-  for (size_t got; (got = fread(piece.data(), 1, piece.size(), pipe)) > 0;) output.append(piece.data(), got);
-  pclose(pipe);
-  return output;
+  const TempFile output;
+  (void)!std::system(("( " + command + " ) > '" + output.path() + "'").c_str());
+  return file_bytes(output.path());
 }
 
 }  // namespace ambielf::test
