@@ -155,8 +155,8 @@ TEST(ArchiveMember, WithoutAnObjectIsSafeEverywhere) {
   EXPECT_EQ(elf_next(elf), ELF_C_READ);
   EXPECT_EQ(walked.position(), walked.archive.headers[2]);
   EXPECT_EQ(elf_end(elf), 1);
-  for (const char* size : {"0", "3", "-1"}) {  // too small for a magic
-    const Walked small(ArchiveBuilder().member("a", "", {.size = size}).member("b", ELFMAG "more bytes"));
+  for (const char* size : {"0", "3", "-1"}) {  // too small for the magic that follows
+    const Walked small(ArchiveBuilder().member("a", "", {.size = size}).member(ELFMAG "name", "more bytes"));
     EXPECT_TRUE(failed(small.begin(), nullptr, 6)) << size;
   }
 }
