@@ -30,20 +30,26 @@ TEST_P(Companions, NameTableIsLoadedOnlyForABlockToConvert) {
     uint32_t type;
     int behavior;  // of the new section: in the file's order, or the other
     bool converted;
+    std::optional<uint32_t> names_size{};  // as the table's header states it
   } rows[] = {{".text", ELF_T_WORD, 0, false},
               {".debug_line", ELF_T_BYTE, 0, false},
               {".text", ELF_T_WORD, ELF_SWAP_NEVER, false},
               {".text", ELF_T_BYTE, 1, false},
               {".text", ELF_T_WORD, 1, true},
-              {".debug_line", ELF_T_BYTE, 1, true}};
+              {".debug_line", ELF_T_BYTE, 1, true},
+              {".debug_line", ELF_T_BYTE, 1, false, 0},
+              {".debug_line", ELF_T_BYTE, 1, false, 11}};  // the table ends in front of the "e"
   for (const auto& row : rows) {
     SCOPED_TRACE(std::string(row.name) + " of type " + std::to_string(row.type) + " held " +
                  std::to_string(row.behavior));
     ObjectBuilder builder(order);
     builder.section(row.name, SHT_PROGBITS, "old contents", {.addralign = 4});
     Object object = builder.build();
-    put_number(object.bytes, object.shdr_field(builder.name_table_index(), offsetof(Elf32_Shdr, sh_name)), 0,
-               4, order);
+    const auto set_in_table = [&](size_t field, uint32_t value) {
+      put_number(object.bytes, object.shdr_field(builder.name_table_index(), field), value, 4, order);
+    };
+    set_in_table(offsetof(Elf32_Shdr, sh_name), 0);
+    if (row.names_size) set_in_table(offsetof(Elf32_Shdr, sh_size), *row.names_size);
     const Rewriting in(object);
     Elf_Scn* const scn = elf_newscn(in);
     elf32_getshdr(scn)->sh_name = 1;
