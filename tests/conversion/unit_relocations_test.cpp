@@ -156,7 +156,7 @@ TEST_P(UnitRelocations, OfOtherPlacesLeaveTheField) {
 // A symbol table that is none leaves the unit as it is.
 TEST_P(UnitRelocations, WithoutSymbolsLeaveTheUnit) {
   const Relocated object{{{field, 2, 0}}};
-  for (const uint32_t link : {0u, 1u, 99u, 0xffffffffu}) {
+  for (const uint32_t link : {0u, 1u, 6u, 0xffffffffu}) {  // there are 6 sections
     WayBack in = open(object.build(order(), two_halves(4, 0)));
     in.elf()->get_shdr(3)->sh_link = link;
     EXPECT_EQ(in.contents(2), dwarf_bytes(order(), two_halves(4, 0))) << link;
