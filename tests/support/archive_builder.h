@@ -59,6 +59,7 @@ class ArchiveBuilder {
   using Symbols = std::vector<std::pair<std::string, size_t>>;
   ArchiveBuilder& symbols(Symbols symbols) {
     symbols_ = std::move(symbols);
+    has_symbols_ = true;
     return *this;
   }
   // A symbol table of these contents, whatever they say.
@@ -76,7 +77,7 @@ class ArchiveBuilder {
     Archive archive;
     append(archive.bytes, order_ == ByteOrder::little ? "!<elfa>\n" : "!<sola>\n");
     if (symbol_table_) append_entry(archive.bytes, *symbol_table_);
-    if (symbols_) append_entry(archive.bytes, {"", symbol_contents(*symbols_), {}});
+    if (has_symbols_) append_entry(archive.bytes, {"", symbol_contents(), {}});
     for (const Member& member : members_) {
       archive.headers.push_back(archive.size());
       append_entry(archive.bytes, member);
@@ -109,24 +110,25 @@ class ArchiveBuilder {
   }
 
   // Where the members start depends on the table's size alone, so it is known before the offsets are.
-  Bytes symbol_contents(const Symbols& symbols) const {
+  Bytes symbol_contents() const {
     size_t offset = 8 + 48 + 4;
-    for (const auto& [name, index] : symbols) offset += 4 + name.size() + 1;
+    for (const auto& [name, index] : symbols_) offset += 4 + name.size() + 1;
     std::vector<uint32_t> headers;
     for (const Member& member : members_) {
       headers.push_back(static_cast<uint32_t>(offset));
       offset += header(member).size() + (member.contents.size() + 1) / 2 * 2;
     }
     Emit table(order_);
-    table.u32(symbols.size());
-    for (const auto& [name, index] : symbols) table.u32(headers.at(index));
-    for (const auto& [name, index] : symbols) table.string(name);
+    table.u32(symbols_.size());
+    for (const auto& [name, index] : symbols_) table.u32(headers.at(index));
+    for (const auto& [name, index] : symbols_) table.string(name);
     return table;
   }
 
   ByteOrder order_;
   std::vector<Member> members_;
-  std::optional<Symbols> symbols_;
+  Symbols symbols_;
+  bool has_symbols_ = false;
   std::optional<Member> symbol_table_;
   Bytes tail_;
 };
