@@ -126,7 +126,7 @@ TEST(Cpp, TellsWhatItDoesNotRead) {
   for (const ByteOrder order : both_orders) {
     const auto opened = [&](auto change) {
       ObjectBuilder builder(order);
-      const TempFile file(builder.section("a", SHT_PROGBITS, "a").header(change).build().bytes);
+      const TempFile file(builder.section("a", SHT_PROGBITS, "a").header(change).build());
       const ambielf::Object object(file.path().c_str());
       return std::pair(object.is_32_bit(), object.has_extended_numbering());
     };

@@ -79,7 +79,7 @@ TEST_F(Guide, ReadTellsWhyAFileCannotBeRead) {
 // The library opens an object of 64 bits as if it had 32, so every program that a user would copy looks for itself.
 TEST_F(Guide, ObjectsOf64BitsAreRefusedByEveryExampleThatReadsObjects) {
   const auto wide = [](Elf32_Ehdr& header) { header.e_ident[EI_CLASS] = ELFCLASS64; };
-  write_file("wide.o", ObjectBuilder(host_order).header(wide).build().bytes);
+  write_file("wide.o", ObjectBuilder(host_order).header(wide).build());
   for (const char* const program : {"sections", "guide/read"}) {
     const Ending run = run_example(program, "wide.o");
     EXPECT_NE((run.output + run.errors).find("not a 32-bit object"), std::string::npos) << program;
@@ -221,7 +221,7 @@ TEST_F(Guide, SizesCountsEveryAllocatedSectionOfEachMember) {
         .section(".data", SHT_PROGBITS, "ghi", {.flags = data})
         .section(".comment", SHT_PROGBITS, "text")
         .section(".bss", SHT_NOBITS, "", {.flags = data, .size = 100});
-    const Archive archive = ArchiveBuilder(order).member("one.o", object.build().bytes).build();
+    const Archive archive = ArchiveBuilder(order).member("one.o", object.build()).build();
     write_file("sizes.a", archive.bytes);
     EXPECT_EQ(output_of_program("sizes", "sizes.a"), "      6       3     100 one.o\n");
   }

@@ -53,7 +53,6 @@ class Input {
       elf_.reset(elf_memory(reinterpret_cast<char*>(image_->data()), image_->size()));
     }
   }
-  Input(Road road, const Object& object) : Input(road, object.bytes) {}
 
   Elf* elf() const { return elf_.get(); }
   operator Elf*() const { return elf(); }
@@ -111,7 +110,6 @@ class EveryOrderAndRoad : public testing::TestWithParam<OrderAndRoad> {
   Emit emit() const { return Emit(order()); }
   // The same numbers as the host has them.
   static Emit host() { return Emit(host_order); }
-  Input open(const Object& object) const { return Input(road(), object); }
   Input open(const Bytes& bytes) const { return Input(road(), bytes); }
 };
 

@@ -25,6 +25,7 @@ struct Object {
   uint16_t shentsize = sizeof(Elf32_Shdr);
   std::vector<uint32_t> offsets;  // sh_offset by section index
 
+  operator const Bytes&() const { return bytes; }  // NOLINT(google-explicit-constructor): it is a file
   size_t size() const { return bytes.size(); }
   Bytes first(size_t count) const { return {bytes.begin(), bytes.begin() + static_cast<long>(count)}; }
   // Where a field of a section header lies, by its offset in the record (offsetof).

@@ -30,8 +30,7 @@ Bytes object_that_defines(ByteOrder order, const std::string& name, uint16_t mac
       .section(".symtab", SHT_SYMTAB, symbols, {.link = 4, .entsize = sizeof(Elf32_Sym)})
       .section(".strtab", SHT_STRTAB, names)
       .header([machine](Elf32_Ehdr& header) { header.e_machine = machine; })
-      .build()
-      .bytes;
+      .build();
 }
 
 // A member of a standard archive, its name field as given.

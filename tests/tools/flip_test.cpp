@@ -173,7 +173,7 @@ TEST_F(ToolFlip, EveryKindOfSectionReadsAsWrittenInTheOtherOrder) {
 
 // In relocatable objects with addends the fields that relocations fill hold 0.
 TEST_F(ToolFlip, NumbersThatStandInRelocationsAreTakenFromThere) {
-  const auto object = [](ByteOrder order) {
+  const auto object = [](ByteOrder order) -> Bytes {
     const auto relocation = [order](uint32_t offset, uint32_t addend) {
       return Emit(order).words({offset, ELF32_R_INFO(1, 1), addend});
     };
@@ -189,8 +189,7 @@ TEST_F(ToolFlip, NumbersThatStandInRelocationsAreTakenFromThere) {
         .section(".rela.debug_frame", SHT_RELA, relocation(19 + 4, static_cast<uint32_t>(-20)), of(5))
         .section(".debug_loc", SHT_PROGBITS, dwarf_bytes(order, "w0 w0 " + short_block + "w0 w0"))
         .section(".rela.debug_loc", SHT_RELA, relocation(0, 0), of(7))
-        .build()
-        .bytes;
+        .build();
   };
   EXPECT_TRUE(flip(object(ByteOrder::big)) == object(ByteOrder::little));
   EXPECT_TRUE(flip(object(ByteOrder::little)) == object(ByteOrder::big));
@@ -223,8 +222,7 @@ TEST_F(ToolFlip, WhatCannotBeFlippedIsRefusedAndTheOutputLeftAlone) {
     return ObjectBuilder(ByteOrder::big)
         .section(name, SHT_PROGBITS, "contents", {.flags = flags})
         .header(std::move(change))
-        .build()
-        .bytes;
+        .build();
   };
   const auto nothing = [](Elf32_Ehdr&) {};
   const struct {
@@ -262,12 +260,11 @@ TEST_F(ToolFlip, WhatCannotBeFlippedIsRefusedAndTheOutputLeftAlone) {
 
 // Of parts of the file that overlap the first is flipped, whatever the others are.
 TEST_F(ToolFlip, BytesThatTwoSectionsShareAreReversedOnce) {
-  const auto object = [](ByteOrder order) {
+  const auto object = [](ByteOrder order) -> Bytes {
     return ObjectBuilder(order)
         .section(".init_array", SHT_INIT_ARRAY, Emit(order).words({1, 2}))
         .section(".fini_array", SHT_FINI_ARRAY, Bytes(), {.offset = 56, .size = 4})
-        .build()
-        .bytes;
+        .build();
   };
   EXPECT_TRUE(flip(object(ByteOrder::big)) == object(ByteOrder::little));
   EXPECT_NE(file_bytes("run.errors").find("section 2, .fini_array: stays as it is"), std::string::npos);

@@ -81,8 +81,7 @@ TEST_F(List, GoesOnBehindWhatCannotBeHad) {
   write_file("damaged.o", damaged.section("symbols", SHT_SYMTAB, "12345678", {.entsize = 4})
                               .section("unnamed", SHT_PROGBITS, "1", {.name = 999})
                               .section("notes", SHT_NOTE, "1234567890abcdef")
-                              .build()
-                              .bytes);
+                              .build());
   const Ending run = run_tool("size nowhere.o cut.o archive.a object.o");
   EXPECT_EQ(run.status, 1);
   EXPECT_NE(run.output.find("a.o (ex archive.a)\n"), std::string::npos);
@@ -103,9 +102,8 @@ TEST_F(List, GoesOnBehindWhatCannotBeHad) {
 TEST_F(List, RefusesWhatIsNoObjectOf32BitsByName) {
   ObjectBuilder builder(ByteOrder::little);
   builder.section("a", SHT_PROGBITS, "a");
-  write_file("wide.o",
-             ObjectBuilder(builder).header([](Elf32_Ehdr& h) { h.e_ident[EI_CLASS] = 2; }).build().bytes);
-  write_file("many.o", ObjectBuilder(builder).header([](Elf32_Ehdr& h) { h.e_shnum = 0; }).build().bytes);
+  write_file("wide.o", ObjectBuilder(builder).header([](Elf32_Ehdr& h) { h.e_ident[EI_CLASS] = 2; }).build());
+  write_file("many.o", ObjectBuilder(builder).header([](Elf32_Ehdr& h) { h.e_shnum = 0; }).build());
   for (const char* const command :
        {"list", "symbols", "size", "copy", "strip", "flip", "remove --section a"}) {
     const std::string out = command[0] == 'l' || command[1] == 'i' || command[1] == 'y' ? "" : " out.o";
@@ -132,7 +130,7 @@ TEST_F(List, DrawsWhereTheBytesGo) {
   }
   many.section("", SHT_STRTAB, text_bytes(names));
   many.header([](Elf32_Ehdr& header) { header.e_shstrndx = 60000; });
-  write_file("many.o", many.build().bytes);
+  write_file("many.o", many.build());
   const Ending run = run_tool("size --map object.o many.o");
   EXPECT_EQ(std::pair(run.status, run.errors), std::pair(0, std::string()));
   for (const char* const part :
@@ -150,8 +148,7 @@ TEST_F(List, RefusesASymbolTableThatTheFileDoesNotHold) {
   write_file("object.o",
              ObjectBuilder(ByteOrder::little)
                  .section(".symtab", SHT_SYMTAB, Emit(ByteOrder::little).zeros(32), {.size = 0xfffffff0})
-                 .build()
-                 .bytes);
+                 .build());
   const Ending run = run_tool("symbols object.o");
   EXPECT_EQ(run.status, 1);
   EXPECT_EQ(run.errors, "ambielf: object.o: its symbol table reaches past the end of the file\n");
@@ -183,8 +180,7 @@ TEST_F(List, FindsTheRecordsOfAnObjectWithoutSections) {
                                  header.e_shoff = header.e_shnum = header.e_shstrndx = 0,
                                  header.e_machine = EM_ARM;
                                })
-                               .build()
-                               .bytes);
+                               .build());
     const Ending run = run_tool("list object.o");
     EXPECT_EQ(std::pair(run.status, run.errors), std::pair(0, std::string()));
     for (const char* const line :
@@ -204,8 +200,7 @@ TEST_F(List, RefusesNamesOutOfProportion) {
   write_file("object.o", ObjectBuilder(ByteOrder::big)
                              .section(".symtab", SHT_SYMTAB, symbols, {.link = 2})
                              .section(".strtab", SHT_STRTAB, text_bytes(std::string(count, 'a')))
-                             .build()
-                             .bytes);
+                             .build());
   const Ending run = run_tool("symbols object.o");
   EXPECT_EQ(run.status, 1);
   EXPECT_NE(run.errors.find("out of proportion"), std::string::npos) << run.errors;

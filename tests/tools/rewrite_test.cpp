@@ -22,20 +22,17 @@ ObjectBuilder relocatable(ByteOrder order) {
                             .symbol(6, 0, 8, info(STB_GLOBAL, STT_FUNC), 0, 1)
                             .symbol(11, 0, 4, info(STB_GLOBAL, STT_OBJECT), 0, 4);
   const SectionFields table = {.link = 9, .info = 3, .addralign = 4, .entsize = sizeof(Elf32_Sym)};
-  const auto relocations = [](uint32_t target) {
-    return SectionFields{.link = 8, .info = target, .addralign = 4, .entsize = sizeof(Elf32_Rel)};
-  };
-  const auto group = [](uint32_t symbol) {
-    return SectionFields{.link = 8, .info = symbol, .addralign = 4, .entsize = 4};
+  const auto entries = [](uint32_t size, uint32_t info) {
+    return SectionFields{.link = 8, .info = info, .addralign = 4, .entsize = size};
   };
   ObjectBuilder builder(order);
   builder.section(".text", SHT_PROGBITS, "12345678", {.flags = SHF_ALLOC | SHF_EXECINSTR, .addralign = 4})
       .section(".debug_info", SHT_PROGBITS, Emit(order).zeros(40))
-      .section(".rel.debug_info", SHT_REL, Emit(order).words({4, 1 << 8 | 7}), relocations(2))
+      .section(".rel.debug_info", SHT_REL, Emit(order).words({4, 1 << 8 | 7}), entries(8, 2))
       .section(".data", SHT_PROGBITS, "abcdefgh", {.flags = SHF_ALLOC | SHF_WRITE, .addralign = 4})
-      .section(".rel.data", SHT_REL, Emit(order).words({0, 3 << 8 | 9}), relocations(4))
-      .section(".group", SHT_GROUP, Emit(order).words({GRP_COMDAT, 4, 5}), group(4))
-      .section(".group", SHT_GROUP, Emit(order).words({GRP_COMDAT, 2, 3}), group(4))
+      .section(".rel.data", SHT_REL, Emit(order).words({0, 3 << 8 | 9}), entries(8, 4))
+      .section(".group", SHT_GROUP, Emit(order).words({GRP_COMDAT, 4, 5}), entries(4, 4))
+      .section(".group", SHT_GROUP, Emit(order).words({GRP_COMDAT, 2, 3}), entries(4, 4))
       .section(".symtab", SHT_SYMTAB, symbols, table)
       .section(".strtab", SHT_STRTAB, Emit(order).u8(0).string("less").string("func").string("more"));
   builder.header([](Elf32_Ehdr& header) { header.e_type = ET_REL; });
@@ -83,7 +80,7 @@ TEST_P(Rewrite, CopyGivesBackAnObjectWithoutGapsByteForByte) {
 }
 
 TEST_P(Rewrite, WithoutDebugSectionsEverythingHasItsNewNumber) {
-  write_file("in", relocatable(GetParam()).build().bytes);
+  write_file("in", relocatable(GetParam()).build());
   ASSERT_EQ(run_tool("strip -g in out").errors, "");
   const ambielf::Object out("out");
   EXPECT_EQ(names(out),
@@ -107,7 +104,7 @@ TEST_P(Rewrite, WithoutDebugSectionsEverythingHasItsNewNumber) {
 }
 
 TEST_P(Rewrite, StripTakesSymbolsAndTheirStringsFromAStaticProgram) {
-  write_file("in", program(GetParam()).build().bytes);
+  write_file("in", program(GetParam()).build());
   ASSERT_EQ(run_tool("strip in out").errors, "");
   const ambielf::Object in("in"), out("out");
   EXPECT_EQ(names(out), (Names{"", ".text", ".rel.dyn", ".shstrtab"}));
@@ -158,7 +155,7 @@ TEST_P(Rewrite, WhatCannotBeDoneRightIsRefusedAndLeavesOutAsItWas) {
   };
   write_file("out", "old");
   for (const auto& row : rows) {
-    write_file("in", row.input(GetParam()).build().bytes);
+    write_file("in", row.input(GetParam()).build());
     const Ending run = run_tool(std::string(row.command) + " in out");
     EXPECT_EQ(run.status, 1) << row.reason;
     EXPECT_NE(run.errors.find(row.reason), std::string::npos) << row.reason << " but " << run.errors;

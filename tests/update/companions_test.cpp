@@ -13,7 +13,7 @@ class Companions : public testing::TestWithParam<ByteOrder> {};
 INSTANTIATE_TEST_SUITE_P(All, Companions, testing::ValuesIn(both_orders), order_name);
 
 struct Rewriting : Input {
-  explicit Rewriting(const Object& object) : Input(Road::file, object.bytes, ELF_C_RDWR) {
+  explicit Rewriting(const Object& object) : Input(Road::file, object, ELF_C_RDWR) {
     elf_flagelf(elf(), ELF_C_SET, ELF_F_DIRTY);
   }
   int32_t write() const {

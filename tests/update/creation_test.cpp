@@ -18,7 +18,7 @@ TEST(Creation, TheHeaderComesZeroedButForTheByteOrderAndOnlyOnceItsClassIsKnown)
 }
 
 TEST(Creation, HeadersOfFilesAreHandedOutForChangeOnly) {
-  const Input changed(Road::file, ObjectBuilder(other_order).build().bytes, ELF_C_RDWR);
+  const Input changed(Road::file, ObjectBuilder(other_order).build(), ELF_C_RDWR);
   EXPECT_EQ(elf32_newehdr(changed), elf32_getehdr(changed));
   EXPECT_EQ(elf_update(changed, ELF_C_WRITE), 1) << "handing out the header made the descriptor dirty";
 }

@@ -9,7 +9,7 @@
 namespace ambielf::test {
 namespace {
 
-Input rewriting(const Object& object) { return Input(Road::file, object.bytes, ELF_C_RDWR); }
+Input rewriting(const Object& object) { return Input(Road::file, object, ELF_C_RDWR); }
 
 // Three large sections move round: old bytes lie where others go, more than are held in memory, and their places in
 // the temporary file are used again.
