@@ -82,11 +82,13 @@ TEST_P(HeaderTables, EntriesBelowTheRecordAreRefusedWhereThereAreSome) {
 
 // A table that the end of the input cuts off anywhere reads as if zeros followed.
 TEST_P(HeaderTables, CutByTheEndOfTheInput) {
-  const Object object = builder()
-                            .section("a", SHT_NOBITS, "", {.flags = 0x01020304, .link = 1})
-                            .section("b", SHT_NOBITS, "", {.flags = 0x05060708, .entsize = 0x11223344})
-                            .without_name_table()
-                            .build();
+  Object object = builder()
+                      .section("a", SHT_NOBITS, "", {.flags = 0x01020304, .link = 1})
+                      .section("b", SHT_NOBITS, "", {.flags = 0x05060708, .entsize = 0x11223344})
+                      .without_name_table()
+                      .build();
+  for (size_t i = 0; i < 3; ++i)  // so that a header of one byte differs from none
+    object.bytes[object.shoff + i * sizeof(Elf32_Shdr)] = 1;
   for (size_t cut = object.shoff; cut <= object.size(); ++cut) {
     Bytes padded = object.first(cut);
     padded.resize(object.size());
