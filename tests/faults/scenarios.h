@@ -78,7 +78,8 @@ inline Bytes sample(ByteOrder order) {
       .section(".wide", SHT_HASH, Emit(order).words({1, 2, 3, 4}), {.entsize = 8})
       .section(".lnno.a", SHT_COFFDBG, Emit(order).u32(7).u16(9).u16(0))
       .section(".debug_abbrev", SHT_PROGBITS, debug(abbreviation(1, false, "u10 u6 u2 u18") + "b0"))
-      .section(".debug_info", SHT_PROGBITS, debug(unit("h4 w0 b4 u1 w1020304 u3 xa30150")))
+      .section(".debug_info", SHT_PROGBITS,
+               debug(unit("h4 w0 b4 u1 w1020304 u3 xa30150") + unit("h4 w63 b4 u1")))
       .section(".debug_line", SHT_PROGBITS, debug(unit(line) + "'no-unit'"))
       .section(".open", SHT_STRTAB, "open")
       .section("overlay", SHT_PROGBITS, "", {.offset = 40, .size = 20})
