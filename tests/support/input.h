@@ -55,7 +55,7 @@ class Input {
   }
 
   Elf* elf() const { return elf_.get(); }
-  operator Elf*() const { return elf(); }
+  operator Elf*() const { return elf(); }  // NOLINT(google-explicit-constructor): the calls take an Elf*
   const TempFile& file() const { return *file_; }
   Bytes& image() const { return *image_; }
 
