@@ -101,5 +101,8 @@ foreach(folder IN LISTS folders)
 endforeach()
 if(TARGET tools_tests)
   add_dependencies(tools_tests ambielf_tool)
-  set_tests_properties(tools PROPERTIES COST 10)  # the longest starts first
+  set_tests_properties(tools PROPERTIES COST 10)  # the longest start first
+endif()
+if(TARGET faults_tests)
+  set_tests_properties(faults PROPERTIES COST 9)
 endif()
