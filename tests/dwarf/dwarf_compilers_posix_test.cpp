@@ -79,7 +79,7 @@ TEST(DwarfOfCompilers, ReadelfPrintsTheSameOfBothOrders) {
     const Bytes big = text_bytes(file_bytes(AMBIELF_TEST_DATA "/" + name));
     Input in(Road::image, big);
     ASSERT_TRUE(in.elf()) << name;
-    elf_setreadswapcontroller(in, [](const Elf32_Shdr*, const char*) -> int { return ELF_SWAP_TO_LSB; });
+    elf_setreadswapcontroller(in, hold_as_lsb);
     ObjectBuilder little(ByteOrder::little);
     little.header([&](Elf32_Ehdr& h) {
       h.e_type = ET_EXEC;

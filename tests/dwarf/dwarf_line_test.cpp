@@ -91,7 +91,7 @@ TEST(DwarfLine, UnitsThatDoNotEndWhereTheyShouldStayAsTheyAre) {
         section.resize(4 + cut);
         put_number(section, 0, cut, 4, order);
         Input in(Road::image, ObjectBuilder(order).section(".debug_line", SHT_PROGBITS, section).build());
-        if (order == host_order) elf_setreadswapcontroller(in, hold_in_other_order);
+        if (order == host_order) elf_setreadswapcontroller(in, hold_in(other_order));
         EXPECT_EQ(in.contents(1), section);
       }
     }

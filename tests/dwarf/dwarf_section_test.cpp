@@ -18,7 +18,7 @@ class DwarfSection : public EveryOrderAndRoad {
   }
   Input open_converting(const Object& object) const {
     Input in = open(object);
-    if (!foreign()) elf_setreadswapcontroller(in, hold_in_other_order);
+    if (!foreign()) elf_setreadswapcontroller(in, hold_in(other_order));
     return in;
   }
   void expect_converted(const Input& in, size_t index, const std::string& text = one_unit) const {
@@ -67,7 +67,7 @@ TEST_P(DwarfSection, ControllerMayAskForItWhileTheAbbreviationsLoad) {
   asked = in;
   elf_setreadswapcontroller(in, [](const Elf32_Shdr* header, const char* name) {
     if (std::string(name) == ".debug_abbrev") elf_getscn(asked, 2);
-    return hold_in_other_order(header, name);
+    return hold_in(other_order)(header, name);
   });
   EXPECT_EQ(in.contents(1), abbrev());
   expect_converted(in, 2, header_only);

@@ -108,7 +108,7 @@ inline void see_sections(Scene& scene, Elf* elf) {
 }
 
 inline void see_tables_and_sections(Scene& scene, Elf* elf) {
-  if (scene.order == host_order) elf_setreadswapcontroller(elf, hold_in_other_order);
+  if (scene.order == host_order) elf_setreadswapcontroller(elf, hold_in(other_order));
   Elf32_Phdr* const phdrs = scene.calls([&] { return elf32_getphdr(elf); });
   scene.see(phdrs, sizeof(Elf32_Phdr));
   elf32_freeshdrtab(phdrs);
@@ -218,7 +218,7 @@ inline Bytes scattered(ByteOrder order) {
 }
 inline void rewrite(Scene& scene) {
   const ElfOwner elf(scene.begin(ELF_C_RDWR));
-  if (scene.order == host_order) elf_setreadswapcontroller(elf.get(), hold_in_other_order);
+  if (scene.order == host_order) elf_setreadswapcontroller(elf.get(), hold_in(other_order));
   scene.calls([&] { return elf_getscn(elf.get(), 3); });
   scene.write(elf.get());
 }

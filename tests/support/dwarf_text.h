@@ -135,10 +135,6 @@ inline testing::AssertionResult reads_as(const Bytes& bytes, const DwarfText& ex
   return same_bytes(bytes, wanted) << ", in " << expected.item_at(static_cast<size_t>(first - bytes.begin()));
 }
 
-inline int hold_in_other_order(const Elf32_Shdr*, const char*) {
-  return host_order == ByteOrder::little ? ELF_SWAP_TO_MSB : ELF_SWAP_TO_LSB;
-}
-
 // The first block of a section, translated to the order of a foreign file or from it.
 inline Bytes translated(const Input& in, size_t index, decltype(&elf32_xlatetof) translate = elf32_xlatetof) {
   Elf_Data* const block = in.data(index);
@@ -166,7 +162,7 @@ inline void expect_reads(const char* name, const std::string& text, const std::s
       SCOPED_TRACE(std::string("from ") + name_of(order) +
                    (road == Road::file ? "-endian file" : "-endian image"));
       Input in(road, debug_object(order, name, text, abbrev));
-      if (order == host_order) elf_setreadswapcontroller(in, hold_in_other_order);
+      if (order == host_order) elf_setreadswapcontroller(in, hold_in(other_order));
       EXPECT_TRUE(reads_as(in.contents(2), DwarfText(text, other(order), order)));
       EXPECT_EQ(elf_errno(), std::string(name) == ".debug_info" && abbrev.empty() ? 32 : 0);
       // Only host order has a way back by translation.

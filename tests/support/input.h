@@ -26,6 +26,14 @@ testing::AssertionResult failed(const Result& result, const Failure& failure, in
                                      << got << ", not " << code;
 }
 
+// Controllers that say how memory is to hold every section.
+inline int hold_as_lsb(const Elf32_Shdr*, const char*) { return ELF_SWAP_TO_LSB; }
+inline int hold_as_msb(const Elf32_Shdr*, const char*) { return ELF_SWAP_TO_MSB; }
+inline int hold_as_file(const Elf32_Shdr*, const char*) { return ELF_SWAP_NEVER; }
+inline Elf_ReadSwapController hold_in(ByteOrder order) {
+  return order == ByteOrder::big ? hold_as_msb : hold_as_lsb;
+}
+
 struct EndElf {
   void operator()(Elf* elf) const { elf_end(elf); }
 };

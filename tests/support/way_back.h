@@ -8,13 +8,6 @@
 
 namespace ambielf::test {
 
-inline int hold_as_lsb(const Elf32_Shdr*, const char*) { return ELF_SWAP_TO_LSB; }
-inline int hold_as_msb(const Elf32_Shdr*, const char*) { return ELF_SWAP_TO_MSB; }
-inline int hold_as_file(const Elf32_Shdr*, const char*) { return ELF_SWAP_NEVER; }
-inline Elf_ReadSwapController hold_in(ByteOrder order) {
-  return order == ByteOrder::big ? hold_as_msb : hold_as_lsb;
-}
-
 class WayBack : public Input {
  public:
   // `controller` is asked how memory is to hold a section; in the other order than the file, where none is given.

@@ -65,12 +65,12 @@ TEST(Rewriting, DebugInformationThatWasLoadedRawConvertsWhole) {
     for (size_t nth = 1; short_of_memory; ++nth) {
       const Input elf =
           rewriting(debug_object(order, ".debug_info", text, abbreviation(1, false, "u3 u6") + "b0"));
-      elf_setreadswapcontroller(elf, [](const Elf32_Shdr*, const char*) { return int{ELF_SWAP_NEVER}; });
+      elf_setreadswapcontroller(elf, hold_as_file);
       Elf_Scn* const scn = elf.scn(2);
       Bytes converted = dwarf_bytes(other(order), text);
       elf_getdata(scn, nullptr)->d_buf = converted.data();
       elf_setswapbehavior(
-          scn, order == other_order ? int{ELF_SWAP_TO_HOST} : hold_in_other_order(nullptr, nullptr));
+          scn, order == other_order ? int{ELF_SWAP_TO_HOST} : hold_in(other_order)(nullptr, nullptr));
       elf_flagelf(elf, ELF_C_SET, ELF_F_DIRTY | ELF_F_LAYOUT);
       elf.file().seek(0);
       int32_t size = 0;
