@@ -1,4 +1,4 @@
-// The work version that elf_begin demands, and the fill value.
+// The work version that elf_begin demands.
 #include <cstdlib>
 
 #include "support/input.h"
