@@ -116,7 +116,7 @@ TEST(DwarfExpressions, NestedOnesDoNotRecurse) {
   constexpr size_t depth = 100'000;
   Bytes reversed = {0x96};
   for (size_t behind = 0; behind < depth; ++behind) {
-    const Bytes length = DwarfText(item('u', reversed.size() + behind), host_order).bytes();
+    const Bytes length = dwarf_bytes(host_order, item('u', reversed.size() + behind));
     reversed.insert(reversed.end(), length.rbegin(), length.rend());
     reversed.push_back(0xa3);
   }

@@ -92,7 +92,7 @@ TEST(DwarfUnits, BytesBehindTheTreePassUpToTheUnitsEnd) {
 }
 
 TEST(DwarfUnits, SetsAreFoundByTheOffsetOfTheirFirstByte) {
-  const size_t second = DwarfText(abbrev, host_order).bytes().size();
+  const size_t second = dwarf_bytes(host_order, abbrev).size();
   const std::string two_sets = abbrev + "b0 b0 " + abbreviation(0x12345, false, "u3 u5") +
                                abbreviation(3, false, "u3 u6") + abbreviation(3, false, "u3 ub") + "b0";
   // Codes in any order, and the first of two that are the same; offsets inside a run, and behind the table, match
@@ -128,7 +128,7 @@ TEST(DwarfUnits, UnsoundOnePassesWholeBetweenTwoThatConvert) {
 }
 
 TEST(DwarfUnits, ACutAbbreviationTableConvertsWhatItStillDescribes) {
-  const Bytes table = DwarfText(abbrev, host_order).bytes();
+  const Bytes table = dwarf_bytes(host_order, abbrev);
   for (size_t cut = 1; cut < table.size(); ++cut) {
     std::string part;
     for (size_t i = 0; i < cut; ++i) part += item('b', table[i]);

@@ -82,12 +82,12 @@ TEST(DwarfLine, UnitsThatDoNotEndWhereTheyShouldStayAsTheyAre) {
   for (const uint64_t version : {2u, 3u, 4u, 5u}) {
     const std::string whole = header(version) + tables(version) + set_address + "b3 s-11170";
     expect_line(unit(whole));
-    const size_t size = DwarfText(whole, host_order).bytes().size();
+    const size_t size = dwarf_bytes(host_order, whole).size();
     for (size_t cut = 0; cut < size; ++cut) {
       if (cut == size - 11 || cut == size - 4) continue;  // a program may end behind any of its operations
       SCOPED_TRACE(cut);
       for (const ByteOrder order : both_orders) {
-        Bytes section = DwarfText("w0 " + whole, order).bytes();
+        Bytes section = dwarf_bytes(order, "w0 " + whole);
         section.resize(4 + cut);
         put_number(section, 0, cut, 4, order);
         Input in(Road::image, ObjectBuilder(order).section(".debug_line", SHT_PROGBITS, section).build());
@@ -103,7 +103,7 @@ TEST(DwarfLine, NamesThatOnlyBeginAsTheSectionDoes) {
   for (const char* const name : {".debug_line", ".debug_line.dwo", ".debug_liner"}) expect_reads(name, units);
   for (const char* const name : {".debug_lin", ".debug_info.dwo", ".debug_infos", ".rela.debug_line"}) {
     Input in(Road::image, debug_object(other_order, name, units, ""));
-    EXPECT_EQ(in.contents(2), DwarfText(units, other_order).bytes()) << name;
+    EXPECT_EQ(in.contents(2), dwarf_bytes(other_order, units)) << name;
     EXPECT_EQ(elf_errno(), 0);
   }
   // The strings of version 5 are no units.

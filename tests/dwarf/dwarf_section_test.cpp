@@ -10,8 +10,8 @@ const std::string header_only = unit(info_header(4) + "{ u1 w1020304 }");
 
 class DwarfSection : public EveryOrderAndRoad {
  protected:
-  Bytes info() const { return DwarfText(one_unit, order()).bytes(); }
-  Bytes abbrev() const { return DwarfText(abbrev_text, order()).bytes(); }
+  Bytes info() const { return dwarf_bytes(order(), one_unit); }
+  Bytes abbrev() const { return dwarf_bytes(order(), abbrev_text); }
   // With the abbreviations as section 1.
   ObjectBuilder with_abbrev(uint32_t type = SHT_PROGBITS) const {
     return builder().section(".debug_abbrev", type, abbrev());
@@ -85,7 +85,7 @@ TEST_P(DwarfSection, SectionsLoadByTheAbbreviationsOfTheirFileAndTranslateByEdit
   expect_converted(in, 3);
   if (foreign()) {  // translation is to host order and back; the number has two bytes now, and padding behind it
     Bytes expected = info();
-    const Bytes as_host_has_it = DwarfText("w1020304", host_order).bytes();
+    const Bytes as_host_has_it = dwarf_bytes(host_order, "w1020304");
     std::copy(as_host_has_it.begin(), as_host_has_it.end(), expected.end() - 4);
     std::swap(expected.end()[-4], expected.end()[-3]);
     EXPECT_EQ(translated(in, 2), expected);

@@ -70,7 +70,7 @@ struct Scene {
 
 // An object with something of everything that loading has to do.
 inline Bytes sample(ByteOrder order) {
-  const auto debug = [&](const std::string& text) { return DwarfText(text, order).bytes(); };
+  const auto debug = [&](const std::string& text) { return dwarf_bytes(order, text); };
   const std::string line = "h5 b4 b0 w0 b1 b1 b1 bfb be b1 b1 u1 u1f u1 w1020304 b0 b0 b0 b5 b2 w1020304";
   return ObjectBuilder(order)
       .segment({PT_LOAD, 1, 2, 3, 4, 5, 6, 7})
@@ -210,9 +210,8 @@ inline Bytes scattered(ByteOrder order) {
   return ObjectBuilder(order)
       .section(".b", SHT_PROGBITS, Bytes(100'000, 'b'))
       .section(".a", SHT_PROGBITS, Bytes(100'000, 'a'), {.addralign = 4096})
-      .section(".debug_info", SHT_PROGBITS, DwarfText(unit("h2 w0 b4 u1 w1020304"), order).bytes())
-      .section(".debug_abbrev", SHT_PROGBITS,
-               DwarfText(abbreviation(1, false, "u10 u6") + "b0", order).bytes())
+      .section(".debug_info", SHT_PROGBITS, dwarf_bytes(order, unit("h2 w0 b4 u1 w1020304")))
+      .section(".debug_abbrev", SHT_PROGBITS, dwarf_bytes(order, abbreviation(1, false, "u10 u6") + "b0"))
       .build()
       .bytes;
 }
@@ -228,8 +227,7 @@ inline void rewrite(Scene& scene) {
 inline Bytes abbreviations_alone(ByteOrder order) {
   return ObjectBuilder(order)
       .section(".debug_info", SHT_PROGBITS)
-      .section(".debug_abbrev", SHT_PROGBITS,
-               DwarfText(abbreviation(1, false, "u10 u6") + "b0", order).bytes())
+      .section(".debug_abbrev", SHT_PROGBITS, dwarf_bytes(order, abbreviation(1, false, "u10 u6") + "b0"))
       .build()
       .bytes;
 }
@@ -238,7 +236,7 @@ inline void add_debug_information(Scene& scene) {
   Elf_Scn* const scn = scene.calls([&] { return elf_newscn(elf.get()); });
   scene.calls.excuse_if(scene.calls.repeated());                    // as in create
   *elf32_getshdr(scn) = {1, SHT_PROGBITS, 0, 0, 0, 0, 0, 0, 1, 0};  // the name of section 1
-  Bytes contents = DwarfText(unit("h2 w0 b4 u1 w1020304"), other(scene.order)).bytes();
+  Bytes contents = dwarf_bytes(other(scene.order), unit("h2 w0 b4 u1 w1020304"));
   Elf_Data* const data = scene.calls([&] { return elf_newdata(scn); });
   data->d_buf = contents.data();
   data->d_size = static_cast<uint32_t>(contents.size());
